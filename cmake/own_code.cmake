@@ -1,0 +1,18 @@
+# zel_own_code(<target>): how every target of ours is compiled: library, tests, benchmarks, examples.
+#
+# Results are reproducible to the bit. No multiplication and addition is fused behind our back, and
+# no flag lets the compiler reorder a sum. Only errno after a mathematical function, which nobody
+# reads here, is given up.
+function(zel_own_code target)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+  target_compile_features(${target} PRIVATE cxx_std_17)
+  if(NOT MSVC)
+    target_compile_options(${target} PRIVATE -ffp-contract=off -fno-math-errno)
+  endif()
+  zel_set_warnings(${target})
+  zel_sanitize(${target})
+  if(ZEL_COVERAGE)
+    target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+  endif()
+  target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+endfunction()
