@@ -1,0 +1,88 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// What all public functions have in common: statuses, limits of node numbers, tests of outputs, and
+// cursors that take data pointer and leading dimension out of the loops.
+#include "foundation/dense.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zel {
+
+/// Stands for no node, no element and no neighbour; in row 3 of a mixed column it marks a triangle.
+constexpr unsigned no_node = 0xFFFFFFFFu;
+
+namespace tessel2d {
+
+constexpr int status_ok = 0;
+constexpr int status_memory = -199;
+
+/// The most nodes that 32-bit numbers can tell apart; the number 0xFFFFFFFF is no node.
+constexpr std::uint64_t most_nodes = 0xFFFFFFFFu;
+
+/// a + b and a * b; false when the result does not fit.
+inline bool checked_add(std::size_t a, std::size_t b, std::size_t& sum) noexcept {
+    return dense_detail::add(a, b, sum);
+}
+inline bool checked_multiply(std::size_t a, std::size_t b, std::size_t& product) noexcept {
+    return dense_detail::multiply(a, b, product);
+}
+
+/// `present` nodes and `more` behind them: false when 32-bit numbers cannot hold them.
+inline bool node_total(std::size_t present, std::size_t more, std::size_t& total) noexcept {
+    return checked_add(present, more, total) && (more == 0 || total <= most_nodes);
+}
+
+/// The number of nodes as a bound for `check_IDs`. It stays below 0xFFFFFFFF, which would switch the
+/// range test off.
+inline unsigned node_bound(const dense2D<double>& pos) noexcept {
+    return pos.cols < no_node ? static_cast<unsigned>(pos.cols) : no_node - 1;
+}
+
+/// An output connectivity can take columns of `height` rows: it is empty or has that height.
+inline bool takes_rows(const dense2D<unsigned>& connect, std::size_t height) noexcept {
+    return connect.empty() || connect.rows == height;
+}
+
+/// Makes `input`, a local view of an argument, independent of `output` when both share a storage
+/// block: it becomes a copy of the values on entry. Usually nothing is shared and nothing happens.
+/// False: memory is exhausted.
+template <class Output>
+bool separate(dense2D<unsigned>& input, const Output& output) noexcept {
+    return input.storage.get() != output.storage.get() || input.copy(input);
+}
+template <class Output>
+bool separate(dense2D<double>& input, const Output& output) noexcept {
+    return input.storage.get() != output.storage.get() || input.copy(input);
+}
+template <class T, class Output>
+bool separate(dense1D<T, 8>& input, const Output& output) noexcept {
+    if (input.storage.get() != output.storage.get()) return true;
+    dense1D<T, 8> own;
+    if (!own.resize(input.size)) return false;
+    std::copy_n(input.data(), input.size, own.data());
+    input.swap(own);
+    return true;
+}
+
+/// Column j starts at `first + j*ld`. A cursor is valid until the matrix is resized.
+template <class T>
+struct columns {
+    T* first;
+    std::size_t ld;
+
+    T* operator[](std::size_t j) const noexcept { return first + j * ld; }
+};
+
+template <class T>
+columns<const T> columns_of(const dense2D<T>& m) noexcept {
+    return {m.data(), m.ld};
+}
+template <class T>
+columns<T> columns_of(dense2D<T>& m) noexcept {
+    return {m.data(), m.ld};
+}
+
+} // namespace tessel2d
+} // namespace zel

@@ -1,0 +1,6 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+#include "zel/tessel2d/generators.h"
+#include "zel/tessel2d/measures.h"
+#include "zel/tessel2d/version.h"

@@ -1,0 +1,83 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+#include "foundation/dense.h"
+#include "zel/tessel2d/export.h"
+
+/// Generators: meshes of patches, disks and spheres from their outlines.
+namespace zel::tessel2d {
+
+/// Fills a four-sided patch with a structured grid of quadrilaterals.
+///
+///        top                The closed loop runs bottom, right, top, left. `n` cells lie along
+///     C3------C2            right and left; the loop's length fixes the count m along bottom and
+///  left|  i ->  |right      top: m = (size - 1)/2 - n. Interior nodes are the bilinearly blended
+///     C0------C1            Coons interpolant of the four sides, so straight sides give a bilinear
+///       bottom              grid and a counter-clockwise loop gives counter-clockwise elements.
+///
+/// With B the loop, u = i/m and v = j/n, node (i, j) lies at (1 - v)*B[i] + u*B[m+j] + v*B[2m+n-i]
+/// + (1 - u)*B[2(m+n)-j] + (v - 1)(1 - u)*C0 + (v - 1)u*C1 - v u*C2 + (u - 1)v*C3, summed in this
+/// order (S. A. Coons, 1967). Nodes that coincide or are not finite need no care: the formula is
+/// evaluated as it stands.
+///
+/// @param[in,out] pos   2 x N or 3 x N coordinates, one node per column. Grows by (m-1)*(n-1)
+///                      interior nodes behind the present ones, i outer and j inner. Present columns
+///                      keep their values.
+/// @param boundary      2*(m+n) + 1 node numbers below N; first and last are equal.
+/// @param n             cells in the second direction; 0 means nothing to do.
+/// @param[in,out] connect  4 x E node numbers, or empty. Grows by m*n columns (a, b, c, d): the nodes
+///                      (i, j), (i+1, j), (i+1, j+1), (i, j+1) of a cell, i outer and j inner. It may
+///                      share its storage with `boundary`, which counts as it is on entry.
+///
+/// @retval 0     done, or nothing to do (`n`, the loop or m is zero).
+/// @retval -1    `pos` has neither 2 nor 3 rows.
+/// @retval -2    the loop has fewer than 5 entries, is not closed, or names a node that does not
+///               exist.
+/// @retval -3    `n` does not fit the length of the loop, or that length is even.
+/// @retval -4    `connect` holds columns of another height.
+/// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+/// A negative status leaves `pos` and `connect` as they were.
+///
+/// Cost: proportional to the grid, one allocation per output, nothing else. Views with a leading
+/// dimension larger than their rows are fine. Calls on different blocks may run at the same time.
+/// @snippet examples/patch.cpp unit_square
+ZEL_TESSEL2D_API int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary,
+                                    unsigned n, dense2D<unsigned>& connect);
+
+/// Fills a four-sided patch with a structured grid of triangles: the grid of `mesh_struct_Q4`, each
+/// cell (a, b, c, d) cut along a diagonal.
+///
+///     pattern 0: d---c   pattern 1: d---c   pattern 2: as pattern 1 where i + j is even and as
+///                |\  |              |  /|   pattern 0 where it is odd, like a chess board
+///                | \ |              | / |
+///                a---b              a---b
+///
+/// @param[in,out] pos   as for `mesh_struct_Q4`.
+/// @param boundary      as for `mesh_struct_Q4`.
+/// @param n             cells in the second direction; 0 means nothing to do.
+/// @param pattern       0: every cell gives (a, b, d) and (b, c, d); 1: (a, b, c) and (a, c, d);
+///                      2: alternating.
+/// @param[in,out] connect  3 x E or 4 x E node numbers, or empty. Grows by 2*m*n columns, the two of a
+///                      cell behind one another. An empty matrix takes 3 rows, or keeps its row count if
+///                      that is larger; rows from 3 on are 0xFFFFFFFF in the new columns.
+///
+/// @retval 0     done, or nothing to do (`n` or the loop is zero).
+/// @retval -1    `pos` has neither 2 nor 3 rows.
+/// @retval -2    the loop has fewer than 5 entries, is not closed, or names a node that does not
+///               exist.
+/// @retval -3    `n` does not fit the length of the loop, or that length is even.
+/// @retval -4    `pattern` is not 0, 1 or 2.
+/// @retval -5    `connect` holds columns of neither 3 nor 4 rows.
+/// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+/// A negative status leaves `pos` and `connect` as they were.
+///
+/// A loop of 2*n + 1 entries leaves no cell in the first direction (m = 0). It is not refused: `pos`
+/// loses its last n - 1 columns, `connect` gains none, and the result is 0; with fewer than n - 1
+/// columns the result is -199.
+///
+/// Cost: as for `mesh_struct_Q4`.
+/// @snippet examples/patch.cpp triangle_patterns
+ZEL_TESSEL2D_API int mesh_struct_T3(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary,
+                                    unsigned n, int pattern, dense2D<unsigned>& connect);
+
+} // namespace zel::tessel2d
