@@ -12,7 +12,9 @@ set(zel_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/tessel2d")
 set(zel_public_foundation_headers
     dense.h
     dense_detail.h
-    storage.h)
+    element_type.h
+    storage.h
+    tessel.h)
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/zel" DESTINATION "${zel_include_root}"
         FILES_MATCHING PATTERN "*.h")

@@ -1,0 +1,80 @@
+# shellcheck shell=bash
+# Makes sure that the Debian packages a script needs are there. To be sourced after steps.sh.
+#
+#     need_packages "${build_packages[@]}" "${test_packages[@]}"
+#
+# What is looked for is the program or the file itself, so that tools which were installed in another
+# way count as well. apt-get is called only when something is missing: directly as root, else through
+# sudo. Where neither is possible the missing packages are named and the script ends.
+
+# shellcheck disable=SC2034 # for the scripts that source this
+{
+    build_packages=(g++ cmake ninja-build liblapack-dev)
+    test_packages=(libgtest-dev libgmock-dev pkg-config python3)
+    bench_packages=(libbenchmark-dev)
+}
+
+# has_package <package>: is there what the package is needed for?
+has_package() {
+    case $1 in
+    g++) command -v g++ ;;
+    cmake) command -v cmake && command -v ctest ;;
+    ninja-build) command -v ninja ;;
+    pkg-config) command -v pkg-config ;;
+    python3) command -v python3 ;;
+    clang) command -v clang++ ;;
+    clang-format-14) command -v clang-format-14 ;;
+    clang-tidy-14) command -v clang-tidy-14 ;;
+    gcovr) command -v gcovr ;;
+    liblapack-dev) has_library liblapack ;;
+    libgtest-dev) has_header gtest/gtest.h ;;
+    libgmock-dev) has_header gmock/gmock.h ;;
+    libbenchmark-dev) has_header benchmark/benchmark.h ;;
+    *) dpkg-query --show --showformat='${Status}' "$1" 2>/dev/null | grep -q 'ok installed$' ;;
+    esac >/dev/null
+}
+
+has_header() {
+    [[ -e /usr/include/$1 || -e /usr/local/include/$1 ]]
+}
+
+has_library() {
+    compgen -G "/usr/lib/*/$1.so" || compgen -G "/usr/lib/$1.so" || compgen -G "/usr/local/lib/$1.so"
+}
+
+# missing_packages <package>...: those that are not there, one per line.
+missing_packages() {
+    local package
+    for package in "$@"; do
+        has_package "$package" || printf '%s\n' "$package"
+    done
+}
+
+# need_packages <package>...: installs what is missing or ends the script.
+need_packages() {
+    local missing
+    mapfile -t missing < <(missing_packages "$@")
+    ((${#missing[@]})) || return 0
+
+    local as_root=()
+    if ((EUID != 0)); then
+        as_root=(sudo)
+        [[ -t 0 ]] || as_root+=(-n) # nobody is there to type a password
+    fi
+    if ! command -v apt-get >/dev/null || ! "${as_root[@]}" true; then
+        die "these packages are missing: ${missing[*]}
+On Debian and Ubuntu install them as root with
+    apt-get install ${missing[*]}
+elsewhere under the names they have there, then start again."
+    fi
+
+    step "Installing ${missing[*]}"
+    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive
+        apt-get -y -o Acquire::Retries=3 -o Dpkg::Use-Pty=0)
+    # An unreachable source of some other package need not stop us; the installation will tell.
+    "${apt[@]}" update || true
+    "${apt[@]}" install --no-install-recommends "${missing[@]}"
+
+    mapfile -t missing < <(missing_packages "$@")
+    ((${#missing[@]} == 0)) || die "still missing after the installation: ${missing[*]}"
+}
