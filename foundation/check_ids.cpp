@@ -9,14 +9,26 @@ namespace {
 // An entry x passes a row when x + offset does not exceed limit, in 32-bit wrap-around: offset 0 and
 // limit bound - 1 ask for x < bound; offset 1 and limit bound let 0xFFFFFFFF pass too, since it wraps
 // to 0. Both tests are one addition and one comparison, so that rows with different rules make one
-// vector loop.
+// vector loop. The top bit is flipped on both sides (adding it flips it), which turns the comparison
+// into the signed one that every vector unit has.
+constexpr unsigned top_bit = 0x80000000U;
+
 struct rule {
     unsigned offset;
-    unsigned limit;
+    int limit;
+
+    // All bits set when x breaks the rule, else none.
+    unsigned broken_by(unsigned x) const noexcept {
+        return static_cast<int>(x + offset) > limit ? ~0U : 0U;
+    }
 };
 
-constexpr rule below(unsigned bound) { return {0, bound - 1}; }
-constexpr rule below_or_no_node(unsigned bound) { return {1, bound}; }
+constexpr rule below(unsigned bound) {
+    return {top_bit, static_cast<int>((bound - 1) ^ top_bit)};
+}
+constexpr rule below_or_no_node(unsigned bound) {
+    return {top_bit + 1, static_cast<int>(bound ^ top_bit)};
+}
 
 // The loops collect instead of leaving at the first hit, and look at what they collected once per
 // run: long enough for vectors, short enough to leave a bad matrix early.
@@ -24,7 +36,7 @@ constexpr std::size_t run = 4096;
 
 bool run_passes(const unsigned* x, std::size_t n, rule r) {
     unsigned bad = 0;
-    for (std::size_t i = 0; i < n; ++i) bad |= static_cast<unsigned>(x[i] + r.offset > r.limit);
+    for (std::size_t i = 0; i < n; ++i) bad |= r.broken_by(x[i]);
     return bad == 0;
 }
 
@@ -34,42 +46,41 @@ bool all_pass(const unsigned* x, std::size_t n, rule r) {
     return true;
 }
 
-// Four entries a column, the last one under a rule of its own.
-bool run_of_four_passes(const unsigned* x, std::size_t ld, std::size_t n, rule r, rule last) {
-    const unsigned offset[4] = {r.offset, r.offset, r.offset, last.offset};
-    const unsigned limit[4] = {r.limit, r.limit, r.limit, last.limit};
-    unsigned bad[4] = {0, 0, 0, 0};
-    for (std::size_t j = 0; j < n; ++j)
-        for (std::size_t i = 0; i < 4; ++i)
-            bad[i] |= static_cast<unsigned>(x[j * ld + i] + offset[i] > limit[i]);
-    return (bad[0] | bad[1] | bad[2] | bad[3]) == 0;
-}
-
-bool all_of_four_pass(const dense2D<unsigned>& m, rule r, rule last) {
-    constexpr std::size_t columns = run / 4;
-    for (std::size_t j = 0; j < m.cols; j += columns)
-        if (!run_of_four_passes(m[j], m.ld, std::min(columns, m.cols - j), r, last)) return false;
-    return true;
+// Columns of two to four entries, the last one under a rule of its own.
+template <std::size_t Rows>
+bool run_of_columns_passes(const unsigned* column, std::size_t ld, std::size_t n, rule r,
+                           rule last) {
+    unsigned bad0 = 0, bad1 = 0, bad2 = 0, bad_last = 0;
+    for (std::size_t j = 0; j < n; ++j, column += ld) {
+        bad0 |= r.broken_by(column[0]);
+        if constexpr (Rows > 2) bad1 |= r.broken_by(column[1]);
+        if constexpr (Rows > 3) bad2 |= r.broken_by(column[2]);
+        bad_last |= last.broken_by(column[Rows - 1]);
+    }
+    return (bad0 | bad1 | bad2 | bad_last) == 0;
 }
 
 template <std::size_t Rows>
-bool columns_pass(const unsigned* x, std::size_t ld, std::size_t n, rule r) {
-    unsigned bad[Rows] = {};
-    for (std::size_t j = 0; j < n; ++j)
-        for (std::size_t i = 0; i < Rows; ++i)
-            bad[i] |= static_cast<unsigned>(x[j * ld + i] + r.offset > r.limit);
-    unsigned any = 0;
-    for (const unsigned b : bad) any |= b;
-    return any == 0;
+bool columns_pass(const dense2D<unsigned>& m, rule r, rule last) {
+    constexpr std::size_t columns = run / Rows;
+    for (std::size_t j = 0; j < m.cols; j += columns) {
+        const std::size_t n = std::min(columns, m.cols - j);
+        if (!run_of_columns_passes<Rows>(m[j], m.ld, n, r, last)) return false;
+    }
+    return true;
 }
 
 bool matrix_passes(const dense2D<unsigned>& m, rule r) {
     if (m.contiguous()) return all_pass(m.data(), m.rows * m.cols, r);
     switch (m.rows) {
-    case 2: return columns_pass<2>(m.data(), m.ld, m.cols, r);
-    case 3: return columns_pass<3>(m.data(), m.ld, m.cols, r);
-    case 4: return columns_pass<4>(m.data(), m.ld, m.cols, r);
-    default: break;
+    case 2:
+        return columns_pass<2>(m, r, r);
+    case 3:
+        return columns_pass<3>(m, r, r);
+    case 4:
+        return columns_pass<4>(m, r, r);
+    default:
+        break;
     }
     for (std::size_t j = 0; j < m.cols; ++j)
         if (!run_passes(m[j], m.rows, r)) return false;
@@ -90,7 +101,7 @@ bool check_IDs(const dense2D<unsigned>& connect, element_type kind, unsigned bou
     if (bound == no_node) return true;
     if (bound == 0) return false;
     if (kind == ELEMENT_FACE && connect.rows == 4)
-        return all_of_four_pass(connect, below(bound), below_or_no_node(bound));
+        return columns_pass<4>(connect, below(bound), below_or_no_node(bound));
     return matrix_passes(connect, below(bound));
 }
 

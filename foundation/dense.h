@@ -31,7 +31,9 @@ struct symmetric_fixed {
 
     constexpr T& operator[](std::size_t k) noexcept { return elements[k]; }
     constexpr const T& operator[](std::size_t k) const noexcept { return elements[k]; }
-    constexpr T& operator()(std::size_t i, std::size_t j) noexcept { return elements[packed(i, j)]; }
+    constexpr T& operator()(std::size_t i, std::size_t j) noexcept {
+        return elements[packed(i, j)];
+    }
     constexpr const T& operator()(std::size_t i, std::size_t j) const noexcept {
         return elements[packed(i, j)];
     }

@@ -105,9 +105,7 @@ public:
     T* operator->() const noexcept { return __object; }
     T& operator*() const noexcept { return *__object; }
     explicit operator bool() const noexcept { return __object != nullptr; }
-    friend bool operator==(const Ptr& a, const Ptr& b) noexcept {
-        return a.__object == b.__object;
-    }
+    friend bool operator==(const Ptr& a, const Ptr& b) noexcept { return a.__object == b.__object; }
     friend bool operator!=(const Ptr& a, const Ptr& b) noexcept { return !(a == b); }
 
 private:

@@ -48,8 +48,13 @@ void place_interior_nodes(const struct_patch& patch, dense2D<double>& pos) noexc
     const point<Dim> c2 = points[patch.top(patch.n1)];
     const point<Dim> c3 = points[patch.top(0)];
     for (std::size_t i = 1; i < patch.n1; ++i) {
-        const coons_line<Dim> line{static_cast<double>(i) / cells1, points[patch.bottom(i)],
-                                   points[patch.top(i)], c0, c1, c2, c3};
+        const coons_line<Dim> line{static_cast<double>(i) / cells1,
+                                   points[patch.bottom(i)],
+                                   points[patch.top(i)],
+                                   c0,
+                                   c1,
+                                   c2,
+                                   c3};
         for (std::size_t j = 1; j < patch.n; ++j, out += ld) {
             const point<Dim> p = line.at(static_cast<double>(j) / cells2, points[patch.right(j)],
                                          points[patch.left(j)]);
@@ -108,7 +113,8 @@ void write_cells(const struct_patch& patch, Writer write) noexcept {
             b = c;
         };
         std::size_t j = 0;
-        if (i > 0 && i + 1 < patch.n1) { // nodes j + 1 of both lines are interior up to the last cell
+        if (i > 0 &&
+            i + 1 < patch.n1) { // nodes j + 1 of both lines are interior up to the last cell
             unsigned c = patch.interior(i + 1, 1);
             unsigned d = patch.interior(i, 1);
             for (; j + 1 < patch.n; ++j) cell(j, c++, d++);
@@ -122,9 +128,15 @@ template <int Rows>
 void write_triangles(const struct_patch& patch, int pattern, unsigned* out,
                      std::size_t ld) noexcept {
     switch (pattern) {
-    case 0: write_cells(patch, triangle_writer<Rows, 0>{out, ld}); break;
-    case 1: write_cells(patch, triangle_writer<Rows, 1>{out, ld}); break;
-    default: write_cells(patch, triangle_writer<Rows, 2>{out, ld}); break;
+    case 0:
+        write_cells(patch, triangle_writer<Rows, 0>{out, ld});
+        break;
+    case 1:
+        write_cells(patch, triangle_writer<Rows, 1>{out, ld});
+        break;
+    default:
+        write_cells(patch, triangle_writer<Rows, 2>{out, ld});
+        break;
     }
 }
 

@@ -1,0 +1,98 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "support/failing_alloc.h"
+
+#include "foundation/storage.h"
+
+#include <atomic>
+#include <cstdlib>
+
+namespace {
+
+// Thread-safe, since some tests call the library from several threads at once.
+std::atomic<std::size_t> blocks{0};
+std::atomic<std::size_t> bytes_alive{0};
+std::atomic<std::size_t> bytes_peak{0};
+std::atomic<std::size_t> allocations{0};
+std::atomic<std::size_t> countdown{0}; // 0: nothing fails; 1: the next one fails
+std::atomic<bool> for_good{false};
+std::atomic<bool> failing{false};
+std::atomic<bool> has_failed{false};
+
+// The size of a block stands in front of it; 16 bytes keep the alignment of malloc.
+constexpr std::size_t front = 16;
+
+bool next_one_fails() {
+    ++allocations;
+    if (failing) return true;
+    std::size_t left = countdown;
+    while (left != 0 && !countdown.compare_exchange_weak(left, left - 1)) {}
+    if (left != 1) return false;
+    failing = for_good.load();
+    return true;
+}
+
+} // namespace
+
+namespace zel {
+
+void* __vector_num_alloc(std::size_t bytes) noexcept {
+    if (next_one_fails()) {
+        has_failed = true;
+        return nullptr;
+    }
+    if (bytes > std::size_t{1} << 40) return nullptr; // as the system would, whatever it promises
+    auto* const raw = static_cast<unsigned char*>(std::malloc(bytes + front));
+    if (!raw) return nullptr;
+    *reinterpret_cast<std::size_t*>(raw) = bytes;
+    ++blocks;
+    const std::size_t alive = bytes_alive += bytes;
+    std::size_t peak = bytes_peak;
+    while (peak < alive && !bytes_peak.compare_exchange_weak(peak, alive)) {}
+    return raw + front;
+}
+
+void __vector_num_free(void* memory) noexcept {
+    if (!memory) return;
+    unsigned char* const raw = static_cast<unsigned char*>(memory) - front;
+    bytes_alive -= *reinterpret_cast<std::size_t*>(raw);
+    --blocks;
+    std::free(raw);
+}
+
+} // namespace zel
+
+namespace zel_test {
+
+void arm_allocator(std::size_t k) {
+    has_failed = false;
+    failing = false;
+    countdown = k;
+}
+
+void fail_for_good(bool on) {
+    for_good = on;
+}
+
+bool disarm_allocator() {
+    countdown = 0;
+    failing = false;
+    return has_failed.exchange(false);
+}
+
+std::size_t live_blocks() {
+    return blocks;
+}
+std::size_t live_bytes() {
+    return bytes_alive;
+}
+std::size_t peak_bytes() {
+    return bytes_peak;
+}
+void reset_peak() {
+    bytes_peak = bytes_alive.load();
+}
+std::size_t allocation_count() {
+    return allocations;
+}
+
+} // namespace zel_test
