@@ -55,11 +55,10 @@ int angles(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool no
     }
     min_angles.resize(elements); // every entry is written
     max_angles.resize(elements);
-    const auto find = pos.rows == 2
-                          ? (connect.rows == 3 ? find_angles<triangle_cells, 2>
-                                               : find_angles<mixed_cells, 2>)
-                          : (connect.rows == 3 ? find_angles<triangle_cells, 3>
-                                               : find_angles<mixed_cells, 3>);
+    const auto find =
+        pos.rows == 2
+            ? (connect.rows == 3 ? find_angles<triangle_cells, 2> : find_angles<mixed_cells, 2>)
+            : (connect.rows == 3 ? find_angles<triangle_cells, 3> : find_angles<mixed_cells, 3>);
     find(pos, connect, normalise, min_angles.data(), max_angles.data());
     return status_ok;
 }

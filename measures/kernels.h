@@ -31,7 +31,9 @@ inline double length(const point<Dim>& a) noexcept {
 }
 
 /// |a x b|: signed in the plane, the norm in space.
-inline double cross_size(const point<2>& a, const point<2>& b) noexcept { return cross(a, b); }
+inline double cross_size(const point<2>& a, const point<2>& b) noexcept {
+    return cross(a, b);
+}
 inline double cross_size(const point<3>& a, const point<3>& b) noexcept {
     return length<3>(cross(a, b));
 }
@@ -217,8 +219,8 @@ struct circumcircle {
 
 /// In the plane. The centre is sought from the midpoint of the longest side, along its perpendicular.
 ///
-/// A triangle whose height is below 1e-12 of the distance from that midpoint to the corner is flat:
-/// its centre is the midpoint, and its squared radius is `unbounded` unless the corner lies as far
+/// A triangle whose height is not above 5e-13 of the distance from that midpoint to the corner is
+/// flat: its centre is the midpoint, and its squared radius is `unbounded` unless the corner lies as far
 /// away as the ends of the side, that is, on one of them.
 inline circumcircle<2> triangle_circumcircle(const point<2>& p0, const point<2>& p1,
                                              const point<2>& p2) noexcept {

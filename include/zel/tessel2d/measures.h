@@ -81,9 +81,9 @@ ZEL_TESSEL2D_API int angles(const dense2D<double>& pos, const dense2D<unsigned>&
 /// @retval -199  memory is exhausted.
 /// A negative status leaves `centers` empty.
 ///
-/// A flat triangle has a centre too: in the plane, where its height is below 1e-12 of the distance
-/// from the midpoint of the longest side to the corner, that midpoint; in space, where the sine
-/// between the two sides is below 1e-6, its third node.
+/// A flat triangle has a centre too: in the plane, where its height is not above 5e-13 of the
+/// distance from the midpoint of the longest side to the corner, that midpoint; in space, where the
+/// sine of the angle between the two shortest sides is not above 1e-6, its third node.
 ///
 /// Cost: one pass over the triangles and one allocation. Views with a leading dimension larger than
 /// their rows are fine.
