@@ -46,12 +46,14 @@ bool all_pass(const unsigned* x, std::size_t n, rule r) {
     return true;
 }
 
-// Columns of two to four entries, the last one under a rule of its own.
-template <std::size_t Rows>
-bool run_of_columns_passes(const unsigned* column, std::size_t ld, std::size_t n, rule r,
+// Columns of two to four entries, the last one under a rule of its own. A leading dimension that is
+// known at compile time lets the rows of several columns share a vector; `Leading` 0 stands for `ld`.
+template <std::size_t Rows, std::size_t Leading>
+bool run_of_columns_passes(const unsigned* first, std::size_t ld, std::size_t n, rule r,
                            rule last) {
     unsigned bad0 = 0, bad1 = 0, bad2 = 0, bad_last = 0;
-    for (std::size_t j = 0; j < n; ++j, column += ld) {
+    for (std::size_t j = 0; j < n; ++j) {
+        const unsigned* const column = first + j * (Leading == 0 ? ld : Leading);
         bad0 |= r.broken_by(column[0]);
         if constexpr (Rows > 2) bad1 |= r.broken_by(column[1]);
         if constexpr (Rows > 3) bad2 |= r.broken_by(column[2]);
@@ -60,14 +62,21 @@ bool run_of_columns_passes(const unsigned* column, std::size_t ld, std::size_t n
     return (bad0 | bad1 | bad2 | bad_last) == 0;
 }
 
-template <std::size_t Rows>
+template <std::size_t Rows, std::size_t Leading = 0>
 bool columns_pass(const dense2D<unsigned>& m, rule r, rule last) {
     constexpr std::size_t columns = run / Rows;
     for (std::size_t j = 0; j < m.cols; j += columns) {
         const std::size_t n = std::min(columns, m.cols - j);
-        if (!run_of_columns_passes<Rows>(m[j], m.ld, n, r, last)) return false;
+        if (!run_of_columns_passes<Rows, Leading>(m[j], m.ld, n, r, last)) return false;
     }
     return true;
+}
+
+bool mixed_passes(const dense2D<unsigned>& m, unsigned bound) {
+    const rule corner = below(bound);
+    const rule filler = below_or_no_node(bound);
+    return m.contiguous() ? columns_pass<4, 4>(m, corner, filler)
+                          : columns_pass<4>(m, corner, filler);
 }
 
 bool matrix_passes(const dense2D<unsigned>& m, rule r) {
@@ -100,8 +109,7 @@ bool check_IDs(const dense2D<unsigned>& connect, element_type kind, unsigned bou
     if (!rows_suit(connect.rows, kind)) return false;
     if (bound == no_node) return true;
     if (bound == 0) return false;
-    if (kind == ELEMENT_FACE && connect.rows == 4)
-        return columns_pass<4>(connect, below(bound), below_or_no_node(bound));
+    if (kind == ELEMENT_FACE && connect.rows == 4) return mixed_passes(connect, bound);
     return matrix_passes(connect, below(bound));
 }
 
