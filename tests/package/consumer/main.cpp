@@ -25,8 +25,8 @@ int main(int argc, char** argv) {
     expect(argc == 2, "one argument");
     expect(argc == 2 && std::strcmp(zel::tessel2d::version(), argv[1]) == 0, "the version");
 
-    const double corners_and_midpoints[8][2] = {{0, 0},   {0.5, 0}, {1, 0},   {1, 0.5},
-                                                {1, 1},   {0.5, 1}, {0, 1},   {0, 0.5}};
+    const double corners_and_midpoints[8][2] = {{0, 0}, {0.5, 0}, {1, 0}, {1, 0.5},
+                                                {1, 1}, {0.5, 1}, {0, 1}, {0, 0.5}};
     zel::dense2D<double> pos(2, 8);
     zel::dense1D<unsigned, 8> boundary(9);
     for (unsigned j = 0; j < 8; ++j) {
@@ -42,6 +42,9 @@ int main(int argc, char** argv) {
     expect(pos.rows == 2 && pos.cols == 9, "one node more");
     expect(pos(0, 8) == 0.5 && pos(1, 8) == 0.5, "the node in the middle");
     expect(second_file_sum(pos) == 9, "the sum of the coordinates");
+
+    double total = 0;
+    expect(zel::tessel2d::area(pos, quads, total) == 0 && total == 1, "the area");
 
     if (failures == 0) std::puts("consumer: all as expected");
     return failures == 0 ? 0 : 1;
