@@ -13,6 +13,7 @@ set(zel_public_foundation_headers
     dense.h
     dense_detail.h
     element_type.h
+    hbuckets.h
     storage.h
     tessel.h)
 

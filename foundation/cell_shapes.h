@@ -7,6 +7,11 @@
 
 namespace zel::tessel2d {
 
+/// 2 rows.
+struct edge_cells {
+    static constexpr unsigned corners(const unsigned*) noexcept { return 2; }
+};
+
 /// 3 rows.
 struct triangle_cells {
     static constexpr unsigned corners(const unsigned*) noexcept { return 3; }

@@ -76,7 +76,7 @@ void fail_for_good(bool on) {
 bool disarm_allocator() {
     countdown = 0;
     failing = false;
-    return has_failed.exchange(false);
+    return has_failed;
 }
 
 std::size_t live_blocks() {

@@ -13,7 +13,8 @@ namespace zel_test {
 /// follow it too.
 void arm_allocator(std::size_t k);
 void fail_for_good(bool on);
-/// No allocation fails any more. Tells whether one has failed since the allocator was armed.
+/// No allocation fails any more. Tells, however often it is called, whether one has failed since the
+/// allocator was armed; arming with 0 only forgets.
 bool disarm_allocator();
 
 /// What lives now, and the most bytes that lived at one time since `reset_peak`.
@@ -39,7 +40,7 @@ std::size_t fail_each_allocation(Body&& body) {
             SCOPED_TRACE(testing::Message() << "allocation " << k
                                             << (for_good ? " and all behind it" : "") << " failed");
             const std::size_t before = live_blocks();
-            disarm_allocator();
+            arm_allocator(0);
             body(k);
             failed = disarm_allocator();
             EXPECT_EQ(before, live_blocks()) << "blocks left behind";
