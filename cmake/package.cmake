@@ -14,6 +14,7 @@ set(zel_public_foundation_headers
     dense_detail.h
     element_type.h
     hbuckets.h
+    hbuckets.h
     storage.h
     tessel.h)
 
