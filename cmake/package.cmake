@@ -14,9 +14,10 @@ set(zel_public_foundation_headers
     dense_detail.h
     element_type.h
     hbuckets.h
-    hbuckets.h
+    lapack.h
     storage.h
-    tessel.h)
+    tessel.h
+    tessel1d.h)
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/zel" DESTINATION "${zel_include_root}"
         FILES_MATCHING PATTERN "*.h")

@@ -45,6 +45,17 @@ inline bool takes_rows(const dense2D<unsigned>& connect, std::size_t height) noe
     return connect.empty() || connect.rows == height;
 }
 
+/// Makes room for `cols` columns behind the present ones and takes them in. The caller writes what is
+/// new; only the columns that an empty matrix brings along, without rows, are filled. False: memory is
+/// exhausted and the matrix is unchanged.
+template <class T>
+bool grow_columns(dense2D<T>& m, std::size_t rows, std::size_t cols, T fill) noexcept {
+    const std::size_t without_rows = m.empty() ? std::min(m.cols, cols) : 0;
+    if (!m.resize(rows, cols)) return false;
+    for (std::size_t j = 0; j < without_rows; ++j) std::fill_n(m[j], rows, fill);
+    return true;
+}
+
 /// Makes `input`, a local view of an argument, independent of `output` when both share a storage
 /// block: it becomes a copy of the values on entry. Usually nothing is shared and nothing happens.
 /// False: memory is exhausted.
