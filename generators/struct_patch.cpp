@@ -14,24 +14,53 @@ namespace {
 
 // ------------------------------------------------------------------------------------------ nodes
 
-// One line of interior nodes, i fixed. What does not depend on j is formed once; the products of two
-// weights are formed before the corner is multiplied, as the sum is written.
+// The interior is computed in strips of at most this many j. What a strip needs of the right and left
+// side is gathered once, component by component, so that the formula runs over vectors of points.
+constexpr std::size_t strip_width = 64;
+
+template <int Dim>
+struct strip {
+    std::size_t width;
+    double v[strip_width];
+    double right[Dim][strip_width];
+    double left[Dim][strip_width];
+
+    strip(const struct_patch& patch, const points_view<Dim>& points, std::size_t first_j) noexcept
+        : width(std::min(strip_width, patch.n - first_j)) {
+        for (std::size_t t = 0; t < width; ++t) {
+            const std::size_t j = first_j + t;
+            const point<Dim> r = points[patch.right(j)];
+            const point<Dim> l = points[patch.left(j)];
+            v[t] = static_cast<double>(j) / static_cast<double>(patch.n);
+            for (std::size_t k = 0; k < Dim; ++k) {
+                right[k][t] = r[k];
+                left[k][t] = l[k];
+            }
+        }
+    }
+};
+
+// One line of nodes, i fixed, and the corners of the patch.
 template <int Dim>
 struct coons_line {
     double u;
     point<Dim> bottom, top, c0, c1, c2, c3;
 
-    point<Dim> at(double v, const point<Dim>& right, const point<Dim>& left) const noexcept {
-        const double w0 = (v - 1) * (1 - u);
-        const double w1 = (v - 1) * u;
-        const double w2 = v * u;
-        const double w3 = (u - 1) * v;
-        point<Dim> p;
-        for (std::size_t k = 0; k < Dim; ++k) {
-            p[k] = (1 - v) * bottom[k] + u * right[k] + v * top[k] + (1 - u) * left[k] +
-                   w0 * c0[k] + w1 * c1[k] - w2 * c2[k] + w3 * c3[k];
+    // The nodes of the line within a strip, component by component. The sum runs in the order in which
+    // the interpolant is written; the two weights of a corner are multiplied first.
+    void evaluate(const strip<Dim>& s, double (&out)[Dim][strip_width]) const noexcept {
+        for (std::size_t t = 0; t < s.width; ++t) {
+            const double v = s.v[t];
+            const double w0 = (v - 1) * (1 - u);
+            const double w1 = (v - 1) * u;
+            const double w2 = v * u;
+            const double w3 = (u - 1) * v;
+            for (std::size_t k = 0; k < Dim; ++k) {
+                out[k][t] = (1 - v) * bottom[k] + u * s.right[k][t] + v * top[k] +
+                            (1 - u) * s.left[k][t] + w0 * c0[k] + w1 * c1[k] - w2 * c2[k] +
+                            w3 * c3[k];
+            }
         }
-        return p;
     }
 };
 
@@ -39,103 +68,127 @@ struct coons_line {
 template <int Dim>
 void place_interior_nodes(const struct_patch& patch, dense2D<double>& pos) noexcept {
     const points_view<Dim> points(pos);
-    const std::size_t ld = pos.ld;
-    double* out = pos[patch.first_new];
-    const double cells1 = static_cast<double>(patch.n1);
-    const double cells2 = static_cast<double>(patch.n);
+    const columns<double> nodes = columns_of(pos);
     const point<Dim> c0 = points[patch.bottom(0)];
     const point<Dim> c1 = points[patch.right(0)];
     const point<Dim> c2 = points[patch.top(patch.n1)];
     const point<Dim> c3 = points[patch.top(0)];
-    for (std::size_t i = 1; i < patch.n1; ++i) {
-        const coons_line<Dim> line{static_cast<double>(i) / cells1,
-                                   points[patch.bottom(i)],
-                                   points[patch.top(i)],
-                                   c0,
-                                   c1,
-                                   c2,
-                                   c3};
-        for (std::size_t j = 1; j < patch.n; ++j, out += ld) {
-            const point<Dim> p = line.at(static_cast<double>(j) / cells2, points[patch.right(j)],
-                                         points[patch.left(j)]);
-            std::copy_n(p.begin(), Dim, out);
+    for (std::size_t j = 1; j < patch.n; j += strip_width) {
+        const strip<Dim> s(patch, points, j);
+        for (std::size_t i = 1; i < patch.n1; ++i) {
+            const double u = static_cast<double>(i) / static_cast<double>(patch.n1);
+            const coons_line<Dim> line{u, points[patch.bottom(i)], points[patch.top(i)], c0, c1, c2,
+                                       c3};
+            double placed[Dim][strip_width];
+            line.evaluate(s, placed);
+            double* out = nodes[patch.first_new + (i - 1) * (patch.n - 1) + (j - 1)];
+            for (std::size_t t = 0; t < s.width; ++t, out += nodes.ld)
+                for (std::size_t k = 0; k < Dim; ++k) out[k] = placed[k][t];
         }
     }
 }
 
 // --------------------------------------------------------------------------------------- elements
 
-// A writer takes the cells in order, with their grid indices, and writes them behind one another.
+// A writer puts the elements of a cell to `out`, columns `ld` apart; (i, j) is the cell's place in the
+// grid. `columns` is what it writes per cell and `rows` the height of a column.
 struct quad_writer {
-    unsigned* out;
-    std::size_t ld;
+    static constexpr std::size_t columns = 1;
+    static constexpr std::size_t rows = 4;
 
-    void operator()(std::size_t, std::size_t, unsigned a, unsigned b, unsigned c,
-                    unsigned d) noexcept {
+    static void write(unsigned* out, std::size_t, std::size_t, std::size_t, unsigned a, unsigned b,
+                      unsigned c, unsigned d) noexcept {
         out[0] = a;
         out[1] = b;
         out[2] = c;
         out[3] = d;
-        out += ld;
     }
 };
 
 // `Rows` 3 writes plain triangles, 4 marks row 3 too.
-template <int Rows, int Pattern>
+template <std::size_t Rows, int Pattern>
 struct triangle_writer {
-    unsigned* out;
-    std::size_t ld;
+    static constexpr std::size_t columns = 2;
+    static constexpr std::size_t rows = Rows;
 
-    void triangle(unsigned a, unsigned b, unsigned c) noexcept {
+    static void triangle(unsigned* out, unsigned a, unsigned b, unsigned c) noexcept {
         out[0] = a;
         out[1] = b;
         out[2] = c;
-        if (Rows == 4) out[3] = no_node;
-        out += ld;
+        if constexpr (Rows == 4) out[3] = no_node;
     }
-    void operator()(std::size_t i, std::size_t j, unsigned a, unsigned b, unsigned c,
-                    unsigned d) noexcept {
+    static void write(unsigned* out, std::size_t ld, std::size_t i, std::size_t j, unsigned a,
+                      unsigned b, unsigned c, unsigned d) noexcept {
         const bool along_ac = Pattern == 1 || (Pattern == 2 && (i + j) % 2 == 0);
-        triangle(a, b, along_ac ? c : d);
-        triangle(along_ac ? a : b, c, d);
+        triangle(out, a, b, along_ac ? c : d);
+        triangle(out + ld, along_ac ? a : b, c, d);
     }
 };
 
-/// Hands all cells to the writer, i outer and j inner.
+// Inside the patch the node numbers of a cell grow by one from cell to cell, and every pattern repeats
+// after two cells. So two cells make a stencil that is written again and again, in contiguous columns,
+// while its node numbers grow by two; a marked row stays.
 template <class Writer>
-void write_cells(const struct_patch& patch, Writer write) noexcept {
+unsigned* write_interior_cells(std::size_t i, std::size_t j, std::size_t pairs, unsigned a,
+                               unsigned b, unsigned* out) noexcept {
+    constexpr std::size_t per_cell = Writer::columns * Writer::rows;
+    constexpr std::size_t entries = 2 * per_cell;
+    unsigned stencil[entries];
+    unsigned step[entries];
+    for (unsigned k = 0; k < 2; ++k) {
+        Writer::write(stencil + k * per_cell, Writer::rows, i, j + k, a + k, b + k, b + k + 1,
+                      a + k + 1);
+    }
+    for (std::size_t k = 0; k < entries; ++k) step[k] = stencil[k] == no_node ? 0 : 2;
+    for (std::size_t pair = 0; pair < pairs; ++pair, out += entries) {
+        for (std::size_t k = 0; k < entries; ++k) {
+            out[k] = stencil[k];
+            stencil[k] += step[k];
+        }
+    }
+    return out;
+}
+
+/// Writes the elements of all cells from `out` on, i outer and j inner.
+template <class Writer>
+void write_cells(const struct_patch& patch, unsigned* out, std::size_t ld) noexcept {
     for (std::size_t i = 0; i < patch.n1; ++i) {
         unsigned a = struct_node_id(patch, i, 0);
         unsigned b = struct_node_id(patch, i + 1, 0);
-        const auto cell = [&](std::size_t j, unsigned c, unsigned d) {
-            write(i, j, a, b, c, d);
-            a = d;
-            b = c;
-        };
         std::size_t j = 0;
-        if (i > 0 &&
-            i + 1 < patch.n1) { // nodes j + 1 of both lines are interior up to the last cell
-            unsigned c = patch.interior(i + 1, 1);
-            unsigned d = patch.interior(i, 1);
-            for (; j + 1 < patch.n; ++j) cell(j, c++, d++);
+        const auto write_up_to = [&](std::size_t end) {
+            for (; j < end; ++j, out += Writer::columns * ld) {
+                const unsigned c = struct_node_id(patch, i + 1, j + 1);
+                const unsigned d = struct_node_id(patch, i, j + 1);
+                Writer::write(out, ld, i, j, a, b, c, d);
+                a = d;
+                b = c;
+            }
+        };
+        if (i > 0 && i + 1 < patch.n1 && patch.n > 3 && ld == Writer::rows) {
+            write_up_to(1);
+            const std::size_t pairs = (patch.n - 2) / 2;
+            out = write_interior_cells<Writer>(i, j, pairs, a, b, out);
+            j += 2 * pairs;
+            a = patch.interior(i, j);
+            b = patch.interior(i + 1, j);
         }
-        for (; j < patch.n; ++j)
-            cell(j, struct_node_id(patch, i + 1, j + 1), struct_node_id(patch, i, j + 1));
+        write_up_to(patch.n);
     }
 }
 
-template <int Rows>
+template <std::size_t Rows>
 void write_triangles(const struct_patch& patch, int pattern, unsigned* out,
                      std::size_t ld) noexcept {
     switch (pattern) {
     case 0:
-        write_cells(patch, triangle_writer<Rows, 0>{out, ld});
+        write_cells<triangle_writer<Rows, 0>>(patch, out, ld);
         break;
     case 1:
-        write_cells(patch, triangle_writer<Rows, 1>{out, ld});
+        write_cells<triangle_writer<Rows, 1>>(patch, out, ld);
         break;
     default:
-        write_cells(patch, triangle_writer<Rows, 2>{out, ld});
+        write_cells<triangle_writer<Rows, 2>>(patch, out, ld);
         break;
     }
 }
@@ -212,7 +265,7 @@ int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, u
     if (!grow_outputs(pos, n1, n, 4, 1, connect)) return status_memory;
     const struct_patch patch{loop.data(), n1, n, first_new};
     place_nodes(patch, pos);
-    write_cells(patch, quad_writer{connect[first_element], connect.ld});
+    write_cells<quad_writer>(patch, connect[first_element], connect.ld);
     return status_ok;
 }
 
