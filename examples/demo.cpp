@@ -1,0 +1,49 @@
+// zel tessel2d: planar and surface mesh tools.
+//
+// The demonstration: meshes generated, converted and measured, written as files that ParaView opens
+// (.vtu) and as pictures that a browser opens (.svg), in one folder with an index page.
+//
+//     demo [<output directory> [<data directory>]]
+#include "demo/chapters.h"
+#include "support/require.h"
+#include "zel/tessel2d.h"
+
+#include <cstdio>
+#include <exception>
+#include <system_error>
+
+namespace {
+
+void write_book(demo::book& b) {
+    std::error_code problem;
+    std::filesystem::create_directories(b.output, problem);
+    support::require(!problem, "cannot create " + b.output.string() + ": " + problem.message());
+
+    b.page.title = "Meshes of triangles and quadrilaterals";
+    b.page.text = "What the library makes of outlines and of scanned surfaces. Every picture has its "
+                  "mesh beside it as a .vtu file, which ParaView opens. Lengths are in the units of "
+                  "the coordinates.";
+    b.page.foot = std::string("zel tessel2d ") + zel::tessel2d::version();
+
+    demo::patch_chapter(b);
+    demo::surface_chapter(b);
+    support::write_index_page(b.output / "index.html", b.page);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        demo::book b;
+        b.output = argc > 1 ? argv[1] : "build/demo";
+        b.data = argc > 2 ? argv[2] : ZEL_EXAMPLE_DATA;
+        std::printf("zel tessel2d %s\n", zel::tessel2d::version());
+        write_book(b);
+        std::printf("\nAll files are in %s; index.html shows them.\n", b.output.string().c_str());
+        return 0;
+    } catch (const std::exception& problem) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "demo: %s\n", problem.what());
+        return 1;
+    }
+}

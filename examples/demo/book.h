@@ -1,0 +1,42 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+#include "support/index_page.h"
+#include "support/mesh.h"
+#include "support/mesh_picture.h"
+#include "support/vtk_writer.h"
+
+#include <filesystem>
+#include <string>
+
+namespace demo {
+
+/// What a chapter works with: where its files go, where the data lies, and the page it adds to.
+struct book {
+    std::filesystem::path output;
+    std::filesystem::path data;
+    support::index_page page;
+};
+
+/// Begins a chapter on the page and on the console.
+support::section& begin_chapter(book& b, const std::string& title, const std::string& text);
+
+/// Prints a table and puts it on the page.
+void add_table(support::section& s, const support::table& t);
+
+/// The size of a picture, in the units of the page.
+struct picture_size {
+    double width = 480;
+    double height = 400;
+};
+
+/// Writes a mesh as `<name>.vtu` and its picture as `<name>.svg`, and puts the picture on the page.
+void add_figure(book& b, support::section& s, const std::string& name, const support::mesh& m,
+                const support::mesh_picture& picture, const std::string& caption,
+                picture_size size = {}, const support::mesh_fields& fields = {});
+
+/// The picture of a mesh alone.
+support::mesh_picture picture_of(const support::mesh& m, const support::camera& view,
+                                 const support::paint& how);
+
+} // namespace demo

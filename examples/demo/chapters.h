@@ -1,0 +1,15 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+#include "demo/book.h"
+
+/// The demonstration, one function per chapter. Each writes its meshes and pictures, prints its
+/// figures and adds a section to the page; what goes wrong ends the work with a message.
+namespace demo {
+
+/// A curved patch in quadrilaterals and in the three patterns of triangles.
+void patch_chapter(book& b);
+/// A scanned surface and its measures.
+void surface_chapter(book& b);
+
+} // namespace demo

@@ -1,0 +1,70 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "demo/measure.h"
+
+#include "support/require.h"
+#include "zel/tessel2d.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace demo {
+
+namespace {
+
+using support::require;
+
+double distance(const double* a, const double* b, std::size_t rows) {
+    double sum = 0;
+    for (std::size_t i = 0; i < rows; ++i) sum += (a[i] - b[i]) * (a[i] - b[i]);
+    return std::sqrt(sum);
+}
+
+std::vector<double> circumradii_of(const support::mesh& m) {
+    zel::dense2D<double> centers;
+    require(zel::tessel2d::circumcenters(m.pos, m.connect, centers), "circumcenters");
+    std::vector<double> radii;
+    for (std::size_t e = 0; e < m.connect.cols; ++e) {
+        radii.push_back(distance(centers[e], m.pos[m.connect(0, e)], m.pos.rows));
+    }
+    return radii;
+}
+
+} // namespace
+
+measures measure(const support::mesh& m) {
+    measures result;
+    result.nodes = m.pos.cols;
+    result.elements = m.connect.cols;
+    require(zel::tessel2d::area(m.pos, m.connect, result.area), "area");
+
+    zel::dense1D<double, 8> smallest;
+    zel::dense1D<double, 8> largest;
+    require(zel::tessel2d::angles(m.pos, m.connect, false, smallest, largest), "angles");
+    result.smallest_angles.assign(smallest.begin(), smallest.end());
+    result.largest_angles.assign(largest.begin(), largest.end());
+    result.smallest_angle = *std::min_element(smallest.begin(), smallest.end());
+    result.largest_angle = *std::max_element(largest.begin(), largest.end());
+
+    if (m.connect.rows == 3) {
+        result.circumradii = circumradii_of(m);
+        result.largest_circumradius =
+            *std::max_element(result.circumradii.begin(), result.circumradii.end());
+    }
+    return result;
+}
+
+support::table measures_table() {
+    return {{"mesh", "nodes", "elements", "area (units²)", "smallest angle", "largest angle",
+             "largest circumradius (units)"},
+            {}};
+}
+
+void add_measures(support::table& t, const std::string& name, const measures& result) {
+    t.rows.push_back({name, support::whole(result.nodes), support::whole(result.elements),
+                      support::fixed(result.area, 6), support::degrees(result.smallest_angle),
+                      support::degrees(result.largest_angle),
+                      result.circumradii.empty() ? "–"
+                                                 : support::fixed(result.largest_circumradius, 4)});
+}
+
+} // namespace demo

@@ -1,0 +1,25 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+#include "support/mesh.h"
+
+#include <functional>
+
+namespace support {
+
+/// A curve by its parameter from 0 to 1.
+using curve = std::function<point(double)>;
+
+/// The sides of a patch: `bottom` and `top` run from left to right, `left` and `right` upwards.
+/// They are taken to meet at the corners.
+struct four_sides {
+    curve bottom, right, top, left;
+};
+
+/// Places 2*(m+n) nodes around a patch behind the columns of `pos`, m cells along bottom and top and
+/// n along the other sides, and answers the closed loop of their numbers: anticlockwise, from the
+/// lower left corner on. An empty `pos` gets `dimension` rows.
+zel::dense1D<unsigned, 8> add_outline(zel::dense2D<double>& pos, const four_sides& sides,
+                                      unsigned m, unsigned n, unsigned dimension);
+
+} // namespace support

@@ -1,0 +1,133 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "support/svg.h"
+
+#include "support/require.h"
+
+#include <cstdio>
+#include <fstream>
+
+namespace support {
+
+namespace {
+
+/// A coordinate, with no more digits than a screen shows.
+std::string number(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.2f", value);
+    std::string digits(text);
+    while (digits.back() == '0') digits.pop_back();
+    if (digits.back() == '.') digits.pop_back();
+    return digits == "-0" ? "0" : digits;
+}
+
+std::string attribute(const char* name, const std::string& value) {
+    return std::string(" ") + name + "=\"" + value + '"';
+}
+
+std::string path_of(const std::vector<dot>& points) {
+    std::string path;
+    for (const dot& p : points) {
+        path += path.empty() ? "M" : "L";
+        path += number(p[0]) + ' ' + number(p[1]);
+    }
+    return path;
+}
+
+std::string class_of(const char* kind) { return kind == nullptr ? "" : attribute("class", kind); }
+
+std::string see_through(double opacity) {
+    return opacity < 1 ? attribute("opacity", number(opacity)) : "";
+}
+
+} // namespace
+
+std::string escaped(const std::string& text) {
+    std::string safe;
+    for (const char c : text) {
+        switch (c) {
+        case '&': safe += "&amp;"; break;
+        case '<': safe += "&lt;"; break;
+        case '>': safe += "&gt;"; break;
+        case '"': safe += "&quot;"; break;
+        default: safe += c;
+        }
+    }
+    return safe;
+}
+
+svg::svg(double width_, double height_, const std::string& title)
+    : width(width_), height(height_), heading(title) {}
+
+void svg::polygon(const std::vector<dot>& corners, const colour& fill, const colour& line,
+                  double line_width, double opacity, const char* kind) {
+    body += "<path" + class_of(kind) + attribute("d", path_of(corners) + 'Z') +
+            attribute("fill", hex(fill)) + see_through(opacity);
+    if (line_width > 0) {
+        body += attribute("stroke", hex(line)) + attribute("stroke-width", number(line_width));
+    }
+    body += "/>\n";
+}
+
+void svg::polyline(const std::vector<dot>& points, const colour& line, double line_width,
+                   bool dashed, double opacity) {
+    body += "<path" + attribute("d", path_of(points)) + attribute("fill", "none") +
+            attribute("stroke", hex(line)) + attribute("stroke-width", number(line_width)) +
+            (dashed ? attribute("stroke-dasharray", "4 3") : "") + see_through(opacity) + "/>\n";
+}
+
+void svg::rectangle(const dot& corner, double wide, double high, const colour& fill,
+                    const char* kind) {
+    body += "<rect" + class_of(kind) + attribute("x", number(corner[0])) +
+            attribute("y", number(corner[1])) + attribute("width", number(wide)) +
+            attribute("height", number(high)) + attribute("fill", hex(fill)) + "/>\n";
+}
+
+void svg::disc(const dot& centre, double radius, const colour& fill) {
+    body += "<circle" + attribute("cx", number(centre[0])) + attribute("cy", number(centre[1])) +
+            attribute("r", number(radius)) + attribute("fill", hex(fill)) + "/>\n";
+}
+
+void svg::text(const dot& place, const std::string& words, double size, const colour& fill,
+               anchor at, bool upright) {
+    static constexpr const char* anchors[] = {"start", "middle", "end"};
+    const std::string x = number(place[0]);
+    const std::string y = number(place[1]);
+    body += "<text" + attribute("x", x) + attribute("y", y) +
+            attribute("font-size", number(size)) + attribute("fill", hex(fill)) +
+            attribute("text-anchor", anchors[static_cast<int>(at)]);
+    if (upright) body += attribute("transform", "rotate(-90 " + x + ' ' + y + ')');
+    body += '>' + escaped(words) + "</text>\n";
+}
+
+void svg::colour_bar(const dot& corner, double wide, const colour_map& map, const std::string& low,
+                     const std::string& high, const std::string& title) {
+    const std::string name = "map" + std::to_string(gradients++);
+    body += "<defs><linearGradient" + attribute("id", name) + ">\n";
+    for (std::size_t k = 0; k < map.size(); ++k) {
+        const double place = static_cast<double>(k) / static_cast<double>(map.size() - 1);
+        body += "<stop" + attribute("offset", number(place)) + attribute("stop-color", hex(map[k])) +
+                "/>\n";
+    }
+    body += "</linearGradient></defs>\n<rect" + attribute("x", number(corner[0])) +
+            attribute("y", number(corner[1])) + attribute("width", number(wide)) +
+            attribute("height", "9") + attribute("rx", "2") +
+            attribute("fill", "url(#" + name + ")") + "/>\n";
+    const double foot = corner[1] + 21;
+    text({corner[0], foot}, low, 11, palette::muted, anchor::start);
+    text({corner[0] + wide, foot}, high, 11, palette::muted, anchor::end);
+    text({corner[0] + wide / 2, foot}, title, 11, palette::ink);
+}
+
+void svg::write(const std::filesystem::path& file) const {
+    std::ofstream out(file);
+    out << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " << number(width) << ' '
+        << number(height) << "\" width=\"" << number(width) << "\" height=\"" << number(height)
+        << "\" font-family=\"system-ui, 'Segoe UI', 'DejaVu Sans', sans-serif\""
+        << " stroke-linejoin=\"round\" stroke-linecap=\"round\">\n"
+        << "<title>" << escaped(heading) << "</title>\n"
+        << body << "</svg>\n";
+    out.close();
+    require(!out.fail(), "cannot write " + file.string());
+}
+
+} // namespace support

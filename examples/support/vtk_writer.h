@@ -1,0 +1,20 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+#include "support/mesh.h"
+
+#include <filesystem>
+
+namespace support {
+
+/// Fields that go with a mesh: one number per node or element, or three, which make a vector.
+struct mesh_fields {
+    std::vector<field> on_nodes;
+    std::vector<field> on_elements;
+};
+
+/// Writes a mesh as VTK unstructured grid (.vtu, XML with plain numbers), which ParaView opens. A
+/// field of another length, or a file that cannot be written, ends the work with a message.
+void write_vtu(const std::filesystem::path& file, const mesh& m, const mesh_fields& fields = {});
+
+} // namespace support
