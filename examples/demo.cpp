@@ -20,9 +20,10 @@ void write_book(demo::book& b) {
     support::require(!problem, "cannot create " + b.output.string() + ": " + problem.message());
 
     b.page.title = "Meshes of triangles and quadrilaterals";
-    b.page.text = "What the library makes of outlines and of scanned surfaces. Every picture has its "
-                  "mesh beside it as a .vtu file, which ParaView opens. Lengths are in the units of "
-                  "the coordinates.";
+    b.page.text =
+        "What the library makes of outlines and of scanned surfaces. Every picture has its "
+        "mesh beside it as a .vtu file, which ParaView opens. Lengths are in the units of "
+        "the coordinates.";
     b.page.foot = std::string("zel tessel2d ") + zel::tessel2d::version();
 
     demo::patch_chapter(b);

@@ -17,8 +17,8 @@ void add_table(support::section& s, const support::table& t) {
 }
 
 void add_figure(book& b, support::section& s, const std::string& name, const support::mesh& m,
-                const support::mesh_picture& picture, const std::string& caption,
-                picture_size size, const support::mesh_fields& fields) {
+                const support::mesh_picture& picture, const std::string& caption, picture_size size,
+                const support::mesh_fields& fields) {
     support::write_vtu(b.output / (name + ".vtu"), m, fields);
     picture.write(b.output / (name + ".svg"), size.width, size.height, caption);
     s.figures.push_back({name + ".svg", caption, name + ".vtu"});

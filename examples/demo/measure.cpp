@@ -54,17 +54,17 @@ measures measure(const support::mesh& m) {
 }
 
 support::table measures_table() {
-    return {{"mesh", "nodes", "elements", "area (units²)", "smallest angle", "largest angle",
+    return {{"Mesh", "nodes", "elements", "area (units²)", "smallest angle", "largest angle",
              "largest circumradius (units)"},
             {}};
 }
 
 void add_measures(support::table& t, const std::string& name, const measures& result) {
-    t.rows.push_back({name, support::whole(result.nodes), support::whole(result.elements),
-                      support::fixed(result.area, 6), support::degrees(result.smallest_angle),
-                      support::degrees(result.largest_angle),
-                      result.circumradii.empty() ? "–"
-                                                 : support::fixed(result.largest_circumradius, 4)});
+    t.rows.push_back(
+        {name, support::whole(result.nodes), support::whole(result.elements),
+         support::fixed(result.area, 6), support::degrees(result.smallest_angle),
+         support::degrees(result.largest_angle),
+         result.circumradii.empty() ? "–" : support::fixed(result.largest_circumradius, 4)});
 }
 
 } // namespace demo

@@ -17,10 +17,18 @@ constexpr unsigned cells_upward = 10;
 
 /// A sail: waves below, a bow above, the sides bent to the right.
 support::four_sides sail() {
-    return {[](double t) { return support::point{4 * t, 0.32 * std::sin(2 * pi * t), 0}; },
-            [](double t) { return support::point{4 + 0.45 * std::sin(pi * t), 2.2 * t, 0}; },
-            [](double t) { return support::point{4 * t, 2.2 + 0.75 * std::sin(pi * t), 0}; },
-            [](double t) { return support::point{0.35 * std::sin(pi * t), 2.2 * t, 0}; }};
+    return {[](double t) {
+                return support::point{4 * t, 0.32 * std::sin(2 * pi * t), 0};
+            },
+            [](double t) {
+                return support::point{4 + 0.45 * std::sin(pi * t), 2.2 * t, 0};
+            },
+            [](double t) {
+                return support::point{4 * t, 2.2 + 0.75 * std::sin(pi * t), 0};
+            },
+            [](double t) {
+                return support::point{0.35 * std::sin(pi * t), 2.2 * t, 0};
+            }};
 }
 
 /// The area within a closed loop of nodes, half the sum of the cross products along it.
@@ -56,10 +64,10 @@ void patch_chapter(book& b) {
         const char* file;
         const char* name;
     };
-    static constexpr kind kinds[] = {{-1, "patch_quads", "quadrilaterals"},
-                                     {0, "patch_falling", "triangles, falling diagonals"},
-                                     {1, "patch_rising", "triangles, rising diagonals"},
-                                     {2, "patch_alternating", "triangles, alternating"}};
+    static constexpr kind kinds[] = {{-1, "patch_quads", "Quadrilaterals"},
+                                     {0, "patch_falling", "Triangles, falling diagonals"},
+                                     {1, "patch_rising", "Triangles, rising diagonals"},
+                                     {2, "patch_alternating", "Triangles, alternating"}};
 
     support::section& s = begin_chapter(
         b, "A curved patch",
@@ -76,19 +84,19 @@ void patch_chapter(book& b) {
         for (const double angle : result.smallest_angles) in_degrees.push_back(angle * 180 / pi);
 
         const double ideal = k.pattern < 0 ? 90 : 60;
-        auto picture = picture_of(
-            m, support::from_above(),
-            support::value_paint(in_degrees, support::quality_colours(), 0, ideal));
+        auto picture =
+            picture_of(m, support::from_above(),
+                       support::value_paint(in_degrees, support::quality_colours(), 0, ideal));
         picture.set_legend(support::quality_colours(), "0°", support::fixed(ideal, 0) + "°",
                            "smallest angle");
-        add_figure(b, s, k.file, m, picture, std::string(k.name) + ".", {360, 300},
+        add_figure(b, s, k.file, m, picture, std::string(k.name) + ".", {280, 240},
                    {{}, {{"smallest angle in degrees", in_degrees}}});
         add_measures(t, k.name, result);
     }
 
     support::mesh outline;
     const auto loop = support::add_outline(outline.pos, sail(), cells_across, cells_upward, 2);
-    t.rows.push_back({"the outline alone", support::whole(outline.pos.cols), "–",
+    t.rows.push_back({"The outline alone", support::whole(outline.pos.cols), "–",
                       support::fixed(area_within(outline, loop), 6), "–", "–", "–"});
     add_table(s, t);
 }

@@ -25,16 +25,6 @@ std::vector<double> corner_angles(const measures& result) {
     return angles;
 }
 
-support::table surface_table(const measures& result) {
-    return {{"scanned surface", "value"},
-            {{"nodes", support::whole(result.nodes)},
-             {"triangles", support::whole(result.elements)},
-             {"area (units²)", support::fixed(result.area, 4)},
-             {"smallest angle", support::degrees(result.smallest_angle)},
-             {"largest angle", support::degrees(result.largest_angle)},
-             {"largest circumradius (units)", support::fixed(result.largest_circumradius, 4)}}};
-}
-
 } // namespace
 
 void surface_chapter(book& b) {
@@ -43,37 +33,38 @@ void surface_chapter(book& b) {
     std::vector<double> in_degrees;
     for (const double angle : result.smallest_angles) in_degrees.push_back(angle * 180 / pi);
 
-    support::section& s =
-        begin_chapter(b, "A scanned surface",
-                      "A closed surface from a scanner, read from a file and measured: its area, the "
-                      "angles of its triangles and their circumradii.");
+    support::section& s = begin_chapter(
+        b, "A scanned surface",
+        "A closed surface from a scanner, read from a file and measured: its area, the "
+        "angles of its triangles and their circumradii.");
     s.columns = 3;
     support::paint clay = support::surface_paint();
     clay.hide_backs = true;
-    add_figure(b, s, "surface", m,
-               picture_of(m, support::with_y_upright(-25, 12), clay),
-               "The surface as it was read.", {480, 460},
-               {{},
-                {{"smallest angle in degrees", in_degrees}, {"circumradius", result.circumradii}}});
+    add_figure(
+        b, s, "surface", m, picture_of(m, support::with_y_upright(-25, 12), clay),
+        "The surface as it was read.", {380, 390},
+        {{}, {{"smallest angle in degrees", in_degrees}, {"circumradius", result.circumradii}}});
 
-    support::paint quality =
-        support::value_paint(in_degrees, support::quality_colours(), 0, 60);
+    support::paint quality = support::value_paint(in_degrees, support::quality_colours(), 0, 60);
     quality.lit = true;
     quality.hide_backs = true;
     quality.line_width = 0.35;
     auto picture = picture_of(m, support::with_y_upright(-25, 12), quality);
     picture.set_legend(support::quality_colours(), "0°", "60°", "smallest angle");
-    picture.write(b.output / "surface_angles.svg", 480, 460, "Smallest angle of each triangle");
+    picture.write(b.output / "surface_angles.svg", 380, 390, "Smallest angle of each triangle");
     s.figures.push_back({"surface_angles.svg", "The smallest angle of each triangle.", ""});
 
     const std::vector<double> angles = corner_angles(result);
     support::write_bar_chart(
         b.output / "surface_histogram.svg", support::count_values(angles, 0, 180, 36),
-        {"Histogram of the corner angles", "corner angle (degrees)", "corners", 30}, {60}, 480, 460);
+        {"Histogram of the corner angles", "corner angle (degrees)", "corners", 30}, {60}, 380,
+        390);
     s.figures.push_back({"surface_histogram.svg",
                          "All corner angles in steps of 5°; the dashed line marks 60°.", ""});
 
-    add_table(s, surface_table(result));
+    support::table t = measures_table();
+    add_measures(t, "Scanned surface", result);
+    add_table(s, t);
     std::printf("  corner angles, in steps of 15°\n");
     support::print_histogram(support::count_values(angles, 0, 180, 12), "°");
 }

@@ -56,7 +56,9 @@ void write_bar_chart(const std::filesystem::path& file, const histogram& h,
     const double step_up = round_step(std::max(1.0, static_cast<double>(largest_count(h))));
     const double highest =
         step_up * std::ceil(std::max(1.0, static_cast<double>(largest_count(h))) / step_up);
-    const auto across = [&](double value) { return left + (right - left) * (value - h.first) / span; };
+    const auto across = [&](double value) {
+        return left + (right - left) * (value - h.first) / span;
+    };
     const auto upward = [&](double count) { return foot - (foot - top) * count / highest; };
 
     svg drawing(width, height, words.title);

@@ -19,7 +19,9 @@ colour_map from_hex(const std::vector<unsigned>& list) {
     return map;
 }
 
-int to_byte(double part) { return static_cast<int>(std::lround(255 * std::clamp(part, 0.0, 1.0))); }
+int to_byte(double part) {
+    return static_cast<int>(std::lround(255 * std::clamp(part, 0.0, 1.0)));
+}
 
 } // namespace
 
@@ -37,9 +39,9 @@ colour mix(const colour& a, const colour& b, double weight) {
 }
 
 const colour_map& growing_colours() {
-    static const colour_map map = from_hex({0x440154, 0x482475, 0x414487, 0x355f8d, 0x2a788e,
-                                            0x21918c, 0x22a884, 0x44bf70, 0x7ad151, 0xbddf26,
-                                            0xfde725});
+    static const colour_map map =
+        from_hex({0x440154, 0x482475, 0x414487, 0x355f8d, 0x2a788e, 0x21918c, 0x22a884, 0x44bf70,
+                  0x7ad151, 0xbddf26, 0xfde725});
     return map;
 }
 

@@ -28,9 +28,9 @@ h2 { margin: 0 0 .3rem; font-size: 1.45rem; font-weight: 650; }
 section > p { margin: 0 0 1.1rem; max-width: 52rem; color: var(--muted); }
 .figures { display: grid; gap: 1rem; margin-bottom: 1rem; }
 figure { margin: 0; background: #fff; border: 1px solid var(--line); border-radius: 10px;
-         padding: .8rem; display: flex; flex-direction: column; }
+         padding: .8rem; }
 figure img { width: 100%; height: auto; display: block; }
-figcaption { margin-top: auto; padding: .6rem .2rem 0; font-size: .9rem; color: var(--muted); }
+figcaption { padding: .6rem .2rem 0; font-size: .9rem; color: var(--muted); }
 figcaption a { color: var(--accent); white-space: nowrap; }
 .scroll { overflow-x: auto; background: #fff; border: 1px solid var(--line); border-radius: 10px;
           margin-bottom: 1rem; }
@@ -48,7 +48,9 @@ footer { margin: 3rem 0 2rem; font-size: .85rem; color: var(--muted); }
 @media (max-width: 36rem) { .figures { grid-template-columns: 1fr; } }
 )";
 
-std::string name_of(std::size_t chapter) { return "chapter" + std::to_string(chapter + 1); }
+std::string name_of(std::size_t chapter) {
+    return "chapter" + std::to_string(chapter + 1);
+}
 
 void write_figure(std::ostream& out, const figure& f) {
     out << "<figure>\n<img src=\"" << escaped(f.picture) << "\" alt=\"" << escaped(f.caption)

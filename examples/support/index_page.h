@@ -3,6 +3,7 @@
 
 #include "support/table.h"
 
+#include <deque>
 #include <filesystem>
 
 namespace support {
@@ -26,7 +27,7 @@ struct section {
 struct index_page {
     std::string title;
     std::string text;
-    std::vector<section> sections;
+    std::deque<section> sections;
     std::string foot;
 };
 

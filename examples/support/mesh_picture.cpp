@@ -43,7 +43,7 @@ double brightness(const camera& eye, const point& n) {
     const point seen{dot_product(n, eye.right), dot_product(n, eye.up), dot_product(n, eye.toward)};
     const double lamp = std::max(0.0, dot_product(seen, {-0.46, 0.59, 0.66}));
     const double second = std::max(0.0, dot_product(seen, {0.86, 0.10, 0.50}));
-    return 0.40 + 0.58 * lamp + 0.14 * second;
+    return 0.52 + 0.52 * lamp + 0.16 * second;
 }
 
 colour scaled(const colour& c, double factor) {
@@ -67,7 +67,9 @@ colour fill_of(const mesh& m, std::size_t element, const paint& how) {
 
 } // namespace
 
-camera from_above() { return {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}; }
+camera from_above() {
+    return {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+}
 
 camera with_z_upright(double azimuth, double elevation) {
     const double a = azimuth * pi / 180;
@@ -105,7 +107,9 @@ dot mesh_picture::project(const point& p) const {
     return {dot_product(p, eye.right), dot_product(p, eye.up)};
 }
 
-double mesh_picture::depth(const point& p) const { return dot_product(p, eye.toward); }
+double mesh_picture::depth(const point& p) const {
+    return dot_product(p, eye.toward);
+}
 
 void mesh_picture::add(const mesh& m, const paint& how) {
     require(how.values == nullptr || how.values->size() == m.connect.cols ||
@@ -119,22 +123,22 @@ void mesh_picture::add(const mesh& m, const paint& how) {
         if (back && how.hide_backs) continue;
         if (back) normal = {-normal[0], -normal[1], -normal[2]};
 
-        shape s{shape_kind::polygon, {}, 0, fill_of(m, e, how), how.line, how.line_width,
-                how.opacity};
+        shape s{shape_kind::face, {}, 0, fill_of(m, e, how), how.line, how.line_width, how.opacity};
         for (const point& p : corners) {
             s.points.push_back(project(p));
             s.depth += depth(p) / static_cast<double>(corners.size());
         }
         if (how.lit) {
-            s.fill = scaled(s.fill, brightness(eye, normal));
+            const double light = brightness(eye, normal);
+            s.fill = scaled(s.fill, how.values == nullptr ? light : (1 + 2 * light) / 3);
             s.line = mix(s.fill, how.line, 0.45);
         }
         shapes.push_back(std::move(s));
     }
 }
 
-void mesh_picture::add_line(const std::vector<point>& points, const colour& line,
-                            double line_width, double lift) {
+void mesh_picture::add_line(const std::vector<point>& points, const colour& line, double line_width,
+                            double lift) {
     shape s{shape_kind::line, {}, lift, line, line, line_width, 1};
     for (const point& p : points) {
         s.points.push_back(project(p));
@@ -144,7 +148,7 @@ void mesh_picture::add_line(const std::vector<point>& points, const colour& line
 }
 
 void mesh_picture::add_dot(const point& p, double radius, const colour& fill, double lift) {
-    shapes.push_back({shape_kind::dot, {project(p)}, depth(p) + lift, fill, fill, radius, 1});
+    shapes.push_back({shape_kind::spot, {project(p)}, depth(p) + lift, fill, fill, radius, 1});
 }
 
 void mesh_picture::set_legend(const colour_map& map, const std::string& low,
@@ -168,8 +172,8 @@ void mesh_picture::write(const std::filesystem::path& file, double width, double
         }
     }
     const double room = height - (legend == nullptr ? 0 : legend_height);
-    const double scale =
-        std::min((width - 2 * margin) / (high[0] - low[0]), (room - 2 * margin) / (high[1] - low[1]));
+    const double scale = std::min((width - 2 * margin) / (high[0] - low[0]),
+                                  (room - 2 * margin) / (high[1] - low[1]));
     const auto place = [&](const dot& p) {
         return dot{width / 2 + scale * (p[0] - (low[0] + high[0]) / 2),
                    room / 2 - scale * (p[1] - (low[1] + high[1]) / 2)};
@@ -185,17 +189,19 @@ void mesh_picture::write(const std::filesystem::path& file, double width, double
         std::vector<dot> points;
         for (const dot& p : s->points) points.push_back(place(p));
         switch (s->kind) {
-        case shape_kind::polygon:
+        case shape_kind::face:
             drawing.polygon(points, s->fill, s->line, s->line_width, s->opacity, "cell");
             break;
         case shape_kind::line:
             drawing.polyline(points, s->line, s->line_width, false, s->opacity);
             break;
-        case shape_kind::dot: drawing.disc(points[0], s->line_width, s->fill); break;
+        case shape_kind::spot:
+            drawing.disc(points[0], s->line_width, s->fill);
+            break;
         }
     }
     if (legend != nullptr) {
-        const double bar = std::min(280.0, 0.7 * width);
+        const double bar = std::min(280.0, 0.75 * width);
         drawing.colour_bar({(width - bar) / 2, height - legend_height + 8}, bar, *legend,
                            legend_words[0], legend_words[1], legend_words[2]);
     }

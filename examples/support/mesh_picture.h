@@ -63,7 +63,7 @@ public:
                const std::string& title) const;
 
 private:
-    enum class shape_kind { polygon, line, dot };
+    enum class shape_kind { face, line, spot };
     struct shape {
         shape_kind kind;
         std::vector<dot> points; ///< in the units of the mesh, upwards

@@ -28,7 +28,8 @@ zel::dense2D<double> read_nodes(std::istream& in, std::size_t count, const std::
     bool planar = true;
     for (std::size_t n = 0; n < count; ++n) {
         double* p = pos[n];
-        require(bool(in >> p[0] >> p[1] >> p[2]), name + ": node " + std::to_string(n) + " is cut short");
+        require(bool(in >> p[0] >> p[1] >> p[2]),
+                name + ": node " + std::to_string(n) + " is cut short");
         planar = planar && p[2] == 0;
     }
     if (!planar) return pos;
@@ -70,6 +71,7 @@ mesh read_off(const std::filesystem::path& file) {
     std::size_t faces = 0;
     std::size_t edges = 0;
     require(in >> word >> nodes >> faces >> edges && word == "OFF", name + " is no OFF file");
+    require(nodes > 0 && faces > 0, name + " has no faces");
     require(nodes < no_node && faces < no_node, name + ": the counts are too large");
     mesh m;
     m.pos = read_nodes(in, nodes, name);

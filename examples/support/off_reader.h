@@ -11,8 +11,8 @@ namespace support {
 /// node, then a line `k n0 ... nk-1` per face. Text behind a `#` is skipped.
 ///
 /// Faces are triangles, which gives 3 rows, or triangles and quadrilaterals, which gives 4. A file
-/// whose z is 0 everywhere becomes a planar mesh of 2 rows. What cannot be read ends the work with a
-/// message that names the file.
+/// whose z is 0 everywhere becomes a planar mesh of 2 rows. What cannot be read, or has no
+/// faces, ends the work with a message that names the file.
 mesh read_off(const std::filesystem::path& file);
 
 } // namespace support

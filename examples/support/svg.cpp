@@ -33,7 +33,9 @@ std::string path_of(const std::vector<dot>& points) {
     return path;
 }
 
-std::string class_of(const char* kind) { return kind == nullptr ? "" : attribute("class", kind); }
+std::string class_of(const char* kind) {
+    return kind == nullptr ? "" : attribute("class", kind);
+}
 
 std::string see_through(double opacity) {
     return opacity < 1 ? attribute("opacity", number(opacity)) : "";
@@ -45,11 +47,20 @@ std::string escaped(const std::string& text) {
     std::string safe;
     for (const char c : text) {
         switch (c) {
-        case '&': safe += "&amp;"; break;
-        case '<': safe += "&lt;"; break;
-        case '>': safe += "&gt;"; break;
-        case '"': safe += "&quot;"; break;
-        default: safe += c;
+        case '&':
+            safe += "&amp;";
+            break;
+        case '<':
+            safe += "&lt;";
+            break;
+        case '>':
+            safe += "&gt;";
+            break;
+        case '"':
+            safe += "&quot;";
+            break;
+        default:
+            safe += c;
         }
     }
     return safe;
@@ -92,9 +103,8 @@ void svg::text(const dot& place, const std::string& words, double size, const co
     static constexpr const char* anchors[] = {"start", "middle", "end"};
     const std::string x = number(place[0]);
     const std::string y = number(place[1]);
-    body += "<text" + attribute("x", x) + attribute("y", y) +
-            attribute("font-size", number(size)) + attribute("fill", hex(fill)) +
-            attribute("text-anchor", anchors[static_cast<int>(at)]);
+    body += "<text" + attribute("x", x) + attribute("y", y) + attribute("font-size", number(size)) +
+            attribute("fill", hex(fill)) + attribute("text-anchor", anchors[static_cast<int>(at)]);
     if (upright) body += attribute("transform", "rotate(-90 " + x + ' ' + y + ')');
     body += '>' + escaped(words) + "</text>\n";
 }
@@ -105,8 +115,8 @@ void svg::colour_bar(const dot& corner, double wide, const colour_map& map, cons
     body += "<defs><linearGradient" + attribute("id", name) + ">\n";
     for (std::size_t k = 0; k < map.size(); ++k) {
         const double place = static_cast<double>(k) / static_cast<double>(map.size() - 1);
-        body += "<stop" + attribute("offset", number(place)) + attribute("stop-color", hex(map[k])) +
-                "/>\n";
+        body += "<stop" + attribute("offset", number(place)) +
+                attribute("stop-color", hex(map[k])) + "/>\n";
     }
     body += "</linearGradient></defs>\n<rect" + attribute("x", number(corner[0])) +
             attribute("y", number(corner[1])) + attribute("width", number(wide)) +

@@ -10,8 +10,9 @@ namespace {
 
 /// How many characters a text in UTF-8 shows.
 std::size_t shown(const std::string& text) {
-    return static_cast<std::size_t>(std::count_if(
-        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+        return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+    }));
 }
 
 void print_row(const std::vector<std::string>& row, const std::vector<std::size_t>& widths) {
@@ -51,7 +52,9 @@ std::string significant(double value, int digits) {
     return text;
 }
 
-std::string whole(std::size_t count) { return std::to_string(count); }
+std::string whole(std::size_t count) {
+    return std::to_string(count);
+}
 
 std::string degrees(double radians) {
     return fixed(radians * 180 / 3.14159265358979323846, 1) + "°";

@@ -13,12 +13,18 @@ namespace {
 /// The file format's number for an element.
 int vtk_type(cell_kind kind) {
     switch (kind) {
-    case cell_kind::edge: return 3;
-    case cell_kind::triangle: return 5;
-    case cell_kind::quad: return 9;
-    case cell_kind::triangle6: return 22;
-    case cell_kind::quad8: return 23;
-    case cell_kind::quad9: return 28;
+    case cell_kind::edge:
+        return 3;
+    case cell_kind::triangle:
+        return 5;
+    case cell_kind::quad:
+        return 9;
+    case cell_kind::triangle6:
+        return 22;
+    case cell_kind::quad8:
+        return 23;
+    case cell_kind::quad9:
+        return 28;
     }
     return 0;
 }
@@ -36,7 +42,9 @@ void open_array(std::ostream& out, const char* type, const std::string& name, in
         << components << "\" format=\"ascii\">\n";
 }
 
-void close_array(std::ostream& out) { out << "</DataArray>\n"; }
+void close_array(std::ostream& out) {
+    out << "</DataArray>\n";
+}
 
 void write_points(std::ostream& out, const mesh& m) {
     out << "<Points>\n";

@@ -1,0 +1,215 @@
+#!/usr/bin/env python3
+"""Runs the demonstration in an empty directory and checks what it leaves there.
+
+    demo_files.py <demo program>
+
+Every file is well-formed, every mesh is one that a viewer can open, every picture shows as many
+elements as it should, and the page names only files that exist. A missing data file is a plain
+message and status 1.
+"""
+
+import math
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree as xml
+
+# Nodes and elements of each mesh that the demonstration writes.
+MESHES = {
+    "patch_quads": (17 * 11, 16 * 10),
+    "patch_falling": (17 * 11, 2 * 16 * 10),
+    "patch_rising": (17 * 11, 2 * 16 * 10),
+    "patch_alternating": (17 * 11, 2 * 16 * 10),
+    "surface": (1839, 3674),
+}
+
+# Elements on each picture, where all of them are seen.
+PICTURES = {name: MESHES[name][1] for name in MESHES if name.startswith("patch_")}
+
+# Pictures of closed surfaces, where those that look away are left out.
+HALF_SEEN = {"surface": 3674, "surface_angles": 3674}
+
+# VTK's number of an element and the nodes that it has.
+NODES_OF_TYPE = {3: 2, 5: 3, 9: 4, 22: 6, 23: 8, 28: 9}
+
+DATA = pathlib.Path(__file__).parents[2] / "examples" / "data"
+
+SVG = "{http://www.w3.org/2000/svg}"
+
+
+def run_demo(*arguments):
+    return subprocess.run([PROGRAM, *map(str, arguments)], capture_output=True, text=True, check=False)
+
+
+def numbers(grid, name, kind=float):
+    array = grid.find(f".//DataArray[@Name='{name}']")
+    return [kind(word) for word in (array.text or "").split()]
+
+
+def cells(picture):
+    root = xml.parse(picture).getroot()
+    return [shape for shape in root.iter(SVG + "path") if shape.get("class") == "cell"]
+
+
+class Demonstration(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.output = pathlib.Path(cls.folder.name) / "made" / "here"
+        cls.finished = run_demo(cls.output)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def test_it_ends_well_and_says_where_the_files_are(self):
+        self.assertEqual(0, self.finished.returncode, self.finished.stderr)
+        self.assertIn(str(self.output), self.finished.stdout)
+        self.assertEqual("", self.finished.stderr)
+
+    def test_no_number_on_the_console_is_undefined(self):
+        words = self.finished.stdout.replace("-", " ").lower().split()
+        self.assertNotIn("nan", words)
+        self.assertNotIn("inf", words)
+
+    def test_every_file_is_well_formed(self):
+        files = [f for f in self.output.iterdir() if f.suffix in (".vtu", ".svg", ".html")]
+        self.assertEqual(sorted(files), sorted(self.output.iterdir()))
+        for file in files:
+            with self.subTest(file.name):
+                xml.parse(file)
+
+    def test_the_meshes_are_those_that_are_known(self):
+        self.assertEqual(sorted(MESHES), sorted(f.stem for f in self.output.glob("*.vtu")))
+
+    def test_meshes_have_their_nodes_and_elements(self):
+        for name, (nodes, elements) in MESHES.items():
+            with self.subTest(name):
+                grid = xml.parse(self.output / f"{name}.vtu").getroot()
+                piece = grid.find(".//Piece")
+                self.assertEqual(str(nodes), piece.get("NumberOfPoints"))
+                self.assertEqual(str(elements), piece.get("NumberOfCells"))
+                self.assertEqual(3 * nodes, len(numbers(grid, "Points")))
+
+    def test_elements_are_complete_and_name_nodes_that_exist(self):
+        for name, (nodes, elements) in MESHES.items():
+            with self.subTest(name):
+                grid = xml.parse(self.output / f"{name}.vtu").getroot()
+                connect = numbers(grid, "connectivity", int)
+                offsets = numbers(grid, "offsets", int)
+                sizes = [NODES_OF_TYPE[kind] for kind in numbers(grid, "types", int)]
+                self.assertEqual(elements, len(sizes))
+                self.assertEqual(sizes, [b - a for a, b in zip([0] + offsets, offsets)])
+                self.assertEqual(len(connect), offsets[-1])
+                self.assertEqual(set(range(nodes)), set(connect), "nodes that elements use")
+
+    def test_fields_fit_their_mesh(self):
+        for name, (nodes, elements) in MESHES.items():
+            grid = xml.parse(self.output / f"{name}.vtu").getroot()
+            for place, count in (("PointData", nodes), ("CellData", elements)):
+                for array in grid.iterfind(f".//{place}/DataArray"):
+                    with self.subTest(name, field=array.get("Name")):
+                        values = len(array.text.split())
+                        self.assertEqual(count * int(array.get("NumberOfComponents")), values)
+
+    def test_pictures_show_every_element(self):
+        for name, count in PICTURES.items():
+            with self.subTest(name):
+                self.assertEqual(count, len(cells(self.output / f"{name}.svg")))
+
+    def test_closed_surfaces_show_the_half_that_faces_the_eye(self):
+        for name, count in HALF_SEEN.items():
+            with self.subTest(name):
+                seen = len(cells(self.output / f"{name}.svg"))
+                self.assertGreater(seen, 0.4 * count)
+                self.assertLess(seen, 0.6 * count)
+
+    def test_the_page_names_every_file_and_none_else(self):
+        page = xml.parse(self.output / "index.html").getroot()
+        named = {image.get("src") for image in page.iter("img")}
+        named |= {link.get("href") for link in page.iter("a")}
+        files = {f.name for f in self.output.iterdir()} - {"index.html"}
+        self.assertEqual(files, {name for name in named if not name.startswith("#")})
+        sections = {"#" + part.get("id") for part in page.iter("section")}
+        self.assertEqual(sections, {name for name in named if name.startswith("#")})
+
+    def test_the_page_needs_nothing_from_elsewhere(self):
+        text = (self.output / "index.html").read_text(encoding="utf-8")
+        for word in ("<script", "http://", "https://", "@import"):
+            self.assertNotIn(word, text)
+
+    def test_a_second_run_gives_the_same_bytes(self):
+        again = pathlib.Path(self.folder.name) / "again"
+        self.assertEqual(0, run_demo(again).returncode)
+        for file in self.output.iterdir():
+            with self.subTest(file.name):
+                self.assertEqual(file.read_bytes(), (again / file.name).read_bytes())
+
+
+class Measures(unittest.TestCase):
+    """The printed measures of the surface against those computed here from the file."""
+
+    def test_the_surface_is_measured_rightly(self):
+        words = iter((DATA / "bunny.off").read_text(encoding="ascii").split()[1:])
+        nodes, faces, _ = (int(next(words)) for _ in range(3))
+        points = [[float(next(words)) for _ in range(3)] for _ in range(nodes)]
+        triangles = [[points[int(next(words))] for _ in range(int(next(words)))] for _ in range(faces)]
+
+        area, angles, radii = 0.0, [], []
+        for triangle in triangles:
+            a, b, c = (math.dist(triangle[k - 2], triangle[k - 1]) for k in range(3))
+            half = (a + b + c) / 2
+            size = math.sqrt(half * (half - a) * (half - b) * (half - c))
+            area += size
+            radii.append(a * b * c / (4 * size))
+            for x, y, z in ((a, b, c), (b, c, a), (c, a, b)):
+                angles.append(math.degrees(math.acos((y * y + z * z - x * x) / (2 * y * z))))
+
+        with tempfile.TemporaryDirectory() as folder:
+            lines = run_demo(folder).stdout.splitlines()
+        row = next(line for line in lines if line.startswith("  Scanned surface "))
+        self.assertEqual(
+            f"{nodes} {faces} {area:.6f} {min(angles):.1f}° {max(angles):.1f}° {max(radii):.4f}".split(),
+            row.split()[2:],
+        )
+        counts = [int(line.split()[4]) for line in lines if re.match(r" +\d+ to +\d+ ° ", line)]
+        self.assertEqual([sum(k <= angle / 15 < k + 1 for angle in angles) for k in range(12)], counts)
+
+
+class Trouble(unittest.TestCase):
+    def test_a_missing_data_file_is_a_message_and_status_1(self):
+        with tempfile.TemporaryDirectory() as folder:
+            nowhere = pathlib.Path(folder) / "nowhere"
+            run = run_demo(pathlib.Path(folder) / "out", nowhere)
+        self.assertEqual(1, run.returncode)
+        self.assertEqual(f"demo: cannot open {nowhere / 'bunny.off'}\n", run.stderr)
+
+    def test_a_damaged_data_file_is_a_message_and_status_1(self):
+        damaged = {
+            "": "is no OFF file",
+            "PLY\n3 1 0\n": "is no OFF file",
+            "OFF\n3 1 0\n0 0 0\n1 0 0\n": "node 2 is cut short",
+            "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 1\n3 0 1 3\n": "face 0 names a node that does not exist",
+            "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 1\n2 0 1\n": "face 0 is no triangle and no quadrilateral",
+            "OFF\n3 0 0\n0 0 0\n1 0 0\n0 1 1\n": "has no faces",
+        }
+        for text, message in damaged.items():
+            with self.subTest(text), tempfile.TemporaryDirectory() as folder:
+                (pathlib.Path(folder) / "bunny.off").write_text(text, encoding="ascii")
+                run = run_demo(pathlib.Path(folder) / "out", folder)
+                self.assertEqual(1, run.returncode)
+                self.assertIn(message, run.stderr)
+
+    def test_a_directory_that_cannot_be_made_is_a_message_and_status_1(self):
+        with tempfile.NamedTemporaryFile() as file:
+            run = run_demo(pathlib.Path(file.name) / "below")
+        self.assertEqual(1, run.returncode)
+        self.assertTrue(run.stderr.startswith("demo: cannot create "), run.stderr)
+
+
+if __name__ == "__main__":
+    PROGRAM = sys.argv.pop(1)
+    unittest.main()
