@@ -15,6 +15,7 @@ set(zel_public_foundation_headers
     element_type.h
     hbuckets.h
     lapack.h
+    lapack.h
     storage.h
     tessel.h
     tessel1d.h)

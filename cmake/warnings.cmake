@@ -27,7 +27,7 @@ set(zel_warnings_gcc -Wduplicated-branches -Wduplicated-cond -Wlogical-op -Wnull
                      -Wuseless-cast)
 
 # The test framework's macros leave a variadic argument out, which is allowed from C++20 on.
-set(zel_warnings_clang -Wcomma -Wshadow-uncaptured-local -Wunreachable-code
+set(zel_warnings_clang -Wshadow-uncaptured-local -Wunreachable-code
                        -Wno-gnu-zero-variadic-macro-arguments)
 
 # Instrumented code hides from gcc what it needs to know for these two.
