@@ -67,4 +67,24 @@ void add_measures(support::table& t, const std::string& name, const measures& re
          result.circumradii.empty() ? "–" : support::fixed(result.largest_circumradius, 4)});
 }
 
+support::table areas_table() {
+    return {{"Mesh", "nodes", "elements", "area (units²)", "area of the shape", "difference",
+             "smallest angle", "largest angle"},
+            {}};
+}
+
+void add_areas(support::table& t, const std::string& name, const measures& result, double exact) {
+    t.rows.push_back({name, support::whole(result.nodes), support::whole(result.elements),
+                      support::fixed(result.area, 6), support::fixed(exact, 6),
+                      support::fixed(100 * (result.area / exact - 1), 3) + " %",
+                      support::degrees(result.smallest_angle),
+                      support::degrees(result.largest_angle)});
+}
+
+std::vector<double> in_degrees(const std::vector<double>& radians) {
+    std::vector<double> values;
+    for (const double angle : radians) values.push_back(angle * 180 / 3.14159265358979323846);
+    return values;
+}
+
 } // namespace demo

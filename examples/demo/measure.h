@@ -26,4 +26,11 @@ measures measure(const support::mesh& m);
 support::table measures_table();
 void add_measures(support::table& t, const std::string& name, const measures& result);
 
+/// A table of areas beside those of the shape that is meant, which are known from a formula.
+support::table areas_table();
+void add_areas(support::table& t, const std::string& name, const measures& result, double exact);
+
+/// The values, given in radians, in degrees.
+std::vector<double> in_degrees(const std::vector<double>& radians);
+
 } // namespace demo

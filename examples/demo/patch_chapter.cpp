@@ -80,17 +80,16 @@ void patch_chapter(book& b) {
     for (const kind& k : kinds) {
         const support::mesh m = sail_mesh(k.pattern);
         const measures result = measure(m);
-        std::vector<double> in_degrees;
-        for (const double angle : result.smallest_angles) in_degrees.push_back(angle * 180 / pi);
+        const std::vector<double> smallest = in_degrees(result.smallest_angles);
 
         const double ideal = k.pattern < 0 ? 90 : 60;
         auto picture =
             picture_of(m, support::from_above(),
-                       support::value_paint(in_degrees, support::quality_colours(), 0, ideal));
+                       support::value_paint(smallest, support::quality_colours(), 0, ideal));
         picture.set_legend(support::quality_colours(), "0°", support::fixed(ideal, 0) + "°",
                            "smallest angle");
         add_figure(b, s, k.file, m, picture, std::string(k.name) + ".", {280, 240},
-                   {{}, {{"smallest angle in degrees", in_degrees}}});
+                   {{}, {{"smallest angle in degrees", smallest}}});
         add_measures(t, k.name, result);
     }
 

@@ -30,8 +30,7 @@ std::vector<double> corner_angles(const measures& result) {
 void surface_chapter(book& b) {
     const support::mesh m = support::read_off(b.data / "bunny.off");
     const measures result = measure(m);
-    std::vector<double> in_degrees;
-    for (const double angle : result.smallest_angles) in_degrees.push_back(angle * 180 / pi);
+    const std::vector<double> smallest = in_degrees(result.smallest_angles);
 
     support::section& s = begin_chapter(
         b, "A scanned surface",
@@ -43,9 +42,9 @@ void surface_chapter(book& b) {
     add_figure(
         b, s, "surface", m, picture_of(m, support::with_y_upright(-25, 12), clay),
         "The surface as it was read.", {380, 390},
-        {{}, {{"smallest angle in degrees", in_degrees}, {"circumradius", result.circumradii}}});
+        {{}, {{"smallest angle in degrees", smallest}, {"circumradius", result.circumradii}}});
 
-    support::paint quality = support::value_paint(in_degrees, support::quality_colours(), 0, 60);
+    support::paint quality = support::value_paint(smallest, support::quality_colours(), 0, 60);
     quality.lit = true;
     quality.hide_backs = true;
     quality.line_width = 0.35;

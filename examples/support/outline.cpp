@@ -29,4 +29,22 @@ zel::dense1D<unsigned, 8> add_outline(zel::dense2D<double>& pos, const four_side
     return loop;
 }
 
+zel::dense2D<unsigned> add_line(zel::dense2D<double>& pos, const curve& line, unsigned cells,
+                                bool closed, unsigned dimension) {
+    const std::size_t first = pos.cols;
+    const std::size_t count = std::size_t{cells} + (closed ? 0 : 1);
+    const std::size_t rows = pos.empty() ? dimension : pos.rows;
+    zel::dense2D<unsigned> edges(2, cells);
+    require(pos.resize(rows, first + count) && edges.cols == cells, "memory is exhausted");
+    for (std::size_t k = 0; k < count; ++k) {
+        const point p = line(static_cast<double>(k) / cells);
+        std::copy_n(p.begin(), rows, pos[first + k]);
+    }
+    for (std::size_t k = 0; k < cells; ++k) {
+        edges(0, k) = static_cast<unsigned>(first + k);
+        edges(1, k) = static_cast<unsigned>(first + (k + 1) % count);
+    }
+    return edges;
+}
+
 } // namespace support

@@ -22,4 +22,10 @@ struct four_sides {
 zel::dense1D<unsigned, 8> add_outline(zel::dense2D<double>& pos, const four_sides& sides,
                                       unsigned m, unsigned n, unsigned dimension);
 
+/// Places the nodes of a line behind the columns of `pos`, `cells` edges at equal steps of its
+/// parameter, and answers the edges: 2 rows, one edge per column. A closed line ends at its first
+/// node. An empty `pos` gets `dimension` rows.
+zel::dense2D<unsigned> add_line(zel::dense2D<double>& pos, const curve& line, unsigned cells,
+                                bool closed, unsigned dimension);
+
 } // namespace support
