@@ -22,8 +22,8 @@ template <int Dim>
 struct strip {
     std::size_t width;
     double v[strip_width];
-    double right[Dim][strip_width];
-    double left[Dim][strip_width];
+    double right[std::size_t{Dim}][strip_width];
+    double left[std::size_t{Dim}][strip_width];
 
     strip(const struct_patch& patch, const points_view<Dim>& points, std::size_t first_j) noexcept
         : width(std::min(strip_width, patch.n - first_j)) {
@@ -48,7 +48,7 @@ struct coons_line {
 
     // The nodes of the line within a strip, component by component. The sum runs in the order in which
     // the interpolant is written; the two weights of a corner are multiplied first.
-    void evaluate(const strip<Dim>& s, double (&out)[Dim][strip_width]) const noexcept {
+    void evaluate(const strip<Dim>& s, double (&out)[std::size_t{Dim}][strip_width]) const noexcept {
         for (std::size_t t = 0; t < s.width; ++t) {
             const double v = s.v[t];
             const double w0 = (v - 1) * (1 - u);
@@ -79,7 +79,7 @@ void place_interior_nodes(const struct_patch& patch, dense2D<double>& pos) noexc
             const double u = static_cast<double>(i) / static_cast<double>(patch.n1);
             const coons_line<Dim> line{u, points[patch.bottom(i)], points[patch.top(i)], c0, c1, c2,
                                        c3};
-            double placed[Dim][strip_width];
+            double placed[std::size_t{Dim}][strip_width];
             line.evaluate(s, placed);
             double* out = nodes[patch.first_new + (i - 1) * (patch.n - 1) + (j - 1)];
             for (std::size_t t = 0; t < s.width; ++t, out += nodes.ld)
