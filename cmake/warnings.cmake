@@ -23,8 +23,7 @@ set(zel_warnings
     -Wunused
     -Wvla)
 
-set(zel_warnings_gcc -Wduplicated-branches -Wduplicated-cond -Wlogical-op -Wnull-dereference
-                     -Wuseless-cast)
+set(zel_warnings_gcc -Wduplicated-branches -Wduplicated-cond -Wlogical-op -Wnull-dereference)
 
 # The test framework's macros leave a variadic argument out, which is allowed from C++20 on.
 set(zel_warnings_clang -Wshadow-uncaptured-local -Wunreachable-code

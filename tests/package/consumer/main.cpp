@@ -1,11 +1,14 @@
-// Fills the unit square with four quadrilaterals, through the installed headers and library.
+// Fills the unit square with four quadrilaterals and asks LAPACK for two eigenvalues, through the
+// installed headers and library.
 //
 //     consumer <version the library must have>
 #include "foundation/dense.h"
+#include "foundation/lapack.h"
 #include "zel/tessel2d.h"
 
 #include "second.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -45,6 +48,15 @@ int main(int argc, char** argv) {
 
     double total = 0;
     expect(zel::tessel2d::area(pos, quads, total) == 0 && total == 1, "the area");
+
+    double matrix[3] = {2, 1, 2}; // upper triangle of (2 1; 1 2)
+    double eigenvalues[2] = {0, 0};
+    double work[6];
+    long info = -1;
+    zel::lapack::dspev('N', 'U', 2, matrix, eigenvalues, nullptr, 1, work, info);
+    expect(info == 0, "the eigenvalues");
+    expect(std::abs(eigenvalues[0] - 1) < 1e-14, "the smaller eigenvalue");
+    expect(std::abs(eigenvalues[1] - 3) < 1e-14, "the larger eigenvalue");
 
     if (failures == 0) std::puts("consumer: all as expected");
     return failures == 0 ? 0 : 1;
