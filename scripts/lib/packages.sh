@@ -61,7 +61,8 @@ need_packages() {
         as_root=(sudo)
         [[ -t 0 ]] || as_root+=(-n) # nobody is there to type a password
     fi
-    if ! command -v apt-get >/dev/null || ! "${as_root[@]}" true; then
+    if ! command -v apt-get >/dev/null || ! command -v "${as_root[0]:-env}" >/dev/null ||
+        ! "${as_root[@]}" true; then
         die "these packages are missing: ${missing[*]}
 On Debian and Ubuntu install them as root with
     apt-get install ${missing[*]}
