@@ -1,35 +1,11 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "demo/chapters.h"
 #include "demo/measure.h"
-#include "support/outline.h"
-#include "support/require.h"
-#include "zel/tessel2d.h"
-
-#include <cmath>
+#include "demo/sail.h"
 
 namespace demo {
 
 namespace {
-
-constexpr double pi = 3.14159265358979323846;
-constexpr unsigned cells_across = 16;
-constexpr unsigned cells_upward = 10;
-
-/// A sail: waves below, a bow above, the sides bent to the right.
-support::four_sides sail() {
-    return {[](double t) {
-                return support::point{4 * t, 0.32 * std::sin(2 * pi * t), 0};
-            },
-            [](double t) {
-                return support::point{4 + 0.45 * std::sin(pi * t), 2.2 * t, 0};
-            },
-            [](double t) {
-                return support::point{4 * t, 2.2 + 0.75 * std::sin(pi * t), 0};
-            },
-            [](double t) {
-                return support::point{0.35 * std::sin(pi * t), 2.2 * t, 0};
-            }};
-}
 
 /// The area within a closed loop of nodes, half the sum of the cross products along it.
 double area_within(const support::mesh& m, const zel::dense1D<unsigned, 8>& loop) {
@@ -40,20 +16,6 @@ double area_within(const support::mesh& m, const zel::dense1D<unsigned, 8>& loop
         twice += a[0] * b[1] - b[0] * a[1];
     }
     return twice / 2;
-}
-
-support::mesh sail_mesh(int pattern) {
-    support::mesh m;
-    const auto loop = support::add_outline(m.pos, sail(), cells_across, cells_upward, 2);
-    if (pattern < 0) {
-        support::require(zel::tessel2d::mesh_struct_Q4(m.pos, loop, cells_upward, m.connect),
-                         "mesh_struct_Q4");
-    } else {
-        support::require(
-            zel::tessel2d::mesh_struct_T3(m.pos, loop, cells_upward, pattern, m.connect),
-            "mesh_struct_T3");
-    }
-    return m;
 }
 
 } // namespace
@@ -78,7 +40,7 @@ void patch_chapter(book& b) {
     s.columns = 4;
     support::table t = measures_table();
     for (const kind& k : kinds) {
-        const support::mesh m = sail_mesh(k.pattern);
+        const support::mesh m = k.pattern < 0 ? sail_of_quads() : sail_of_triangles(k.pattern);
         const measures result = measure(m);
         const std::vector<double> smallest = in_degrees(result.smallest_angles);
 
@@ -94,7 +56,8 @@ void patch_chapter(book& b) {
     }
 
     support::mesh outline;
-    const auto loop = support::add_outline(outline.pos, sail(), cells_across, cells_upward, 2);
+    const auto loop =
+        support::add_outline(outline.pos, sail(), sail_cells_across, sail_cells_upward, 2);
     t.rows.push_back({"The outline alone", support::whole(outline.pos.cols), "–",
                       support::fixed(area_within(outline, loop), 6), "–", "–", "–"});
     add_table(s, t);

@@ -37,6 +37,32 @@ point unit_normal(const std::vector<point>& corners) {
     return sum;
 }
 
+/// The outline of an element in space. A side with a node between its corners is the parabola through
+/// the three.
+std::vector<point> outline_points(const mesh& m, std::size_t element) {
+    const std::vector<unsigned> around = cell_outline(m, element);
+    std::vector<point> points;
+    if (around.size() <= 4) {
+        for (const unsigned n : around) points.push_back(node(m, n));
+        return points;
+    }
+    constexpr int steps = 8;
+    for (std::size_t k = 0; k < around.size(); k += 2) {
+        const point a = node(m, around[k]);
+        const point middle = node(m, around[k + 1]);
+        const point b = node(m, around[(k + 2) % around.size()]);
+        for (int step = 0; step < steps; ++step) {
+            const double t = static_cast<double>(step) / steps;
+            point p;
+            for (std::size_t i = 0; i < 3; ++i) {
+                p[i] = (1 - t) * (1 - 2 * t) * a[i] + 4 * t * (1 - t) * middle[i] + t * (2 * t - 1) * b[i];
+            }
+            points.push_back(p);
+        }
+    }
+    return points;
+}
+
 /// Brightness of an element with the unit normal n: a lamp at the upper left before the surface, a
 /// weaker one at the right, and light from everywhere. In camera coordinates.
 double brightness(const camera& eye, const point& n) {
@@ -116,8 +142,7 @@ void mesh_picture::add(const mesh& m, const paint& how) {
                 how.values->size() == m.pos.cols,
             "the values to be painted do not fit the mesh");
     for (std::size_t e = 0; e < m.connect.cols; ++e) {
-        std::vector<point> corners;
-        for (const unsigned n : cell_outline(m, e)) corners.push_back(node(m, n));
+        const std::vector<point> corners = outline_points(m, e);
         point normal = unit_normal(corners);
         const bool back = dot_product(normal, eye.toward) < 0;
         if (back && how.hide_backs) continue;

@@ -1,0 +1,54 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "demo/sail.h"
+
+#include "support/require.h"
+#include "zel/tessel2d.h"
+
+#include <cmath>
+
+namespace demo {
+
+namespace {
+
+constexpr double pi = 3.14159265358979323846;
+
+zel::dense1D<unsigned, 8> add_sail(zel::dense2D<double>& pos) {
+    return support::add_outline(pos, sail(), sail_cells_across, sail_cells_upward, 2);
+}
+
+} // namespace
+
+support::four_sides sail() {
+    using support::point;
+    return {[](double t) {
+                return point{4 * t, 0.32 * std::sin(2 * pi * t), 0};
+            },
+            [](double t) {
+                return point{4 + 0.45 * std::sin(pi * t), 2.2 * t, 0};
+            },
+            [](double t) {
+                return point{4 * t, 2.2 + 0.75 * std::sin(pi * t), 0};
+            },
+            [](double t) {
+                return point{0.35 * std::sin(pi * t), 2.2 * t, 0};
+            }};
+}
+
+support::mesh sail_of_quads() {
+    support::mesh m;
+    const auto loop = add_sail(m.pos);
+    support::require(zel::tessel2d::mesh_struct_Q4(m.pos, loop, sail_cells_upward, m.connect),
+                     "mesh_struct_Q4");
+    return m;
+}
+
+support::mesh sail_of_triangles(int pattern) {
+    support::mesh m;
+    const auto loop = add_sail(m.pos);
+    support::require(
+        zel::tessel2d::mesh_struct_T3(m.pos, loop, sail_cells_upward, pattern, m.connect),
+        "mesh_struct_T3");
+    return m;
+}
+
+} // namespace demo
