@@ -12,6 +12,9 @@ namespace zel {
 /// N consecutive numbers: a point, a vector or an axis. An aggregate: `vector_fixed<double, 2>{x, y}`.
 template <class T, std::size_t N>
 struct vector_fixed {
+    using value_type = T;
+    using const_iterator = const T*;
+
     T elements[N];
 
     constexpr T& operator[](std::size_t i) noexcept { return elements[i]; }
@@ -27,6 +30,9 @@ struct vector_fixed {
 /// a22. `m[k]` is the k-th packed number, `m(i, j)` the element in either triangle.
 template <class T, std::size_t N>
 struct symmetric_fixed {
+    using value_type = T;
+    using const_iterator = const T*;
+
     T elements[N * (N + 1) / 2];
 
     constexpr T& operator[](std::size_t k) noexcept { return elements[k]; }
@@ -58,6 +64,7 @@ template <class T, int Align = 8>
 class ZEL_TESSEL2D_API dense1D {
 public:
     using value_type = T;
+    using const_iterator = const T*;
     using block_type = vector_num<T, Align>;
 
     Ptr<block_type> storage; ///< the shared block; never null, also in an empty vector
@@ -135,6 +142,7 @@ template <class T>
 class ZEL_TESSEL2D_API dense2D {
 public:
     using value_type = T;
+    using const_iterator = const T*;
     using block_type = vector_num<T, 8>;
 
     Ptr<block_type> storage; ///< the shared block; never null, also in an empty matrix

@@ -48,7 +48,8 @@ struct coons_line {
 
     // The nodes of the line within a strip, component by component. The sum runs in the order in which
     // the interpolant is written; the two weights of a corner are multiplied first.
-    void evaluate(const strip<Dim>& s, double (&out)[std::size_t{Dim}][strip_width]) const noexcept {
+    void evaluate(const strip<Dim>& s,
+                  double (&out)[std::size_t{Dim}][strip_width]) const noexcept {
         for (std::size_t t = 0; t < s.width; ++t) {
             const double v = s.v[t];
             const double w0 = (v - 1) * (1 - u);
@@ -134,18 +135,15 @@ unsigned* write_interior_cells(std::size_t i, std::size_t j, std::size_t pairs, 
     constexpr std::size_t per_cell = Writer::columns * Writer::rows;
     constexpr std::size_t entries = 2 * per_cell;
     unsigned stencil[entries];
-    unsigned step[entries];
-    for (unsigned k = 0; k < 2; ++k) {
-        Writer::write(stencil + k * per_cell, Writer::rows, i, j + k, a + k, b + k, b + k + 1,
-                      a + k + 1);
-    }
-    for (std::size_t k = 0; k < entries; ++k) step[k] = stencil[k] == no_node ? 0 : 2;
-    for (std::size_t pair = 0; pair < pairs; ++pair, out += entries) {
-        for (std::size_t k = 0; k < entries; ++k) {
-            out[k] = stencil[k];
-            stencil[k] += step[k];
-        }
-    }
+    unsigned grows[entries]; // all bits, or none for a row that is marked
+    Writer::write(stencil, Writer::rows, i, j, a, b, b + 1, a + 1);
+    Writer::write(stencil + per_cell, Writer::rows, i, j + 1, a + 1, b + 1, b + 2, a + 2);
+    for (std::size_t k = 0; k < entries; ++k) grows[k] = stencil[k] == no_node ? 0 : ~0U;
+    // The stencil itself stays as it is: a stencil that is counted up in place is what gcc 12 turns
+    // into wrong vectors (the second cell repeats the first).
+    unsigned grown = 0;
+    for (std::size_t pair = 0; pair < pairs; ++pair, out += entries, grown += 2)
+        for (std::size_t k = 0; k < entries; ++k) out[k] = stencil[k] + (grown & grows[k]);
     return out;
 }
 

@@ -79,6 +79,10 @@ bool disarm_allocator() {
     return has_failed;
 }
 
+bool allocation_failed() {
+    return has_failed;
+}
+
 std::size_t live_blocks() {
     return blocks;
 }
