@@ -95,5 +95,14 @@ columns<T> columns_of(dense2D<T>& m) noexcept {
     return {m.data(), m.ld};
 }
 
+/// Asks the processor for memory that is read a little later.
+inline void prefetch(const void* memory) noexcept {
+#if defined(__GNUC__)
+    __builtin_prefetch(memory);
+#else
+    static_cast<void>(memory);
+#endif
+}
+
 } // namespace tessel2d
 } // namespace zel

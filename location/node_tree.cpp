@@ -1,0 +1,509 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "location/node_tree.h"
+
+#include <algorithm>
+#include <cmath>
+#include <type_traits>
+
+namespace zel::tessel2d {
+
+namespace {
+
+constexpr unsigned root_depth = 32;
+constexpr unsigned leaf_capacity = 3;
+constexpr unsigned first_inner = 4; // in word 0: the first column that can be a child
+
+constexpr std::size_t ahead = 24; // nodes between the hint to the processor and their use
+
+/// Asks for the position of the node that is `ahead` in the list.
+void prefetch_ahead(const points_view<2>& pos, const unsigned* list, std::size_t i,
+                    std::size_t n) noexcept {
+    if (n - i > ahead) prefetch(pos.first + list[i + ahead] * pos.ld);
+}
+
+/// The quadrant that leads from a cell at `depth` towards p.
+unsigned quadrant(const grid_point& p, unsigned depth) noexcept {
+    return ((p.y >> (depth - 1)) & 1) * 2 + ((p.x >> (depth - 1)) & 1);
+}
+
+/// Puts a node among the `words[0]` nodes of a leaf, which ascend.
+void put_in_leaf(unsigned* words, unsigned node) noexcept {
+    unsigned i = ++words[0];
+    for (; i > 1 && words[i - 1] > node; --i) words[i] = words[i - 1];
+    words[i] = node;
+}
+
+// ------------------------------------------------------------------------------------ order of nodes
+
+constexpr unsigned most_levels = 12;
+
+/// Spreads the low 16 bits of x to the even places.
+std::uint32_t spread_bits(std::uint32_t x) noexcept {
+    x = (x | (x << 8)) & 0x00FF00FFu;
+    x = (x | (x << 4)) & 0x0F0F0F0Fu;
+    x = (x | (x << 2)) & 0x33333333u;
+    return (x | (x << 1)) & 0x55555555u;
+}
+
+/// The place of a point on the curve through 4^levels cells.
+std::uint32_t place_on_curve(const grid_point& p, unsigned levels) noexcept {
+    if (levels == 0) return 0;
+    const unsigned drop = root_depth - levels;
+    return spread_bits(p.y >> drop) * 2 + spread_bits(p.x >> drop);
+}
+
+/// Turns counts into the places where the runs begin.
+void begin_of_runs(std::size_t* count, std::size_t runs) noexcept {
+    std::size_t sum = 0;
+    for (std::size_t r = 0; r < runs; ++r) sum += std::exchange(count[r], sum);
+}
+
+/// The most levels that leave one node a cell.
+unsigned levels_for(std::size_t nodes) noexcept {
+    unsigned levels = 0;
+    while (levels < most_levels && (std::size_t{4} << (2 * levels)) <= nodes) ++levels;
+    return levels;
+}
+
+// ------------------------------------------------------------------------------------- list of nodes
+
+/// Nodes per element to reserve a list for; an estimate, since nodes are shared.
+template <class Shape>
+constexpr double nodes_per_element = std::is_same_v<Shape, triangle_cells> ? 0.5
+                                     : std::is_same_v<Shape, quad_cells>   ? 1.0
+                                                                           : 1.75;
+
+/// Appends the distinct nodes of the mesh in the order in which they first appear. False: memory is
+/// exhausted before there is a list at all; nodes for which it cannot grow are left out.
+template <class Shape>
+bool list_nodes(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& nodes) noexcept {
+    constexpr std::size_t bits = 32;
+    dense1D<unsigned, 8> listed; // one bit per node
+    const auto estimate =
+        static_cast<std::size_t>(static_cast<double>(connect.cols) * nodes_per_element<Shape>);
+    if (!listed.resize(max_index(connect) / bits + 1, 0u) || !nodes.reserve(estimate, 1))
+        return false;
+    const columns<const unsigned> cells = columns_of(connect);
+    unsigned* const words = listed.data();
+    for (std::size_t e = 0; e < connect.cols; ++e) {
+        const unsigned* const cell = cells[e];
+        const unsigned corners = Shape::corners(cell);
+        for (unsigned i = 0; i < corners; ++i) {
+            unsigned& word = words[cell[i] / bits];
+            const unsigned bit = 1u << (cell[i] % bits);
+            if ((word & bit) != 0) continue;
+            word |= bit;
+            nodes.push_back(cell[i]);
+        }
+    }
+    return true;
+}
+
+// ------------------------------------------------------------------------------------------ searches
+
+/// What a search has in hand.
+struct tree_search {
+    const node_tree& tree;
+    const node_filter& filter;
+    const unsigned* cells;
+    point<2> p;
+    grid_point xy;
+    grid_point low{0, 0}; // the part of the grid that can hold a nearer node
+    grid_point high{0xFFFFFFFFu, 0xFFFFFFFFu};
+    double best;
+    unsigned id = no_node;
+    std::size_t leaf = 0; // in which `id` was found; 0 for none, which is a root without siblings
+
+    tree_search(const node_tree& searched, const point<2>& point, double start,
+                const node_filter& usable) noexcept
+        : tree(searched),
+          filter(usable),
+          cells(searched.cells.data()),
+          p(point),
+          xy(searched.grid(point)),
+          best(start) {}
+
+    const unsigned* words(std::size_t cell) const noexcept { return cells + 4 * cell; }
+    bool is_leaf(std::size_t cell) const noexcept { return words(cell)[0] < first_inner; }
+    bool is_vacant(std::size_t cell) const noexcept { return words(cell)[0] == 0; }
+
+    bool scan(std::size_t cell) noexcept;
+    void shrink_box() noexcept;
+    bool overlaps_box(const grid_point& corner, unsigned depth) const noexcept;
+};
+
+/// A cell with its depth and its lower corner on the grid.
+struct placed_cell {
+    unsigned cell;
+    unsigned depth;
+    grid_point corner;
+};
+
+/// The cell that one reaches from the root towards `to`, at the first leaf or at `least` depth.
+struct descent {
+    placed_cell at;
+    std::size_t parent = 0;
+
+    descent(const tree_search& search, const grid_point& to, unsigned least) noexcept
+        : at{0, root_depth, {0, 0}} {
+        while (at.depth > least && !search.is_leaf(at.cell)) {
+            parent = at.cell;
+            at.cell = search.words(at.cell)[0] + quadrant(to, at.depth);
+            --at.depth;
+        }
+        if (at.depth < root_depth) {
+            at.corner = {to.x >> at.depth << at.depth, to.y >> at.depth << at.depth};
+        }
+    }
+};
+
+/// Looks for a nearer node in a leaf. Of nodes at the same distance the earlier one stays.
+bool tree_search::scan(std::size_t cell) noexcept {
+    const unsigned* const w = words(cell);
+    bool found = false;
+    for (unsigned i = 1; i <= w[0]; ++i) {
+        const unsigned node = w[i];
+        if (node == id || !filter.usable(node)) continue;
+        const double d = squared_length<2>(difference<2>(p, tree.pos[node]));
+        if (d >= best) continue;
+        best = d;
+        id = node;
+        found = true;
+    }
+    if (found) leaf = cell;
+    return found;
+}
+
+/// Limits the search to the square around the point that holds the circle of the best distance.
+void tree_search::shrink_box() noexcept {
+    const double r = std::sqrt(best);
+    low = tree.grid({p[0] - r, p[1] - r});
+    high = tree.grid({p[0] + r, p[1] + r});
+}
+
+bool tree_search::overlaps_box(const grid_point& corner, unsigned depth) const noexcept {
+    const auto far = [depth](std::uint32_t from) {
+        const std::uint32_t to = depth == root_depth ? 0 : from + (1u << depth);
+        return to == 0 ? 0xFFFFFFFFu : to;
+    };
+    return corner.x <= high.x && far(corner.x) >= low.x && corner.y <= high.y &&
+           far(corner.y) >= low.y;
+}
+
+/// The cells that a range search has still to look at. Each level leaves at most three behind.
+struct cell_stack {
+    placed_cell cells[3 * root_depth + 4];
+    std::size_t count = 0;
+
+    void push(const placed_cell& c) noexcept { cells[count++] = c; }
+    placed_cell pop() noexcept { return cells[--count]; }
+};
+
+/// Pushes the children that hold anything, the one on the point's side last and the opposite first.
+void push_children(const tree_search& search, const placed_cell& c, cell_stack& stack) noexcept {
+    const std::uint32_t half = 1u << (c.depth - 1);
+    const unsigned near_x = search.xy.x >= c.corner.x + half ? 1 : 0;
+    const unsigned near_y = search.xy.y >= c.corner.y + half ? 1 : 0;
+    const unsigned first = search.words(c.cell)[0];
+    for (unsigned turn = 4; turn-- > 0;) {
+        const unsigned q = (near_y * 2 + near_x) ^ turn;
+        if (search.is_vacant(first + q)) continue;
+        stack.push(
+            {first + q, c.depth - 1, {c.corner.x + (q & 1) * half, c.corner.y + (q >> 1) * half}});
+    }
+}
+
+/// Looks for a nearer node in a part of the tree, apart from the cell `skip`: for the nearest if
+/// `exhaustive`, else for the first leaf that has one. True: a node was found.
+bool range_search(tree_search& search, const placed_cell& from, std::size_t skip,
+                  bool exhaustive) noexcept {
+    if (search.is_vacant(from.cell)) return false;
+    bool found = false;
+    cell_stack stack;
+    stack.push(from);
+    while (stack.count > 0 && search.best != 0) {
+        const placed_cell c = stack.pop();
+        if (c.cell == skip || !search.overlaps_box(c.corner, c.depth)) continue;
+        if (!search.is_leaf(c.cell)) {
+            push_children(search, c, stack);
+        } else if (search.scan(c.cell)) {
+            search.shrink_box();
+            found = true;
+            if (!exhaustive) break;
+        }
+    }
+    return found;
+}
+
+constexpr std::size_t no_cell = 0xFFFFFFFFu; // to skip: no column has this number
+
+/// The leaf that covers the point, from the nearest short cut.
+std::size_t leaf_of_point(const tree_search& search) noexcept {
+    const node_tree& tree = search.tree;
+    if (tree.entries.empty()) return descent(search, search.xy, 0).at.cell;
+    std::size_t cell = tree.entries[place_on_curve(search.xy, tree.entry_levels)];
+    for (unsigned depth = root_depth - tree.entry_levels; !search.is_leaf(cell); --depth)
+        cell = search.words(cell)[0] + quadrant(search.xy, depth);
+    return cell;
+}
+
+/// The first half of both queries. True: the search is over, either because no node can be nearer or
+/// because there is none.
+bool find_first(tree_search& search) noexcept {
+    if (search.scan(leaf_of_point(search))) {
+        search.shrink_box();
+        return search.best == 0;
+    }
+    const descent down(search, search.xy, 0);
+    const placed_cell& leaf = down.at;
+    if (leaf.depth == root_depth) return true;
+
+    const unsigned taken = quadrant(search.xy, leaf.depth + 1);
+    const std::size_t first = search.words(down.parent)[0];
+    for (unsigned turn = 1; turn < 4; ++turn) {
+        const unsigned q = taken ^ turn;
+        const std::uint32_t side = 1u << leaf.depth;
+        const placed_cell sibling{
+            static_cast<unsigned>(first + q),
+            leaf.depth,
+            {(leaf.corner.x & ~side) + (q & 1) * side, (leaf.corner.y & ~side) + (q >> 1) * side}};
+        if (range_search(search, sibling, no_cell, false)) return search.best == 0;
+    }
+    range_search(search, {0, root_depth, {0, 0}}, down.parent, true);
+    return true;
+}
+
+/// The number of bits up to the highest one that is set.
+unsigned bit_length(std::uint32_t x) noexcept {
+    unsigned n = 0;
+    for (; x != 0; x >>= 1) ++n;
+    return n;
+}
+
+} // namespace
+
+bool curve_order::sort(const node_grid& grid, const points_view<2>& pos,
+                       const dense1D<unsigned, 8>& list) noexcept {
+    // An entry is the place on the curve and the node. Two stable passes, by the low and the high half
+    // of the place, write to few runs at a time each.
+    using entry = unsigned long long;
+    constexpr unsigned node_bits = 32;
+    const std::size_t n = list.size;
+    levels = levels_for(n);
+    const unsigned half_bits = levels;
+    const std::size_t halves = std::size_t{1} << half_bits;
+    const std::size_t cells = halves * halves;
+    dense1D<entry, 8> keyed, half_sorted;
+    if (!keyed.resize(n) || !half_sorted.resize(n) || !nodes.resize(n) || !runs.resize(cells + 1))
+        return false;
+
+    std::size_t low[std::size_t{1} << most_levels] = {};
+    std::size_t high[std::size_t{1} << most_levels] = {};
+    const auto low_half = [=](entry e) { return (e >> node_bits) & (halves - 1); };
+    const auto high_half = [=](entry e) { return e >> (node_bits + half_bits); };
+    entry* const from = keyed.data();
+    const unsigned* const ids = list.data();
+    for (std::size_t i = 0; i < n; ++i) {
+        prefetch_ahead(pos, ids, i, n);
+        const entry e = entry{place_on_curve(grid(pos[ids[i]]), levels)} << node_bits | ids[i];
+        from[i] = e;
+        ++low[low_half(e)];
+        ++high[high_half(e)];
+    }
+    begin_of_runs(low, halves);
+    begin_of_runs(high, halves);
+    entry* const between = half_sorted.data();
+    for (std::size_t i = 0; i < n; ++i) between[low[low_half(from[i])]++] = from[i];
+    for (std::size_t i = 0; i < n; ++i) from[high[high_half(between[i])]++] = between[i];
+
+    std::size_t place = 0;
+    unsigned* const begin = runs.data();
+    unsigned* const sorted = nodes.data();
+    for (std::size_t i = 0; i < n; ++i) {
+        for (const std::size_t at = from[i] >> node_bits; place <= at; ++place)
+            begin[place] = static_cast<unsigned>(i);
+        sorted[i] = static_cast<unsigned>(from[i]);
+    }
+    std::fill(begin + place, begin + cells + 1, static_cast<unsigned>(n));
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------- the tree
+
+node_tree::node_tree(const dense2D<double>& positions) noexcept : pos(positions) {
+    clear();
+    set_box({0, 0}, {1, 1});
+}
+
+void node_tree::clear() noexcept {
+    node_count = 0;
+    entries.clear();
+    cells.clear();
+    cells.resize(4, first_inner, 0);
+    cell_count = cells.cols;
+}
+
+/// The square of the grid is a little larger than the box and has the same centre.
+void node_tree::set_box(const point<2>& low, const point<2>& high) noexcept {
+    constexpr double margin = 1.000000000001;
+    constexpr double least_size = 1e-12;
+    box_min = low;
+    box_max = high;
+    const double span = std::max(high[0] - low[0], high[1] - low[1]);
+    const double size = span > 0 ? span * margin : least_size;
+    for (std::size_t k = 0; k < 2; ++k) {
+        grid.origin[k] = (low[k] + high[k]) * 0.5;
+        if (size * 0.5 != 0) grid.origin[k] -= size * 0.5;
+    }
+    grid.scale = 4294967295.0 / size;
+}
+
+template <class Shape>
+std::size_t node_tree::fill(const dense2D<unsigned>& connect) noexcept {
+    dense1D<unsigned, 8> nodes;
+    if (connect.empty()) {
+        clear();
+        set_box({0, 0}, {1, 1});
+        return 0;
+    }
+    if (!list_nodes<Shape>(connect, nodes)) return 0;
+    return take_in(nodes);
+}
+
+template std::size_t node_tree::fill<triangle_cells>(const dense2D<unsigned>& connect) noexcept;
+template std::size_t node_tree::fill<quad_cells>(const dense2D<unsigned>& connect) noexcept;
+template std::size_t node_tree::fill<mixed_cells>(const dense2D<unsigned>& connect) noexcept;
+
+std::size_t node_tree::take_in(dense1D<unsigned, 8>& nodes) noexcept {
+    clear();
+    fit_box(nodes);
+    if (cells.empty()) return 0;
+    if (!plant(nodes)) {
+        for (const unsigned node : nodes) insert(node);
+    }
+    return node_count;
+}
+
+/// Fits the box to the nodes. A coordinate that is not a number does not count for the box, and its
+/// node is taken off the list, since no box covers it.
+void node_tree::fit_box(dense1D<unsigned, 8>& nodes) noexcept {
+    point<2> low{no_distance, no_distance};
+    point<2> high{-no_distance, -no_distance};
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < nodes.size; ++i) {
+        prefetch_ahead(pos, nodes.data(), i, nodes.size);
+        const unsigned node = nodes[i];
+        const point<2> p = pos[node];
+        for (std::size_t k = 0; k < 2; ++k) {
+            if (p[k] < low[k]) low[k] = p[k];
+            if (p[k] > high[k]) high[k] = p[k];
+        }
+        nodes[kept] = node;
+        if (!std::isnan(p[0]) && !std::isnan(p[1])) ++kept;
+    }
+    nodes.resize(kept);
+    set_box(low, high);
+}
+
+/// Builds the tree at once from the nodes in the order of the curve, in which each cell holds one run.
+/// False: memory is exhausted and the tree is empty.
+bool node_tree::plant(const dense1D<unsigned, 8>& nodes) noexcept {
+    curve_order order;
+    if (!order.sort(grid, pos, nodes)) return false;
+    if (!entries.resize(order.runs.size - 1)) return false;
+    entry_levels = order.levels;
+    cells.resize(4, std::max(nodes.size, cells.cols)); // about what is needed
+    plant_cell(order, 0, 0, 0);
+    return true;
+}
+
+/// Plants the cell at `level` below the root that begins at a place on the curve.
+void node_tree::plant_cell(const curve_order& order, std::size_t cell, unsigned level,
+                           std::size_t place) noexcept {
+    const std::size_t places = std::size_t{1} << (2 * (order.levels - level));
+    const unsigned* const first = order.nodes.data() + order.runs[place];
+    const std::size_t count = order.runs[place + places] - order.runs[place];
+    if (count > leaf_capacity && level < order.levels && add_children(cell)) {
+        const std::size_t child = cells.data()[4 * cell];
+        for (std::size_t q = 0; q < 4; ++q)
+            plant_cell(order, child + q, level + 1, place + q * (places / 4));
+        return;
+    }
+    std::fill_n(entries.data() + place, places, static_cast<unsigned>(cell));
+    unsigned* const words = cells.data() + 4 * cell;
+    const std::size_t fitting = std::min<std::size_t>(count, leaf_capacity);
+    for (std::size_t i = 0; i < fitting; ++i) put_in_leaf(words, first[i]);
+    node_count += fitting;
+    for (std::size_t i = fitting; i < count; ++i) insert_below(cell, root_depth - level, first[i]);
+}
+
+bool node_tree::insert(unsigned node) noexcept {
+    entries.clear(); // a leaf that they lead to may become an inner cell
+    return covers(pos[node]) && !cells.empty() && insert_below(0, root_depth, node);
+}
+
+bool node_tree::insert_below(std::size_t cell, unsigned depth, unsigned node) noexcept {
+    unsigned* words = cells.data() + 4 * cell;
+    if (words[0] >= leaf_capacity) {
+        const grid_point xy = grid(pos[node]);
+        do {
+            if (words[0] == leaf_capacity && !split(cell, depth)) return false;
+            cell = cells.data()[4 * cell] + quadrant(xy, depth--);
+            words = cells.data() + 4 * cell;
+        } while (words[0] >= leaf_capacity);
+    }
+    put_in_leaf(words, node);
+    ++node_count;
+    return true;
+}
+
+/// Makes a cell an inner one with four empty children. False: memory is exhausted.
+bool node_tree::add_children(std::size_t cell) noexcept {
+    const std::size_t first = cell_count;
+    const std::size_t after = first + 4;
+    if (after > no_node) return false;
+    if (after > cells.cols && !cells.resize(4, std::max<std::size_t>(2 * cells.cols, 8)))
+        return false;
+    unsigned* const words = cells.data();
+    for (std::size_t child = first; child < after; ++child) words[4 * child] = 0;
+    words[4 * cell] = static_cast<unsigned>(first);
+    cell_count = after;
+    return true;
+}
+
+/// Hands the three nodes of a leaf to four new children. False: they lie in one grid cell, or memory
+/// is exhausted.
+bool node_tree::split(std::size_t cell, unsigned depth) noexcept {
+    if (depth == 0 || !add_children(cell)) return false;
+    const unsigned* const words = cells.data() + 4 * cell;
+    for (unsigned i = 1; i <= leaf_capacity; ++i) {
+        const unsigned q = quadrant(grid(pos[words[i]]), depth);
+        put_in_leaf(cells.data() + 4 * (words[0] + q), words[i]);
+    }
+    return true;
+}
+
+unsigned node_tree::find_close(const point<2>& p, double& best,
+                               const node_filter& filter) const noexcept {
+    if (node_count == 0 || !covers(p)) return no_node;
+    tree_search search(*this, p, best, filter);
+    find_first(search);
+    best = search.best;
+    return search.id;
+}
+
+unsigned node_tree::find_closest(const point<2>& p, double& best,
+                                 const node_filter& filter) const noexcept {
+    if (node_count == 0 || !covers(p)) return no_node;
+    tree_search search(*this, p, best, filter);
+    if (!find_first(search) && search.id != no_node) {
+        const unsigned bits =
+            bit_length((search.low.x ^ search.high.x) | (search.low.y ^ search.high.y));
+        const descent down(search, search.low, std::max(bits, 1u));
+        range_search(search, down.at, search.leaf, true);
+    }
+    best = search.best;
+    return search.id;
+}
+
+} // namespace zel::tessel2d
