@@ -14,10 +14,11 @@
 
 namespace {
 
-void write_book(demo::book& b) {
+void write_book(zel::demo::book& b) {
     std::error_code problem;
     std::filesystem::create_directories(b.output, problem);
-    support::require(!problem, "cannot create " + b.output.string() + ": " + problem.message());
+    zel::examples::require(!problem,
+                           "cannot create " + b.output.string() + ": " + problem.message());
 
     b.page.title = "Meshes of triangles and quadrilaterals";
     b.page.text =
@@ -26,16 +27,16 @@ void write_book(demo::book& b) {
         "the coordinates.";
     b.page.foot = std::string("zel tessel2d ") + zel::tessel2d::version();
 
-    demo::patch_chapter(b);
-    demo::surface_chapter(b);
-    support::write_index_page(b.output / "index.html", b.page);
+    zel::demo::patch_chapter(b);
+    zel::demo::surface_chapter(b);
+    zel::examples::write_index_page(b.output / "index.html", b.page);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     try {
-        demo::book b;
+        zel::demo::book b;
         b.output = argc > 1 ? argv[1] : "build/demo";
         b.data = argc > 2 ? argv[2] : ZEL_EXAMPLE_DATA;
         std::printf("zel tessel2d %s\n", zel::tessel2d::version());

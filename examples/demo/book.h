@@ -9,20 +9,20 @@
 #include <filesystem>
 #include <string>
 
-namespace demo {
+namespace zel::demo {
 
 /// What a chapter works with: where its files go, where the data lies, and the page it adds to.
 struct book {
     std::filesystem::path output;
     std::filesystem::path data;
-    support::index_page page;
+    examples::index_page page;
 };
 
 /// Begins a chapter on the page and on the console.
-support::section& begin_chapter(book& b, const std::string& title, const std::string& text);
+examples::section& begin_chapter(book& b, const std::string& title, const std::string& text);
 
 /// Prints a table and puts it on the page.
-void add_table(support::section& s, const support::table& t);
+void add_table(examples::section& s, const examples::table& t);
 
 /// The size of a picture, in the units of the page.
 struct picture_size {
@@ -31,12 +31,12 @@ struct picture_size {
 };
 
 /// Writes a mesh as `<name>.vtu` and its picture as `<name>.svg`, and puts the picture on the page.
-void add_figure(book& b, support::section& s, const std::string& name, const support::mesh& m,
-                const support::mesh_picture& picture, const std::string& caption,
-                picture_size size = {}, const support::mesh_fields& fields = {});
+void add_figure(book& b, examples::section& s, const std::string& name, const examples::mesh& m,
+                const examples::mesh_picture& picture, const std::string& caption,
+                picture_size size = {}, const examples::mesh_fields& fields = {});
 
 /// The picture of a mesh alone.
-support::mesh_picture picture_of(const support::mesh& m, const support::camera& view,
-                                 const support::paint& how);
+examples::mesh_picture picture_of(const examples::mesh& m, const examples::camera& view,
+                                  const examples::paint& how);
 
-} // namespace demo
+} // namespace zel::demo

@@ -7,11 +7,11 @@
 #include <algorithm>
 #include <cmath>
 
-namespace demo {
+namespace zel::demo {
 
 namespace {
 
-using support::require;
+using examples::require;
 
 double distance(const double* a, const double* b, std::size_t rows) {
     double sum = 0;
@@ -19,9 +19,9 @@ double distance(const double* a, const double* b, std::size_t rows) {
     return std::sqrt(sum);
 }
 
-std::vector<double> circumradii_of(const support::mesh& m) {
-    zel::dense2D<double> centers;
-    require(zel::tessel2d::circumcenters(m.pos, m.connect, centers), "circumcenters");
+std::vector<double> circumradii_of(const examples::mesh& m) {
+    dense2D<double> centers;
+    require(tessel2d::circumcenters(m.pos, m.connect, centers), "circumcenters");
     std::vector<double> radii;
     for (std::size_t e = 0; e < m.connect.cols; ++e) {
         radii.push_back(distance(centers[e], m.pos[m.connect(0, e)], m.pos.rows));
@@ -31,15 +31,15 @@ std::vector<double> circumradii_of(const support::mesh& m) {
 
 } // namespace
 
-measures measure(const support::mesh& m) {
+measures measure(const examples::mesh& m) {
     measures result;
     result.nodes = m.pos.cols;
     result.elements = m.connect.cols;
-    require(zel::tessel2d::area(m.pos, m.connect, result.area), "area");
+    require(tessel2d::area(m.pos, m.connect, result.area), "area");
 
-    zel::dense1D<double, 8> smallest;
-    zel::dense1D<double, 8> largest;
-    require(zel::tessel2d::angles(m.pos, m.connect, false, smallest, largest), "angles");
+    dense1D<double, 8> smallest;
+    dense1D<double, 8> largest;
+    require(tessel2d::angles(m.pos, m.connect, false, smallest, largest), "angles");
     result.smallest_angles.assign(smallest.begin(), smallest.end());
     result.largest_angles.assign(largest.begin(), largest.end());
     result.smallest_angle = *std::min_element(smallest.begin(), smallest.end());
@@ -53,32 +53,33 @@ measures measure(const support::mesh& m) {
     return result;
 }
 
-support::table measures_table() {
+examples::table measures_table() {
     return {{"Mesh", "nodes", "elements", "area (units²)", "smallest angle", "largest angle",
              "largest circumradius (units)"},
             {}};
 }
 
-void add_measures(support::table& t, const std::string& name, const measures& result) {
+void add_measures(examples::table& t, const std::string& name, const measures& result) {
     t.rows.push_back(
-        {name, support::whole(result.nodes), support::whole(result.elements),
-         support::fixed(result.area, 6), support::degrees(result.smallest_angle),
-         support::degrees(result.largest_angle),
-         result.circumradii.empty() ? "–" : support::fixed(result.largest_circumradius, 4)});
+        {name, examples::whole(result.nodes), examples::whole(result.elements),
+         examples::fixed(result.area, 6), examples::degrees(result.smallest_angle),
+         examples::degrees(result.largest_angle),
+         result.circumradii.empty() ? "–" : examples::fixed(result.largest_circumradius, 4)});
 }
 
-support::table areas_table() {
+examples::table areas_table() {
     return {{"Mesh", "nodes", "elements", "area (units²)", "area of the shape", "difference",
              "smallest angle", "largest angle"},
             {}};
 }
 
-void add_areas(support::table& t, const std::string& name, const measures& result, double exact) {
-    t.rows.push_back({name, support::whole(result.nodes), support::whole(result.elements),
-                      support::fixed(result.area, 6), support::fixed(exact, 6),
-                      support::fixed(100 * (result.area / exact - 1), 3) + " %",
-                      support::degrees(result.smallest_angle),
-                      support::degrees(result.largest_angle)});
+void add_areas(examples::table& t, const std::string& name, const measures& result,
+               std::optional<double> exact) {
+    t.rows.push_back({name, examples::whole(result.nodes), examples::whole(result.elements),
+                      examples::fixed(result.area, 6), exact ? examples::fixed(*exact, 6) : "–",
+                      exact ? examples::fixed(100 * (result.area / *exact - 1), 3) + " %" : "–",
+                      examples::degrees(result.smallest_angle),
+                      examples::degrees(result.largest_angle)});
 }
 
 std::vector<double> in_degrees(const std::vector<double>& radians) {
@@ -87,4 +88,4 @@ std::vector<double> in_degrees(const std::vector<double>& radians) {
     return values;
 }
 
-} // namespace demo
+} // namespace zel::demo

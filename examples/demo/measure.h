@@ -4,7 +4,9 @@
 #include "support/mesh.h"
 #include "support/table.h"
 
-namespace demo {
+#include <optional>
+
+namespace zel::demo {
 
 /// The measures of a mesh, angles in radians.
 struct measures {
@@ -20,17 +22,18 @@ struct measures {
 };
 
 /// Measures a mesh of triangles, quadrilaterals or both; it has at least one element.
-measures measure(const support::mesh& m);
+measures measure(const examples::mesh& m);
 
 /// A table that `add_measures` fills, one mesh per row.
-support::table measures_table();
-void add_measures(support::table& t, const std::string& name, const measures& result);
+examples::table measures_table();
+void add_measures(examples::table& t, const std::string& name, const measures& result);
 
-/// A table of areas beside those of the shape that is meant, which are known from a formula.
-support::table areas_table();
-void add_areas(support::table& t, const std::string& name, const measures& result, double exact);
+/// A table of areas beside those of the shape that is meant, where a formula is known for it.
+examples::table areas_table();
+void add_areas(examples::table& t, const std::string& name, const measures& result,
+               std::optional<double> exact = {});
 
 /// The values, given in radians, in degrees.
 std::vector<double> in_degrees(const std::vector<double>& radians);
 
-} // namespace demo
+} // namespace zel::demo

@@ -3,12 +3,12 @@
 #include "demo/measure.h"
 #include "demo/sail.h"
 
-namespace demo {
+namespace zel::demo {
 
 namespace {
 
 /// The area within a closed loop of nodes, half the sum of the cross products along it.
-double area_within(const support::mesh& m, const zel::dense1D<unsigned, 8>& loop) {
+double area_within(const examples::mesh& m, const dense1D<unsigned, 8>& loop) {
     double twice = 0;
     for (std::size_t k = 0; k + 1 < loop.size; ++k) {
         const double* a = m.pos[loop[k]];
@@ -31,36 +31,36 @@ void patch_chapter(book& b) {
                                      {1, "patch_rising", "Triangles, rising diagonals"},
                                      {2, "patch_alternating", "Triangles, alternating"}};
 
-    support::section& s = begin_chapter(
+    examples::section& s = begin_chapter(
         b, "A curved patch",
         "Four curved sides, 16 cells along two of them and 10 along the others, filled with "
         "quadrilaterals or with one of the three patterns of triangles. The colours show the "
         "smallest angle of each element. Straight edges run between the same nodes on the outline, "
         "so that all four meshes have the area of the outline.");
     s.columns = 4;
-    support::table t = measures_table();
+    examples::table t = measures_table();
     for (const kind& k : kinds) {
-        const support::mesh m = k.pattern < 0 ? sail_of_quads() : sail_of_triangles(k.pattern);
+        const examples::mesh m = k.pattern < 0 ? sail_of_quads() : sail_of_triangles(k.pattern);
         const measures result = measure(m);
         const std::vector<double> smallest = in_degrees(result.smallest_angles);
 
         const double ideal = k.pattern < 0 ? 90 : 60;
         auto picture =
-            picture_of(m, support::from_above(),
-                       support::value_paint(smallest, support::quality_colours(), 0, ideal));
-        picture.set_legend(support::quality_colours(), "0°", support::fixed(ideal, 0) + "°",
+            picture_of(m, examples::from_above(),
+                       examples::value_paint(smallest, examples::quality_colours(), 0, ideal));
+        picture.set_legend(examples::quality_colours(), "0°", examples::fixed(ideal, 0) + "°",
                            "smallest angle");
         add_figure(b, s, k.file, m, picture, std::string(k.name) + ".", {280, 240},
                    {{}, {{"smallest angle in degrees", smallest}}});
         add_measures(t, k.name, result);
     }
 
-    support::mesh outline;
+    examples::mesh outline;
     const auto loop =
-        support::add_outline(outline.pos, sail(), sail_cells_across, sail_cells_upward, 2);
-    t.rows.push_back({"The outline alone", support::whole(outline.pos.cols), "–",
-                      support::fixed(area_within(outline, loop), 6), "–", "–", "–"});
+        examples::add_outline(outline.pos, sail(), sail_cells_across, sail_cells_upward, 2);
+    t.rows.push_back({"The outline alone", examples::whole(outline.pos.cols), "–",
+                      examples::fixed(area_within(outline, loop), 6), "–", "–", "–"});
     add_table(s, t);
 }
 
-} // namespace demo
+} // namespace zel::demo

@@ -6,20 +6,20 @@
 
 #include <cmath>
 
-namespace demo {
+namespace zel::demo {
 
 namespace {
 
 constexpr double pi = 3.14159265358979323846;
 
-zel::dense1D<unsigned, 8> add_sail(zel::dense2D<double>& pos) {
-    return support::add_outline(pos, sail(), sail_cells_across, sail_cells_upward, 2);
+dense1D<unsigned, 8> add_sail(dense2D<double>& pos) {
+    return examples::add_outline(pos, sail(), sail_cells_across, sail_cells_upward, 2);
 }
 
 } // namespace
 
-support::four_sides sail() {
-    using support::point;
+examples::four_sides sail() {
+    using examples::point;
     return {[](double t) {
                 return point{4 * t, 0.32 * std::sin(2 * pi * t), 0};
             },
@@ -34,21 +34,20 @@ support::four_sides sail() {
             }};
 }
 
-support::mesh sail_of_quads() {
-    support::mesh m;
+examples::mesh sail_of_quads() {
+    examples::mesh m;
     const auto loop = add_sail(m.pos);
-    support::require(zel::tessel2d::mesh_struct_Q4(m.pos, loop, sail_cells_upward, m.connect),
-                     "mesh_struct_Q4");
+    examples::require(tessel2d::mesh_struct_Q4(m.pos, loop, sail_cells_upward, m.connect),
+                      "mesh_struct_Q4");
     return m;
 }
 
-support::mesh sail_of_triangles(int pattern) {
-    support::mesh m;
+examples::mesh sail_of_triangles(int pattern) {
+    examples::mesh m;
     const auto loop = add_sail(m.pos);
-    support::require(
-        zel::tessel2d::mesh_struct_T3(m.pos, loop, sail_cells_upward, pattern, m.connect),
-        "mesh_struct_T3");
+    examples::require(tessel2d::mesh_struct_T3(m.pos, loop, sail_cells_upward, pattern, m.connect),
+                      "mesh_struct_T3");
     return m;
 }
 
-} // namespace demo
+} // namespace zel::demo

@@ -3,17 +3,17 @@
 
 #include "support/outline.h"
 
-namespace demo {
+namespace zel::demo {
 
 /// A patch with four curved sides: waves below, a bow above, the sides bent to the right.
-support::four_sides sail();
+examples::four_sides sail();
 
 constexpr unsigned sail_cells_across = 16;
 constexpr unsigned sail_cells_upward = 10;
 
 /// The sail in quadrilaterals.
-support::mesh sail_of_quads();
+examples::mesh sail_of_quads();
 /// The sail in triangles of a pattern, 0 to 2.
-support::mesh sail_of_triangles(int pattern);
+examples::mesh sail_of_triangles(int pattern);
 
-} // namespace demo
+} // namespace zel::demo

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace demo {
+namespace zel::demo {
 
 namespace {
 
@@ -28,44 +28,44 @@ std::vector<double> corner_angles(const measures& result) {
 } // namespace
 
 void surface_chapter(book& b) {
-    const support::mesh m = support::read_off(b.data / "bunny.off");
+    const examples::mesh m = examples::read_off(b.data / "bunny.off");
     const measures result = measure(m);
     const std::vector<double> smallest = in_degrees(result.smallest_angles);
 
-    support::section& s = begin_chapter(
+    examples::section& s = begin_chapter(
         b, "A scanned surface",
         "A closed surface from a scanner, read from a file and measured: its area, the "
         "angles of its triangles and their circumradii.");
     s.columns = 3;
-    support::paint clay = support::surface_paint();
+    examples::paint clay = examples::surface_paint();
     clay.hide_backs = true;
     add_figure(
-        b, s, "surface", m, picture_of(m, support::with_y_upright(-25, 12), clay),
+        b, s, "surface", m, picture_of(m, examples::with_y_upright(-25, 12), clay),
         "The surface as it was read.", {380, 390},
         {{}, {{"smallest angle in degrees", smallest}, {"circumradius", result.circumradii}}});
 
-    support::paint quality = support::value_paint(smallest, support::quality_colours(), 0, 60);
+    examples::paint quality = examples::value_paint(smallest, examples::quality_colours(), 0, 60);
     quality.lit = true;
     quality.hide_backs = true;
     quality.line_width = 0.35;
-    auto picture = picture_of(m, support::with_y_upright(-25, 12), quality);
-    picture.set_legend(support::quality_colours(), "0°", "60°", "smallest angle");
+    auto picture = picture_of(m, examples::with_y_upright(-25, 12), quality);
+    picture.set_legend(examples::quality_colours(), "0°", "60°", "smallest angle");
     picture.write(b.output / "surface_angles.svg", 380, 390, "Smallest angle of each triangle");
     s.figures.push_back({"surface_angles.svg", "The smallest angle of each triangle.", ""});
 
     const std::vector<double> angles = corner_angles(result);
-    support::write_bar_chart(
-        b.output / "surface_histogram.svg", support::count_values(angles, 0, 180, 36),
+    examples::write_bar_chart(
+        b.output / "surface_histogram.svg", examples::count_values(angles, 0, 180, 36),
         {"Histogram of the corner angles", "corner angle (degrees)", "corners", 30}, {60}, 380,
         390);
     s.figures.push_back({"surface_histogram.svg",
                          "All corner angles in steps of 5°; the dashed line marks 60°.", ""});
 
-    support::table t = measures_table();
+    examples::table t = measures_table();
     add_measures(t, "Scanned surface", result);
     add_table(s, t);
     std::printf("  corner angles, in steps of 15°\n");
-    support::print_histogram(support::count_values(angles, 0, 180, 12), "°");
+    examples::print_histogram(examples::count_values(angles, 0, 180, 12), "°");
 }
 
-} // namespace demo
+} // namespace zel::demo

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <cstdio>
 
-namespace support {
+namespace zel::examples {
 
 namespace {
 
@@ -97,4 +97,4 @@ void print_histogram(const histogram& h, const std::string& unit) {
     }
 }
 
-} // namespace support
+} // namespace zel::examples

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace support {
+namespace zel::examples {
 
 /// How often values fall into intervals of equal width.
 struct histogram {
@@ -37,4 +37,4 @@ void write_bar_chart(const std::filesystem::path& file, const histogram& h,
 /// Prints a histogram in lines of text, the limits with their unit.
 void print_histogram(const histogram& h, const std::string& unit);
 
-} // namespace support
+} // namespace zel::examples

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
-namespace support {
+namespace zel::examples {
 
 namespace {
 
@@ -64,4 +64,4 @@ colour colour_at(const colour_map& map, double t) {
     return mix(map[below], map[below + 1], place - static_cast<double>(below));
 }
 
-} // namespace support
+} // namespace zel::examples

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace support {
+namespace zel::examples {
 
 /// Red, green and blue from 0 to 1.
 struct colour {
@@ -41,4 +41,4 @@ inline constexpr colour sky{0.87, 0.92, 0.97};    ///< the elements of planar me
 inline constexpr colour clay{0.86, 0.80, 0.71};   ///< surfaces
 } // namespace palette
 
-} // namespace support
+} // namespace zel::examples

@@ -6,7 +6,7 @@
 
 #include <fstream>
 
-namespace support {
+namespace zel::examples {
 
 namespace {
 
@@ -109,4 +109,4 @@ void write_index_page(const std::filesystem::path& file, const index_page& page)
     require(!out.fail(), "cannot write " + file.string());
 }
 
-} // namespace support
+} // namespace zel::examples

@@ -6,7 +6,7 @@
 #include <deque>
 #include <filesystem>
 
-namespace support {
+namespace zel::examples {
 
 /// A picture of the page with its caption, and the file that holds the mesh itself (may be empty).
 /// Files are named relative to the page.
@@ -35,4 +35,4 @@ struct index_page {
 /// ends the work with a message.
 void write_index_page(const std::filesystem::path& file, const index_page& page);
 
-} // namespace support
+} // namespace zel::examples

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace support {
+namespace zel::examples {
 
 namespace {
 
@@ -89,4 +89,4 @@ double extent(const mesh& m) {
     return std::sqrt(sum);
 }
 
-} // namespace support
+} // namespace zel::examples

@@ -8,15 +8,15 @@
 #include <string>
 #include <vector>
 
-namespace support {
+namespace zel::examples {
 
 using point = std::array<double, 3>;
 
 /// Nodes and elements as the library takes them. A copy shares its storage with the original; use
 /// `deep_copy` where both go on growing.
 struct mesh {
-    zel::dense2D<double> pos;       ///< 2 x N or 3 x N coordinates
-    zel::dense2D<unsigned> connect; ///< one element per column
+    dense2D<double> pos;       ///< 2 x N or 3 x N coordinates
+    dense2D<unsigned> connect; ///< one element per column
 };
 
 /// Numbers on a mesh, under a name.
@@ -43,4 +43,4 @@ std::vector<unsigned> cell_outline(const mesh& m, std::size_t element);
 /// The diagonal of the box around all nodes.
 double extent(const mesh& m);
 
-} // namespace support
+} // namespace zel::examples

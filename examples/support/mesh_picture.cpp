@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace support {
+namespace zel::examples {
 
 namespace {
 
@@ -55,7 +55,8 @@ std::vector<point> outline_points(const mesh& m, std::size_t element) {
             const double t = static_cast<double>(step) / steps;
             point p;
             for (std::size_t i = 0; i < 3; ++i) {
-                p[i] = (1 - t) * (1 - 2 * t) * a[i] + 4 * t * (1 - t) * middle[i] + t * (2 * t - 1) * b[i];
+                p[i] = (1 - t) * (1 - 2 * t) * a[i] + 4 * t * (1 - t) * middle[i] +
+                       t * (2 * t - 1) * b[i];
             }
             points.push_back(p);
         }
@@ -233,4 +234,4 @@ void mesh_picture::write(const std::filesystem::path& file, double width, double
     drawing.write(file);
 }
 
-} // namespace support
+} // namespace zel::examples

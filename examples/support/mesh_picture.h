@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-namespace support {
+namespace zel::examples {
 
 /// From where a mesh is seen, without perspective: three unit vectors in space.
 struct camera {
@@ -83,4 +83,4 @@ private:
     std::array<std::string, 3> legend_words;
 };
 
-} // namespace support
+} // namespace zel::examples

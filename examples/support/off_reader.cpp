@@ -7,7 +7,7 @@
 #include <fstream>
 #include <sstream>
 
-namespace support {
+namespace zel::examples {
 
 namespace {
 
@@ -22,8 +22,8 @@ std::istringstream words_of(const std::filesystem::path& file) {
     return std::istringstream(text);
 }
 
-zel::dense2D<double> read_nodes(std::istream& in, std::size_t count, const std::string& name) {
-    zel::dense2D<double> pos(3, count);
+dense2D<double> read_nodes(std::istream& in, std::size_t count, const std::string& name) {
+    dense2D<double> pos(3, count);
     require(pos.cols == count, name + ": too many nodes");
     bool planar = true;
     for (std::size_t n = 0; n < count; ++n) {
@@ -33,14 +33,14 @@ zel::dense2D<double> read_nodes(std::istream& in, std::size_t count, const std::
         planar = planar && p[2] == 0;
     }
     if (!planar) return pos;
-    zel::dense2D<double> plane;
+    dense2D<double> plane;
     require(plane.copy(pos.sub_matrix(0, 0, 2, count)), "memory is exhausted");
     return plane;
 }
 
-zel::dense2D<unsigned> read_faces(std::istream& in, std::size_t count, std::size_t nodes,
-                                  const std::string& name) {
-    zel::dense2D<unsigned> connect(4, count, no_node);
+dense2D<unsigned> read_faces(std::istream& in, std::size_t count, std::size_t nodes,
+                             const std::string& name) {
+    dense2D<unsigned> connect(4, count, no_node);
     require(connect.cols == count, name + ": too many faces");
     bool triangles = true;
     for (std::size_t e = 0; e < count; ++e) {
@@ -56,7 +56,7 @@ zel::dense2D<unsigned> read_faces(std::istream& in, std::size_t count, std::size
         }
     }
     if (!triangles) return connect;
-    zel::dense2D<unsigned> three;
+    dense2D<unsigned> three;
     require(three.copy(connect.sub_matrix(0, 0, 3, count)), "memory is exhausted");
     return three;
 }
@@ -79,4 +79,4 @@ mesh read_off(const std::filesystem::path& file) {
     return m;
 }
 
-} // namespace support
+} // namespace zel::examples

@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-namespace support {
+namespace zel::examples {
 
 /// Reads a mesh in OFF format: the word OFF, the counts of nodes, faces and edges, a line `x y z` per
 /// node, then a line `k n0 ... nk-1` per face. Text behind a `#` is skipped.
@@ -15,4 +15,4 @@ namespace support {
 /// faces, ends the work with a message that names the file.
 mesh read_off(const std::filesystem::path& file);
 
-} // namespace support
+} // namespace zel::examples

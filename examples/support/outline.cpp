@@ -5,14 +5,14 @@
 
 #include <algorithm>
 
-namespace support {
+namespace zel::examples {
 
-zel::dense1D<unsigned, 8> add_outline(zel::dense2D<double>& pos, const four_sides& sides,
-                                      unsigned m, unsigned n, unsigned dimension) {
+dense1D<unsigned, 8> add_outline(dense2D<double>& pos, const four_sides& sides, unsigned m,
+                                 unsigned n, unsigned dimension) {
     const std::size_t first = pos.cols;
     const std::size_t count = 2 * (std::size_t{m} + n);
     const std::size_t rows = pos.empty() ? dimension : pos.rows;
-    zel::dense1D<unsigned, 8> loop(count + 1);
+    dense1D<unsigned, 8> loop(count + 1);
     require(pos.resize(rows, first + count) && loop.size == count + 1, "memory is exhausted");
 
     std::size_t k = 0;
@@ -29,12 +29,12 @@ zel::dense1D<unsigned, 8> add_outline(zel::dense2D<double>& pos, const four_side
     return loop;
 }
 
-zel::dense2D<unsigned> add_line(zel::dense2D<double>& pos, const curve& line, unsigned cells,
-                                bool closed, unsigned dimension) {
+dense2D<unsigned> add_line(dense2D<double>& pos, const curve& line, unsigned cells, bool closed,
+                           unsigned dimension) {
     const std::size_t first = pos.cols;
     const std::size_t count = std::size_t{cells} + (closed ? 0 : 1);
     const std::size_t rows = pos.empty() ? dimension : pos.rows;
-    zel::dense2D<unsigned> edges(2, cells);
+    dense2D<unsigned> edges(2, cells);
     require(pos.resize(rows, first + count) && edges.cols == cells, "memory is exhausted");
     for (std::size_t k = 0; k < count; ++k) {
         const point p = line(static_cast<double>(k) / cells);
@@ -47,4 +47,4 @@ zel::dense2D<unsigned> add_line(zel::dense2D<double>& pos, const curve& line, un
     return edges;
 }
 
-} // namespace support
+} // namespace zel::examples

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-namespace support {
+namespace zel::examples {
 
 /// A curve by its parameter from 0 to 1.
 using curve = std::function<point(double)>;
@@ -19,13 +19,13 @@ struct four_sides {
 /// Places 2*(m+n) nodes around a patch behind the columns of `pos`, m cells along bottom and top and
 /// n along the other sides, and answers the closed loop of their numbers: anticlockwise, from the
 /// lower left corner on. An empty `pos` gets `dimension` rows.
-zel::dense1D<unsigned, 8> add_outline(zel::dense2D<double>& pos, const four_sides& sides,
-                                      unsigned m, unsigned n, unsigned dimension);
+dense1D<unsigned, 8> add_outline(dense2D<double>& pos, const four_sides& sides, unsigned m,
+                                 unsigned n, unsigned dimension);
 
 /// Places the nodes of a line behind the columns of `pos`, `cells` edges at equal steps of its
 /// parameter, and answers the edges: 2 rows, one edge per column. A closed line ends at its first
 /// node. An empty `pos` gets `dimension` rows.
-zel::dense2D<unsigned> add_line(zel::dense2D<double>& pos, const curve& line, unsigned cells,
-                                bool closed, unsigned dimension);
+dense2D<unsigned> add_line(dense2D<double>& pos, const curve& line, unsigned cells, bool closed,
+                           unsigned dimension);
 
-} // namespace support
+} // namespace zel::examples

@@ -5,7 +5,7 @@
 #include <string>
 
 /// What the example programs share: readers, writers, pictures. None of it belongs to the library.
-namespace support {
+namespace zel::examples {
 
 /// Ends the work with `what` as its message, unless `condition` holds.
 inline void require(bool condition, const std::string& what) {
@@ -22,4 +22,4 @@ inline int require(int status, const std::string& call) {
     return status;
 }
 
-} // namespace support
+} // namespace zel::examples

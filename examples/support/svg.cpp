@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <fstream>
 
-namespace support {
+namespace zel::examples {
 
 namespace {
 
@@ -140,4 +140,4 @@ void svg::write(const std::filesystem::path& file) const {
     require(!out.fail(), "cannot write " + file.string());
 }
 
-} // namespace support
+} // namespace zel::examples

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace support {
+namespace zel::examples {
 
 /// The characters that XML keeps for itself, written as entities.
 std::string escaped(const std::string& text);
@@ -49,4 +49,4 @@ private:
     int gradients = 0;
 };
 
-} // namespace support
+} // namespace zel::examples

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace support {
+namespace zel::examples {
 
 namespace {
 
@@ -60,4 +60,4 @@ std::string degrees(double radians) {
     return fixed(radians * 180 / 3.14159265358979323846, 1) + "°";
 }
 
-} // namespace support
+} // namespace zel::examples

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace support {
+namespace zel::examples {
 
 /// A table of measures: the first column names things, the others hold numbers.
 struct table {
@@ -24,4 +24,4 @@ std::string whole(std::size_t count);
 /// An angle given in radians, in degrees with one digit behind the point.
 std::string degrees(double radians);
 
-} // namespace support
+} // namespace zel::examples

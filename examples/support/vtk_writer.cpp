@@ -6,7 +6,7 @@
 #include <fstream>
 #include <limits>
 
-namespace support {
+namespace zel::examples {
 
 namespace {
 
@@ -109,4 +109,4 @@ void write_vtu(const std::filesystem::path& file, const mesh& m, const mesh_fiel
     require(!out.fail(), "cannot write " + file.string());
 }
 
-} // namespace support
+} // namespace zel::examples

@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-namespace support {
+namespace zel::examples {
 
 /// Fields that go with a mesh: one number per node or element, or three, which make a vector.
 struct mesh_fields {
@@ -17,4 +17,4 @@ struct mesh_fields {
 /// field of another length, or a file that cannot be written, ends the work with a message.
 void write_vtu(const std::filesystem::path& file, const mesh& m, const mesh_fields& fields = {});
 
-} // namespace support
+} // namespace zel::examples
