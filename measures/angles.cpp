@@ -1,6 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
-#include "foundation/cell_shapes.h"
 #include "foundation/tessel.h"
+#include "measures/gather.h"
 #include "measures/kernels.h"
 #include "zel/tessel2d/measures.h"
 
@@ -19,22 +19,24 @@ void find_extremes(const vector_fixed<double, Corners>& angles, double& smallest
     }
 }
 
-template <class Shape, int Dim>
+template <std::size_t Rows, int Dim>
 void find_angles(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool normalise,
                  double* smallest, double* largest) noexcept {
-    const points_view<Dim> points(pos);
-    const auto cells = columns_of(connect);
-    const std::size_t elements = connect.cols;
-    for (std::size_t e = 0; e < elements; ++e) {
-        const unsigned* const n = cells[e];
-        if (Shape::corners(n) == 3) {
-            find_extremes(triangle_angles(points, n[0], n[1], n[2], normalise), smallest[e],
+    const double triangle_factor = normalise ? triangle_angle_factor : 1.0;
+    const double quad_factor = normalise ? quad_angle_factor : 1.0;
+    for_each_element<Dim, Rows>(
+        pos, connect, [=](std::size_t e, const unsigned* nodes, const auto& corners) {
+            const auto& p = corners.p;
+            if constexpr (Rows == 4) {
+                if (nodes[3] != no_node) {
+                    find_extremes(polygon_angles<Dim, 4>(p, quad_factor), smallest[e], largest[e]);
+                    return;
+                }
+            }
+            const point<Dim> triangle[3] = {p[0], p[1], p[2]};
+            find_extremes(polygon_angles<Dim, 3>(triangle, triangle_factor), smallest[e],
                           largest[e]);
-        } else {
-            find_extremes(quad_angles(points, n[0], n[1], n[2], n[3], normalise), smallest[e],
-                          largest[e]);
-        }
-    }
+        });
 }
 
 } // namespace
@@ -55,10 +57,8 @@ int angles(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool no
     }
     min_angles.resize(elements); // every entry is written
     max_angles.resize(elements);
-    const auto find =
-        pos.rows == 2
-            ? (connect.rows == 3 ? find_angles<triangle_cells, 2> : find_angles<mixed_cells, 2>)
-            : (connect.rows == 3 ? find_angles<triangle_cells, 3> : find_angles<mixed_cells, 3>);
+    const auto find = pos.rows == 2 ? (connect.rows == 3 ? find_angles<3, 2> : find_angles<4, 2>)
+                                    : (connect.rows == 3 ? find_angles<3, 3> : find_angles<4, 3>);
     find(pos, connect, normalise, min_angles.data(), max_angles.data());
     return status_ok;
 }

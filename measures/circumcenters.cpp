@@ -1,5 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "foundation/tessel.h"
+#include "measures/gather.h"
 #include "measures/kernels.h"
 #include "zel/tessel2d/measures.h"
 
@@ -12,15 +13,13 @@ namespace {
 template <int Dim>
 void place_centers(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                    dense2D<double>& centers) noexcept {
-    const points_view<Dim> points(pos);
-    const auto cells = columns_of(connect);
     const auto out = columns_of(centers);
-    const std::size_t triangles = connect.cols;
-    for (std::size_t e = 0; e < triangles; ++e) {
-        const unsigned* const n = cells[e];
-        const point<Dim> center = triangle_circumcircle(points, n[0], n[1], n[2]).center;
-        std::copy_n(center.begin(), Dim, out[e]);
-    }
+    for_each_element<Dim, 3>(
+        pos, connect, [out](std::size_t e, const unsigned*, const auto& corners) {
+            const auto& p = corners.p;
+            const point<Dim> center = triangle_circumcircle(p[0], p[1], p[2]).center;
+            std::copy_n(center.begin(), Dim, out[e]);
+        });
 }
 
 } // namespace
