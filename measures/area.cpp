@@ -1,28 +1,36 @@
 // zel tessel2d: planar and surface mesh tools.
-#include "foundation/cell_shapes.h"
 #include "foundation/tessel.h"
 #include "measures/four_triangles.h"
+#include "measures/gather.h"
 #include "measures/kernels.h"
 #include "zel/tessel2d/measures.h"
 
 #include <algorithm>
-#include <type_traits>
 
 namespace zel::tessel2d {
 
 namespace {
 
-/// Adds the doubled areas of the columns to `sum`, one after the other.
-template <class Shape, int Dim>
-void add_double_areas(const columns<const unsigned>& cells, std::size_t first, std::size_t last,
-                      const points_view<Dim>& pos, double& sum) noexcept {
-    if constexpr (std::is_same_v<Shape, triangle_cells>) {
-        if (has_four_lanes()) first = add_triangles_by_four<Dim>(cells, first, last, pos, sum);
-    }
-    for (; first < last; ++first) {
-        const unsigned* const n = cells[first];
-        sum += Shape::corners(n) == 3 ? triangle_double_area(pos, n[0], n[1], n[2])
-                                      : quad_double_area(pos, n[0], n[1], n[2], n[3]);
+/// Adds the doubled areas of the elements to `sum`, one after the other.
+template <std::size_t Rows, int Dim>
+void add_double_areas(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                      double& sum) noexcept {
+    if constexpr (Rows == 3) {
+        const points_view<Dim> points(pos);
+        const auto cells = columns_of(connect);
+        std::size_t e = 0;
+        if (has_four_lanes()) e = add_triangles_by_four<Dim>(cells, e, connect.cols, points, sum);
+        for (; e < connect.cols; ++e) {
+            const unsigned* const n = cells[e];
+            sum += triangle_double_area(points, n[0], n[1], n[2]);
+        }
+    } else {
+        for_each_element<Dim, 4>(
+            pos, connect, [&sum](std::size_t, const unsigned* nodes, const auto& corners) {
+                const auto& p = corners.p;
+                sum += nodes[3] == no_node ? triangle_double_area<Dim>(p[0], p[1], p[2])
+                                           : quad_double_area<Dim>(p[0], p[1], p[2], p[3]);
+            });
     }
 }
 
@@ -31,17 +39,15 @@ void add_double_areas(const columns<const unsigned>& cells, std::size_t first, s
 constexpr std::size_t run = 512;
 
 /// The doubled area of the whole mesh. False: a node does not exist.
-template <class Shape, int Dim>
+template <std::size_t Rows, int Dim>
 bool measure(const dense2D<double>& pos, const dense2D<unsigned>& connect, double& sum) noexcept {
-    const points_view<Dim> points(pos);
-    const auto cells = columns_of(connect);
     const unsigned bound = node_bound(pos);
     sum = 0;
     for (std::size_t first = 0; first < connect.cols; first += run) {
-        const std::size_t last = first + std::min(run, connect.cols - first);
-        const auto part = connect.sub_matrix(0, first, connect.rows, last - first);
+        const std::size_t count = std::min(run, connect.cols - first);
+        const auto part = connect.sub_matrix(0, first, Rows, count);
         if (!tessel::check_IDs(part, ELEMENT_FACE, bound)) return false;
-        add_double_areas<Shape, Dim>(cells, first, last, points, sum);
+        add_double_areas<Rows, Dim>(pos, part, sum);
     }
     return true;
 }
@@ -53,9 +59,8 @@ int area(const dense2D<double>& pos, const dense2D<unsigned>& connect, double& r
     if (connect.empty()) return status_ok;
     if (pos.rows != 2 && pos.rows != 3) return -1;
     if (connect.rows != 3 && connect.rows != 4) return -2;
-    const auto measure_mesh =
-        pos.rows == 2 ? (connect.rows == 3 ? measure<triangle_cells, 2> : measure<mixed_cells, 2>)
-                      : (connect.rows == 3 ? measure<triangle_cells, 3> : measure<mixed_cells, 3>);
+    const auto measure_mesh = pos.rows == 2 ? (connect.rows == 3 ? measure<3, 2> : measure<4, 2>)
+                                            : (connect.rows == 3 ? measure<3, 3> : measure<4, 3>);
     double doubled;
     if (!measure_mesh(pos, connect, doubled)) return -2;
     result = 0.5 * doubled;

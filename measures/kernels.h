@@ -100,13 +100,19 @@ inline double quad_double_area_3d(const point<3>& p0, const point<3>& p1, const 
 
 /// Twice the area of a quadrilateral, signed in the plane.
 template <int Dim>
+inline double quad_double_area(const point<Dim>& p0, const point<Dim>& p1, const point<Dim>& p2,
+                               const point<Dim>& p3) noexcept {
+    if constexpr (Dim == 2) {
+        return quad_double_area_2d(p0, p1, p2, p3);
+    } else {
+        return quad_double_area_3d(p0, p1, p2, p3);
+    }
+}
+
+template <int Dim>
 inline double quad_double_area(const points_view<Dim>& pos, std::size_t n0, std::size_t n1,
                                std::size_t n2, std::size_t n3) noexcept {
-    if constexpr (Dim == 2) {
-        return quad_double_area_2d(pos[n0], pos[n1], pos[n2], pos[n3]);
-    } else {
-        return quad_double_area_3d(pos[n0], pos[n1], pos[n2], pos[n3]);
-    }
+    return quad_double_area<Dim>(pos[n0], pos[n1], pos[n2], pos[n3]);
 }
 
 // ------------------------------------------------------------------------------------------ angles
