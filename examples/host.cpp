@@ -3,7 +3,7 @@
 // A complete small program: it places nodes around the unit square, fills the square with triangles
 // and measures them. Prints
 //
-//     35 nodes, 48 triangles, area 1.000000, angles from 33.69 to 90.00 degrees
+//     tessel2d 5.5.0.0: 35 nodes, 48 triangles, area 1.000000, angles from 33.69 to 90.00 degrees
 //! [host]
 #include <zel/tessel2d.h>
 
@@ -54,9 +54,11 @@ int main() {
     }
 
     const double degree = 3.14159265358979323846 / 180;
-    std::printf("%zu nodes, %zu triangles, area %.6f, angles from %.2f to %.2f degrees\n", pos.cols,
-                triangles.cols, area, *std::min_element(smallest.begin(), smallest.end()) / degree,
-                *std::max_element(largest.begin(), largest.end()) / degree);
+    std::printf(
+        "tessel2d %s: %zu nodes, %zu triangles, area %.6f, angles from %.2f to %.2f degrees\n",
+        tessel2d::version(), pos.cols, triangles.cols, area,
+        *std::min_element(smallest.begin(), smallest.end()) / degree,
+        *std::max_element(largest.begin(), largest.end()) / degree);
     return 0;
 }
 //! [host]

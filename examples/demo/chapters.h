@@ -5,11 +5,11 @@
 
 /// The demonstration, one function per chapter. Each writes its meshes and pictures, prints its
 /// figures and adds a section to the page; what goes wrong ends the work with a message.
-namespace demo {
+namespace zel::demo {
 
 /// A curved patch in quadrilaterals and in the three patterns of triangles.
 void patch_chapter(book& b);
 /// A scanned surface and its measures.
 void surface_chapter(book& b);
 
-} // namespace demo
+} // namespace zel::demo

@@ -614,7 +614,7 @@ TEST(Append, OntoItself) {
     EXPECT_THAT(values(v), ElementsAre(1, 2, 3, 1, 2, 3));
 }
 
-TEST(Append, FailedReservationIsNotFatalWhenTheExactSizeFits) {
+TEST(Append, ExhaustedMemoryIsFatalOnlyWhenTheExactSizeDoesNotFit) {
     auto dst = ids({1, 2});
     const auto src = ids({3});
     arm_allocator(1); // the generous reservation fails, the resize behind it gets its memory
