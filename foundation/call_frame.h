@@ -5,6 +5,7 @@
 // cursors that take data pointer and leading dimension out of the loops.
 #include "foundation/dense.h"
 
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 
@@ -38,6 +39,12 @@ inline bool node_total(std::size_t present, std::size_t more, std::size_t& total
 /// range test off.
 inline unsigned node_bound(const dense2D<double>& pos) noexcept {
     return pos.cols < no_node ? static_cast<unsigned>(pos.cols) : no_node - 1;
+}
+
+/// A number of elements as a status; what an `int` cannot hold counts as the largest one.
+inline int as_count(std::size_t n) noexcept {
+    constexpr std::size_t most = INT_MAX;
+    return static_cast<int>(n < most ? n : most);
 }
 
 /// An output connectivity can take columns of `height` rows: it is empty or has that height.

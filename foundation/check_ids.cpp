@@ -1,5 +1,5 @@
 // zel tessel2d: planar and surface mesh tools.
-#include "foundation/call_frame.h"
+#include "foundation/cell_shapes.h"
 #include "foundation/tessel.h"
 
 namespace zel::tessel {
@@ -98,8 +98,7 @@ bool matrix_passes(const dense2D<unsigned>& m, rule r) {
 
 bool rows_suit(std::size_t rows, element_type kind) {
     if (kind == ELEMENT_FACE) return rows == 3 || rows == 4;
-    const bool known = static_cast<unsigned>(kind) <= static_cast<unsigned>(ELEMENT_H27);
-    return known && rows == element_node_count(kind);
+    return tessel2d::has_rows_of(rows, kind);
 }
 
 } // namespace
