@@ -1,6 +1,8 @@
 // zel tessel2d: planar and surface mesh tools.
 #pragma once
 
+#include "zel/tessel2d/conversion.h"
 #include "zel/tessel2d/generators.h"
 #include "zel/tessel2d/measures.h"
+#include "zel/tessel2d/orientation.h"
 #include "zel/tessel2d/version.h"

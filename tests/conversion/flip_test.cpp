@@ -1,0 +1,257 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "zel/tessel2d/orientation.h"
+
+#include "examples/support/adjacency.h"
+#include "support/checks.h"
+#include "support/meshes.h"
+
+namespace {
+
+using namespace zel_test;
+using testing::ElementsAre;
+using zel::examples::adjacency_of;
+using zel::tessel2d::flip;
+
+const unsigned none = no_node;
+
+/// A matrix with the numbers 10*column + row.
+dense2D<unsigned> numbered(std::size_t rows, std::size_t cols) {
+    dense2D<unsigned> m(rows, cols);
+    for (std::size_t j = 0; j < cols; ++j)
+        for (std::size_t i = 0; i < rows; ++i) m(i, j) = static_cast<unsigned>(10 * j + i);
+    return m;
+}
+
+// ------------------------------------------------------------------------------------- one argument
+
+TEST(Flip, ExchangesNodesZeroAndTwo) {
+    auto triangles = cells({{0, 1, 2}, {2, 1, 3}});
+    ASSERT_EQ(0, flip(triangles));
+    EXPECT_THAT(columns(triangles), ElementsAre(cell(2, 1, 0), cell(3, 1, 2)));
+    auto mixed = cells({{0, 1, 2, 3}, {4, 5, 6, none}});
+    ASSERT_EQ(0, flip(mixed));
+    EXPECT_THAT(columns(mixed), ElementsAre(cell(2, 1, 0, 3), cell(6, 5, 4, none)));
+}
+
+TEST(Flip, LeavesAllRowsFromThreeOnAlone) {
+    auto connect = numbered(9, 1);
+    ASSERT_EQ(0, flip(connect));
+    EXPECT_THAT(column(connect, 0), ElementsAre(2, 1, 0, 3, 4, 5, 6, 7, 8));
+}
+
+TEST(Flip, ViewsAreTurnedInPlace) {
+    auto triangles = framed(cells({{0, 1, 2}, {2, 1, 3}}));
+    ASSERT_EQ(0, flip(triangles.view));
+    EXPECT_THAT(columns(triangles.view), ElementsAre(cell(2, 1, 0), cell(3, 1, 2)));
+    EXPECT_TRUE(triangles.surroundings_untouched(2));
+}
+
+TEST(Flip, AnEmptyMatrixIsNothingToDo) {
+    dense2D<unsigned> connect;
+    EXPECT_EQ(0, flip(connect));
+    dense2D<unsigned> two_rows(2, 0);
+    EXPECT_EQ(0, flip(two_rows));
+}
+
+TEST(Flip, FewerThanThreeRowsAreRefused) {
+    auto edges = cells({{0, 1}});
+    EXPECT_EQ(-1, flip(edges));
+    EXPECT_THAT(column(edges, 0), ElementsAre(0, 1));
+    dense2D<unsigned> no_rows(0, 3);
+    EXPECT_EQ(-1, flip(no_rows));
+}
+
+// ---------------------------------------------------------------------------------------- by kind
+
+struct kind_case {
+    zel::element_type kind;
+    std::vector<unsigned> turned; // of the column 0, 1, 2, ...
+};
+
+class FlipKind : public testing::TestWithParam<kind_case> {};
+
+TEST_P(FlipKind, ExchangesTheRowsOfTheKind) {
+    const auto& param = GetParam();
+    auto connect = framed(numbered(param.turned.size(), 2));
+    ASSERT_EQ(0, flip(connect.view, param.kind));
+    for (std::size_t i = 0; i < param.turned.size(); ++i) {
+        EXPECT_EQ(param.turned[i], connect.view(i, 0)) << "row " << i;
+        EXPECT_EQ(param.turned[i] + 10, connect.view(i, 1)) << "row " << i;
+    }
+    EXPECT_TRUE(connect.surroundings_untouched(2));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AllKinds, FlipKind,
+    testing::Values(kind_case{zel::ELEMENT_T3, {2, 1, 0}}, kind_case{zel::ELEMENT_Q4, {2, 1, 0, 3}},
+                    kind_case{zel::ELEMENT_T6, {2, 1, 0, 5, 4, 3}},
+                    kind_case{zel::ELEMENT_Q8, {2, 1, 0, 3, 5, 4, 7, 6}},
+                    kind_case{zel::ELEMENT_Q9, {2, 1, 0, 3, 5, 4, 7, 6, 8}},
+                    kind_case{zel::ELEMENT_FACE, {2, 1, 0}},
+                    kind_case{zel::ELEMENT_FACE, {2, 1, 0, 3}},
+                    kind_case{zel::ELEMENT_FACE, {2, 1, 0, 5, 4, 3}},
+                    kind_case{zel::ELEMENT_FACE, {2, 1, 0, 3, 5, 4, 7, 6}},
+                    kind_case{zel::ELEMENT_FACE, {2, 1, 0, 3, 5, 4, 7, 6, 8}},
+                    kind_case{zel::ELEMENT_E3, {0, 1, 2}}, kind_case{zel::ELEMENT_E2, {0, 1}},
+                    kind_case{zel::ELEMENT_TH4, {0, 1, 2, 3}},
+                    kind_case{zel::ELEMENT_FACE_HO, {0, 1, 2, 3, 4, 5, 6, 7, 8}}));
+
+TEST(FlipKinds, ARowSixWithoutNodeMarksAT6AmongQuadraticElements) {
+    auto connect = cells({{0, 1, 2, 3, 4, 5, none, none, none}, {0, 1, 2, 3, 4, 5, 6, 7, none}});
+    ASSERT_EQ(0, flip(connect, zel::ELEMENT_FACE));
+    EXPECT_THAT(columns(connect), ElementsAre(cell(2, 1, 0, 5, 4, 3, none, none, none),
+                                              cell(2, 1, 0, 3, 5, 4, 7, 6, none)));
+}
+
+TEST(FlipKinds, AnExplicitKindDoesNotLookForT6) {
+    auto connect = cells({{0, 1, 2, 3, 4, 5, none, none}});
+    ASSERT_EQ(0, flip(connect, zel::ELEMENT_Q8));
+    EXPECT_THAT(column(connect, 0), ElementsAre(2, 1, 0, 3, 5, 4, none, none));
+}
+
+TEST(FlipKinds, NoColumnsAreNothingToDo) {
+    dense2D<unsigned> connect(5, 0);
+    EXPECT_EQ(0, flip(connect, zel::ELEMENT_T3));
+    EXPECT_EQ(0, flip(connect, zel::ELEMENT_FACE));
+}
+
+TEST(FlipKinds, RowsThatDoNotSuitTheKindAreRefused) {
+    for (const std::size_t rows : {0U, 1U, 2U, 5U, 7U, 10U}) {
+        auto connect = numbered(rows, 1);
+        EXPECT_EQ(-2, flip(connect, zel::ELEMENT_FACE)) << rows;
+        EXPECT_EQ(-2, flip(connect, zel::ELEMENT_T3)) << rows;
+        EXPECT_EQ(snapshot(numbered(rows, 1)), snapshot(connect));
+    }
+    auto quads = numbered(4, 1);
+    EXPECT_EQ(-2, flip(quads, zel::ELEMENT_T3));
+    EXPECT_EQ(-2, flip(quads, zel::ELEMENT_T6));
+    auto triangles = numbered(3, 1);
+    EXPECT_EQ(-2, flip(triangles, zel::ELEMENT_Q4));
+}
+
+// --------------------------------------------------------------------------------- with neighbours
+
+TEST(FlipNeighbors, TrianglesExchangeRowsZeroAndTwo) {
+    for (const auto kind : {zel::ELEMENT_T3, zel::ELEMENT_FACE}) {
+        auto connect = numbered(3, 2);
+        auto neighbors = framed(numbered(3, 2));
+        ASSERT_EQ(0, flip(connect, neighbors.view, kind));
+        EXPECT_THAT(columns(connect), ElementsAre(cell(2, 1, 0), cell(12, 11, 10)));
+        EXPECT_THAT(columns(neighbors.view), ElementsAre(cell(2, 1, 0), cell(12, 11, 10)));
+        EXPECT_TRUE(neighbors.surroundings_untouched(2));
+    }
+}
+
+TEST(FlipNeighbors, QuadraticTrianglesKeepThreeRowsOfNeighbors) {
+    for (const auto kind : {zel::ELEMENT_T6, zel::ELEMENT_FACE}) {
+        auto connect = numbered(6, 1);
+        auto neighbors = numbered(3, 1);
+        ASSERT_EQ(0, flip(connect, neighbors, kind));
+        EXPECT_THAT(column(connect, 0), ElementsAre(2, 1, 0, 5, 4, 3));
+        EXPECT_THAT(column(neighbors, 0), ElementsAre(2, 1, 0));
+    }
+}
+
+TEST(FlipNeighbors, EachColumnOfAMixedMeshFollowsItsOwnShape) {
+    for (const auto kind : {zel::ELEMENT_Q4, zel::ELEMENT_FACE}) {
+        auto connect = cells({{0, 1, 2, 3}, {4, 5, 6, none}});
+        auto neighbors = cells({{10, 11, 12, 13}, {14, 15, 16, none}});
+        ASSERT_EQ(0, flip(connect, neighbors, kind));
+        EXPECT_THAT(columns(neighbors), ElementsAre(cell(11, 10, 13, 12), cell(16, 15, 14, none)));
+    }
+}
+
+TEST(FlipNeighbors, QuadraticElementsOfAnyShapeFollowTheirColumns) {
+    for (const std::size_t rows : {8U, 9U}) {
+        dense2D<unsigned> connect(rows, 2, none);
+        for (unsigned i = 0; i < rows; ++i) connect(i, 0) = i;
+        for (unsigned i = 0; i < 6; ++i) connect(i, 1) = i;
+        auto neighbors = cells({{10, 11, 12, 13}, {14, 15, 16, none}});
+        ASSERT_EQ(0, flip(connect, neighbors, zel::ELEMENT_FACE));
+        EXPECT_THAT(columns(neighbors), ElementsAre(cell(11, 10, 13, 12), cell(16, 15, 14, none)));
+        EXPECT_EQ(5U, connect(3, 1));
+    }
+}
+
+TEST(FlipNeighbors, AskedForQ8OrQ9TheyStayAsTheyAre) {
+    for (const std::size_t rows : {8U, 9U}) {
+        for (const std::size_t neighbor_rows : {1U, 3U, 4U, 5U}) {
+            auto connect = numbered(rows, 1);
+            auto neighbors = numbered(neighbor_rows, 1);
+            ASSERT_EQ(0, flip(connect, neighbors, rows == 8 ? zel::ELEMENT_Q8 : zel::ELEMENT_Q9));
+            EXPECT_EQ(snapshot(numbered(neighbor_rows, 1)), snapshot(neighbors));
+            EXPECT_EQ(5U, connect(4, 0));
+        }
+    }
+}
+
+TEST(FlipNeighbors, TheMarkOfAT6IsReadInTheTurnedColumn) {
+    // A quadrilateral without a node on its last edge: rows 6 and 7 have changed places before the
+    // neighbours are looked at.
+    auto connect = cells({{0, 1, 2, 3, 4, 5, 6, none}});
+    auto neighbors = cells({{10, 11, 12, 13}});
+    ASSERT_EQ(0, flip(connect, neighbors, zel::ELEMENT_FACE));
+    EXPECT_THAT(column(connect, 0), ElementsAre(2, 1, 0, 3, 5, 4, none, 6));
+    EXPECT_THAT(column(neighbors, 0), ElementsAre(12, 11, 10, 13));
+}
+
+TEST(FlipNeighbors, OtherKindsChangeNothing) {
+    auto connect = numbered(3, 1);
+    auto neighbors = numbered(7, 1);
+    EXPECT_EQ(0, flip(connect, neighbors, zel::ELEMENT_E3));
+    EXPECT_EQ(snapshot(numbered(3, 1), numbered(7, 1)), snapshot(connect, neighbors));
+}
+
+TEST(FlipNeighbors, StatusesInTheirOrder) {
+    const auto status = [](std::size_t rows, std::size_t neighbor_rows, zel::element_type kind,
+                           std::size_t neighbor_cols = 2) {
+        auto connect = numbered(rows, 2);
+        auto neighbors = numbered(neighbor_rows, neighbor_cols);
+        const int result = flip(connect, neighbors, kind);
+        if (result < 0) {
+            EXPECT_EQ(snapshot(numbered(rows, 2), numbered(neighbor_rows, neighbor_cols)),
+                      snapshot(connect, neighbors));
+        }
+        return result;
+    };
+    dense2D<unsigned> empty(7, 0);
+    auto neighbors = numbered(3, 2);
+    EXPECT_EQ(0, flip(empty, neighbors, zel::ELEMENT_T3));
+    EXPECT_EQ(-2, status(3, 3, zel::ELEMENT_T3, 1));
+    EXPECT_EQ(-2, status(4, 3, zel::ELEMENT_T3, 1)); // before the rows of the elements
+    EXPECT_EQ(-3, status(4, 3, zel::ELEMENT_T3));
+    EXPECT_EQ(-3, status(4, 4, zel::ELEMENT_T3)); // before the rows of the neighbours
+    EXPECT_EQ(-2, status(3, 4, zel::ELEMENT_T3));
+    EXPECT_EQ(-2, status(6, 4, zel::ELEMENT_T6));
+    EXPECT_EQ(-2, status(4, 3, zel::ELEMENT_Q4));
+    EXPECT_EQ(-2, status(3, 4, zel::ELEMENT_FACE));
+    EXPECT_EQ(-2, status(6, 4, zel::ELEMENT_FACE));
+    EXPECT_EQ(-2, status(4, 3, zel::ELEMENT_FACE));
+    EXPECT_EQ(-2, status(8, 3, zel::ELEMENT_FACE));
+    EXPECT_EQ(-2, status(9, 3, zel::ELEMENT_FACE));
+    EXPECT_EQ(-2, status(5, 4, zel::ELEMENT_FACE));
+    EXPECT_EQ(-2, status(2, 2, zel::ELEMENT_FACE));
+    EXPECT_EQ(-3, status(7, 4, zel::ELEMENT_Q8));
+}
+
+// -------------------------------------------------------------------------------------- properties
+
+TEST(FlipProperties, TwiceIsTheIdentity) {
+    for (const auto& mesh : {grid_T3(5, 4), grid_Q4(5, 4), grid_mixed(5, 4)}) {
+        auto connect = fresh_copy(mesh.connect);
+        auto neighbors = adjacency_of(connect, mesh.pos.cols).neighbors;
+        const auto before = snapshot(connect, neighbors);
+        ASSERT_EQ(0, flip(connect, neighbors, zel::ELEMENT_FACE));
+        EXPECT_FALSE(before == snapshot(connect, neighbors));
+        EXPECT_EQ(snapshot(adjacency_of(connect, mesh.pos.cols).neighbors), snapshot(neighbors));
+        ASSERT_EQ(0, flip(connect, neighbors, zel::ELEMENT_FACE));
+        EXPECT_EQ(before, snapshot(connect, neighbors));
+    }
+    for (const std::size_t rows : {6U, 8U, 9U}) {
+        auto connect = numbered(rows, 20);
+        for (int twice = 0; twice < 2; ++twice) ASSERT_EQ(0, flip(connect, zel::ELEMENT_FACE));
+        EXPECT_EQ(snapshot(numbered(rows, 20)), snapshot(connect));
+    }
+}
+
+} // namespace
