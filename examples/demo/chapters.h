@@ -11,5 +11,7 @@ namespace zel::demo {
 void patch_chapter(book& b);
 /// A scanned surface and its measures.
 void surface_chapter(book& b);
+/// Elements of higher order, pieces of elements, triangles out of quadrilaterals.
+void conversion_chapter(book& b);
 
 } // namespace zel::demo

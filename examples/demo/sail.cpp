@@ -12,8 +12,8 @@ namespace {
 
 constexpr double pi = 3.14159265358979323846;
 
-dense1D<unsigned, 8> add_sail(dense2D<double>& pos) {
-    return examples::add_outline(pos, sail(), sail_cells_across, sail_cells_upward, 2);
+dense1D<unsigned, 8> add_sail(dense2D<double>& pos, unsigned across, unsigned upward) {
+    return examples::add_outline(pos, sail(), across, upward, 2);
 }
 
 } // namespace
@@ -36,18 +36,24 @@ examples::four_sides sail() {
 
 examples::mesh sail_of_quads() {
     examples::mesh m;
-    const auto loop = add_sail(m.pos);
+    const auto loop = add_sail(m.pos, sail_cells_across, sail_cells_upward);
     examples::require(tessel2d::mesh_struct_Q4(m.pos, loop, sail_cells_upward, m.connect),
                       "mesh_struct_Q4");
     return m;
 }
 
-examples::mesh sail_of_triangles(int pattern) {
+examples::mesh sail_of_triangles(int pattern, unsigned across, unsigned upward) {
     examples::mesh m;
-    const auto loop = add_sail(m.pos);
-    examples::require(tessel2d::mesh_struct_T3(m.pos, loop, sail_cells_upward, pattern, m.connect),
+    const auto loop = add_sail(m.pos, across, upward);
+    examples::require(tessel2d::mesh_struct_T3(m.pos, loop, upward, pattern, m.connect),
                       "mesh_struct_T3");
     return m;
+}
+
+double area_of_sail() {
+    // A rectangle, and half waves on three of its sides; those of the bottom cancel out.
+    const double half_wave = 2 / pi;
+    return 4 * 2.2 + 4 * 0.75 * half_wave + 2.2 * (0.45 - 0.35) * half_wave;
 }
 
 } // namespace zel::demo

@@ -14,6 +14,10 @@ constexpr unsigned sail_cells_upward = 10;
 /// The sail in quadrilaterals.
 examples::mesh sail_of_quads();
 /// The sail in triangles of a pattern, 0 to 2.
-examples::mesh sail_of_triangles(int pattern);
+examples::mesh sail_of_triangles(int pattern, unsigned across = sail_cells_across,
+                                 unsigned upward = sail_cells_upward);
+
+/// The area within the four sides.
+double area_of_sail();
 
 } // namespace zel::demo

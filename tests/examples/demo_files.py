@@ -23,11 +23,20 @@ MESHES = {
     "patch_falling": (17 * 11, 2 * 16 * 10),
     "patch_rising": (17 * 11, 2 * 16 * 10),
     "patch_alternating": (17 * 11, 2 * 16 * 10),
+    "convert_linear": (7 * 5, 2 * 6 * 4),
+    "convert_quadratic": (13 * 9, 2 * 6 * 4),
+    "convert_pieces": (13 * 9, 4 * 2 * 6 * 4),
+    "convert_quads": (13 * 9 + 48, 3 * 2 * 6 * 4),
+    "convert_regular": (17 * 11, 160),
+    "convert_mixed": (17 * 11, 160 + 32),
+    "convert_blind": (17 * 11, 2 * 160),
+    "convert_better": (17 * 11, 2 * 160),
     "surface": (1839, 3674),
 }
 
 # Elements on each picture, where all of them are seen.
-PICTURES = {name: MESHES[name][1] for name in MESHES if name.startswith("patch_")}
+OPEN = ("patch_", "convert_")
+PICTURES = {name: MESHES[name][1] for name in MESHES if name.startswith(OPEN)}
 
 # Pictures of closed surfaces, where those that look away are left out.
 HALF_SEEN = {"surface": 3674, "surface_angles": 3674}
