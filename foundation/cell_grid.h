@@ -1,0 +1,165 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// Space cut into cells of a size that suits a tolerance, so that points closer than it meet in a cell.
+#include "foundation/call_frame.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+namespace zel::tessel {
+
+/// The cells that the surroundings of a number touch in one direction: from `low` up to `high`, one to
+/// three.
+struct cell_range {
+    std::uint64_t low;
+    std::uint64_t high;
+};
+
+/// Cuts each axis into cells and tells distances in units of their size, which is a power of two:
+/// nothing is lost, overflows or vanishes by the change of units, whatever the tolerance.
+struct cell_grid {
+    double shrink = 1;  ///< the change of units is the product of three factors; this is at most 1
+    double enlarge = 1; ///< and these are at least 1
+    double enlarge_more = 1;
+    double tolerance = 0; ///< in cells; infinity stays
+    double reach = 0;     ///< the tolerance, but at most half a cell
+    bool equal_only = true;
+
+    /// `given` becomes at least 2^(bits - 1) and less than 2^bits cells, with `bits` at most -1. If it
+    /// is not above 0, a cell is a single number.
+    cell_grid(double given, int bits) noexcept {
+        if (!(given > 0)) return;
+        equal_only = false;
+        int exponent = std::numeric_limits<double>::max_exponent;
+        if (std::isfinite(given)) std::frexp(given, &exponent);
+        const int scale = bits - exponent;
+        constexpr int half = 600;
+        if (scale <= 0) {
+            shrink = std::ldexp(1.0, scale);
+        } else {
+            enlarge = std::ldexp(1.0, std::min(scale, half));
+            enlarge_more = std::ldexp(1.0, scale - std::min(scale, half));
+        }
+        tolerance = given * shrink * enlarge * enlarge_more;
+        reach = std::min(tolerance, 0.5);
+    }
+
+    double in_cells(double x) const noexcept { return x * (shrink * enlarge) * enlarge_more; }
+
+    /// The difference of two coordinates in cells. Shrinking goes first and enlarging last, so that
+    /// neither large numbers nor large units overflow.
+    double difference(double x, double y) const noexcept {
+        return (x * shrink - y * shrink) * enlarge * enlarge_more;
+    }
+
+    /// The cells within `distance` (at most `reach`) around x. Rounding keeps the order of numbers and
+    /// the way is a little longer than asked for, so that no cell is missed; that the cell around 0 is
+    /// twice as large does no harm.
+    cell_range around(double x, double distance) const noexcept {
+        const double c = in_cells(x);
+        if (equal_only || !(std::fabs(c) < most_cells)) {
+            const double key = x + 0.0; // -0 becomes 0
+            std::uint64_t bits;
+            std::memcpy(&bits, &key, sizeof bits);
+            return {bits, bits};
+        }
+        const double way = distance * (1 + 1e-9);
+        return {whole(c + (border_shift - way)), whole(c + (border_shift + way))};
+    }
+
+private:
+    /// From here on numbers are half a cell apart or more, and so at least a tolerance: only equal
+    /// ones meet.
+    static constexpr double most_cells = 0x1p52;
+    /// Keeps the borders of cells away from round numbers.
+    static constexpr double border_shift = 0.3819660112501051;
+
+    static std::uint64_t whole(double x) noexcept {
+        return static_cast<std::uint64_t>(static_cast<std::int64_t>(x));
+    }
+};
+
+/// Two points have equal coordinates or lie closer than the tolerance.
+template <int Dim>
+struct closeness {
+    const cell_grid& grid;
+    double square;
+
+    explicit closeness(const cell_grid& cells) noexcept
+        : grid(cells), square(cells.tolerance * cells.tolerance) {}
+
+    bool operator()(const double* p, const double* q) const noexcept {
+        bool equal = true;
+        double sum = 0;
+        for (std::size_t i = 0; i < Dim; ++i) {
+            const double d = grid.difference(p[i], q[i]);
+            equal &= p[i] == q[i];
+            sum += d * d;
+        }
+        return equal || sum < square;
+    }
+};
+
+/// The cells around a point, by their hashes, whose upper bits are the good ones.
+template <int Dim>
+struct cells_around {
+    std::uint64_t low[static_cast<std::size_t>(Dim)];
+    std::uint64_t high[static_cast<std::size_t>(Dim)];
+    bool several = false;
+
+    cells_around(const cell_grid& grid, const double* p, double distance) noexcept {
+        for (std::size_t i = 0; i < Dim; ++i) {
+            const cell_range range = grid.around(p[i], distance);
+            low[i] = range.low;
+            high[i] = range.high;
+            several |= range.low != range.high;
+        }
+    }
+    /// The hash of the lowest cell.
+    std::uint64_t first() const noexcept {
+        std::uint64_t sum = 0;
+        for (std::size_t i = 0; i < Dim; ++i) sum += spread(low[i], i);
+        return finish(sum);
+    }
+    /// Calls visit(hash) for each cell.
+    template <class Visit>
+    void each(Visit visit) const noexcept {
+        if (several) {
+            each_from(0, 0, visit);
+        } else {
+            visit(first());
+        }
+    }
+
+private:
+    template <class Visit>
+    void each_from(std::size_t axis, std::uint64_t sum, Visit& visit) const noexcept {
+        if (axis == Dim) return visit(finish(sum));
+        for (std::uint64_t cell = low[axis];; ++cell) {
+            each_from(axis + 1, sum + spread(cell, axis), visit);
+            if (cell == high[axis]) return;
+        }
+    }
+    static std::uint64_t spread(std::uint64_t cell, std::size_t axis) noexcept {
+        constexpr std::uint64_t factor[3] = {0x9E3779B97F4A7C15U, 0xC2B2AE3D27D4EB4FU,
+                                             0xD6E8FEB86659FD93U};
+        return (cell ^ (cell >> 32)) * factor[axis];
+    }
+    static std::uint64_t finish(std::uint64_t sum) noexcept {
+        return (sum ^ (sum >> 29)) * 0xBF58476D1CE4E5B9U;
+    }
+};
+
+/// Asks for memory that will be wanted soon.
+inline void prefetch(const void* memory) noexcept {
+#if defined(__GNUC__)
+    __builtin_prefetch(memory);
+#else
+    static_cast<void>(memory);
+#endif
+}
+
+} // namespace zel::tessel
