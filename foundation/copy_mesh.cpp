@@ -1,7 +1,8 @@
 // zel tessel2d: planar and surface mesh tools.
+#include "foundation/copy_mesh.h"
+
 #include "foundation/call_frame.h"
 #include "foundation/point.h"
-#include "foundation/tessel.h"
 #include "foundation/turn.h"
 
 namespace zel::tessel {
@@ -11,18 +12,14 @@ using namespace tessel2d;
 namespace {
 
 /// The nodes that a part of a mesh uses: those of [low, low + range) that have a rank, which counts
-/// them in ascending order. When all have one, the list of ranks is left empty.
+/// them in ascending order.
 struct used_nodes {
+    dense1D<unsigned, 8>& ranks;
     std::size_t low = 0;
     std::size_t range = 0;
     std::size_t count = 0;
-    dense1D<unsigned, 8> ranks;
 
-    bool all() const noexcept { return count == range; }
     bool covers(unsigned id) const noexcept { return id >= low && id - low < range; }
-    unsigned rank(std::size_t offset) const noexcept {
-        return all() ? static_cast<unsigned>(offset) : ranks[offset];
-    }
 };
 
 template <class Visit>
@@ -43,6 +40,7 @@ bool find_used(const dense2D<unsigned>& source, std::size_t nodes, used_nodes& u
         end = std::max<std::size_t>(end, std::size_t{id} + 1);
     });
     if (end == 0) return true;
+    used.ranks.clear();
     if (!used.ranks.resize(end - low, no_node)) return false;
     used.low = low;
     used.range = end - low;
@@ -61,7 +59,7 @@ void copy_nodes(const dense2D<double>& pos, const used_nodes& used, const Turn& 
                 const point<Dim>& center, const point<Dim>& way, double* out) noexcept {
     const points_view<Dim> points(pos);
     for (std::size_t k = 0; k < used.range; ++k) {
-        if (!used.all() && used.ranks[k] == no_node) continue;
+        if (used.ranks[k] == no_node) continue;
         const point<Dim> d = turn(difference<Dim>(points[used.low + k], center));
         for (std::size_t i = 0; i < Dim; ++i) out[i] = (center[i] + d[i]) + way[i];
         out += pos.ld;
@@ -87,12 +85,12 @@ void copy_elements(const dense2D<unsigned>& source, const used_nodes& used, std:
 template <int Dim, class Turns>
 int append_copies(dense2D<double>& pos, dense2D<unsigned>& connect, const point<Dim>& translation,
                   const point<Dim>& center, std::size_t copies, const dense2D<unsigned>& given,
-                  Turns turns) noexcept {
+                  copy_scratch& scratch, Turns turns) noexcept {
     if (copies == 0 || given.empty()) return status_ok;
     if (pos.rows != Dim) return -1;
     if (!takes_rows(connect, given.rows)) return -2;
     dense2D<unsigned> source = given;
-    used_nodes used;
+    used_nodes used{scratch.ranks};
     if (!separate(source, connect) || !find_used(source, pos.cols, used)) return status_memory;
 
     const std::size_t first_node = pos.cols;
@@ -122,17 +120,33 @@ int append_copies(dense2D<double>& pos, dense2D<unsigned>& connect, const point<
 
 int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
               const vector_fixed<double, 2>& translation, const vector_fixed<double, 2>& center,
-              double angle, unsigned copies, const dense2D<unsigned>& source) {
-    return append_copies<2>(pos, connect, translation, center, copies, source,
+              double angle, unsigned copies, const dense2D<unsigned>& source,
+              copy_scratch& scratch) noexcept {
+    return append_copies<2>(pos, connect, translation, center, copies, source, scratch,
                             [&](double multiple) { return plane_turn(multiple * angle); });
 }
 
 int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
               const vector_fixed<double, 3>& translation, const vector_fixed<double, 3>& center,
               const vector_fixed<double, 3>& rotation, unsigned copies,
-              const dense2D<unsigned>& source) {
-    return append_copies<3>(pos, connect, translation, center, copies, source,
+              const dense2D<unsigned>& source, copy_scratch& scratch) noexcept {
+    return append_copies<3>(pos, connect, translation, center, copies, source, scratch,
                             [&](double multiple) { return space_turn(rotation, multiple); });
+}
+
+int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
+              const vector_fixed<double, 2>& translation, const vector_fixed<double, 2>& center,
+              double angle, unsigned copies, const dense2D<unsigned>& source) {
+    copy_scratch scratch;
+    return copy_mesh(pos, connect, translation, center, angle, copies, source, scratch);
+}
+
+int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
+              const vector_fixed<double, 3>& translation, const vector_fixed<double, 3>& center,
+              const vector_fixed<double, 3>& rotation, unsigned copies,
+              const dense2D<unsigned>& source) {
+    copy_scratch scratch;
+    return copy_mesh(pos, connect, translation, center, rotation, copies, source, scratch);
 }
 
 } // namespace zel::tessel

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "zel/tessel2d/conversion.h"
+#include "zel/tessel2d/disks.h"
 #include "zel/tessel2d/generators.h"
 #include "zel/tessel2d/measures.h"
 #include "zel/tessel2d/orientation.h"
+#include "zel/tessel2d/spheres.h"
 #include "zel/tessel2d/version.h"

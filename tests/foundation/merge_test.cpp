@@ -140,8 +140,13 @@ TEST(Merge, AToleranceThatIsNaNFusesExactDuplicatesOnly) {
     EXPECT_EQ((std::vector<unsigned>{0, 0, 2}), merged(pos, zel_test::nan));
 }
 TEST(Merge, AnInfiniteToleranceFusesAllFiniteNodes) {
-    const auto pos = points(
-        {{1, 2}, {-1.7e308, 1.7e308}, {1.7e308, 0}, {infinity, 0}, {zel_test::nan, 0}, {0, 0}, {5e-324, 0}});
+    const auto pos = points({{1, 2},
+                             {-1.7e308, 1.7e308},
+                             {1.7e308, 0},
+                             {infinity, 0},
+                             {zel_test::nan, 0},
+                             {0, 0},
+                             {5e-324, 0}});
     EXPECT_EQ((std::vector<unsigned>{0, 0, 0, 3, 4, 0, 0}), merged(pos, infinity));
 }
 TEST(Merge, BothZerosAreEqual) {
@@ -150,7 +155,8 @@ TEST(Merge, BothZerosAreEqual) {
         EXPECT_EQ((std::vector<unsigned>{0, 0, 0}), merged(pos, tolerance));
 }
 TEST(Merge, NaNNeverFuses) {
-    const auto pos = points({{zel_test::nan, 0}, {zel_test::nan, 0}, {0, 0}, {0, zel_test::nan}, {0, 0}});
+    const auto pos =
+        points({{zel_test::nan, 0}, {zel_test::nan, 0}, {0, 0}, {0, zel_test::nan}, {0, 0}});
     for (const double tolerance : {0.0, 1e-12, 1.0, infinity})
         EXPECT_EQ((std::vector<unsigned>{0, 1, 2, 3, 2}), merged(pos, tolerance));
 }
@@ -167,7 +173,8 @@ TEST(Merge, TolerancesFarBelowTheSpacingOfNumbersFuseEqualNodes) {
 }
 TEST(Merge, ExtremeTolerancesAreExact) {
     const double tiny = 5e-324;
-    EXPECT_EQ((std::vector<unsigned>{0, 1, 2}), merged(points({{0, 0}, {tiny, 0}, {0, tiny}}), tiny));
+    EXPECT_EQ((std::vector<unsigned>{0, 1, 2}),
+              merged(points({{0, 0}, {tiny, 0}, {0, tiny}}), tiny));
     EXPECT_EQ((std::vector<unsigned>{0, 0, 0}),
               merged(points({{0, 0}, {tiny, 0}, {0, tiny}}), 2 * tiny));
     EXPECT_EQ((std::vector<unsigned>{0, 0, 2}),
@@ -232,8 +239,7 @@ TEST(Merge, ExhaustedMemoryIsReportedAndNothingChanges) {
     fail_each_allocation([](std::size_t k) {
         const auto pos = grid_points(3, 3);
         dense2D<double> twice(2, 2 * pos.cols);
-        for (std::size_t i = 0; i < twice.cols; ++i)
-            std::copy_n(pos[i % pos.cols], 2, twice[i]);
+        for (std::size_t i = 0; i < twice.cols; ++i) std::copy_n(pos[i % pos.cols], 2, twice[i]);
         auto connect = cells({{0, 1, 20}, {17, 18, 19}});
         auto connect2 = cells({{31, 30}});
         const auto before = snapshot(connect, connect2);
@@ -259,9 +265,8 @@ TEST(Merge, AgreesWithBruteForceOnLattices) {
         const std::size_t rows = 2 + seed % 2;
         const double step = std::ldexp(1.0, static_cast<int>(random.below(80)) - 40);
         const unsigned span = 1 + random.below(12);
-        const auto pos = random_points(rows, 300, [&] {
-            return step * (static_cast<double>(random.below(2 * span)) - span);
-        });
+        const auto pos = random_points(
+            rows, 300, [&] { return step * (static_cast<double>(random.below(2 * span)) - span); });
         for (const double factor : {0.0, 0.5, 1.0, 1.25, 1.5, 2.0, 3.0, 5.0, 8.0, 40.0})
             expect_as_brute_force(pos, factor * step);
     }
@@ -272,7 +277,8 @@ TEST(Merge, AgreesWithBruteForceOnClustersAndPairs) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         random_numbers random(seed);
         const std::size_t rows = 2 + seed % 2;
-        const double tolerance = std::ldexp(1 + random.unit(), static_cast<int>(random.below(60)) - 50);
+        const double tolerance =
+            std::ldexp(1 + random.unit(), static_cast<int>(random.below(60)) - 50);
         dense2D<double> pos(rows, 400);
         for (std::size_t i = 0; i < pos.cols; ++i) {
             const unsigned kind = random.below(4);
@@ -391,7 +397,8 @@ TEST(Simplify, AnEntryInSeveralMatricesIsRewrittenOnce) {
 
     auto pos2 = points({{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}, {5, 0}});
     auto other = cells({{1, 3}, {3, 4}, {4, 5}});
-    dense2D<unsigned> parts[3] = {other.sub_matrix(1, 0, 1, 2), other.sub_matrix(0, 2, 2, 1), other};
+    dense2D<unsigned> parts[3] = {other.sub_matrix(1, 0, 1, 2), other.sub_matrix(0, 2, 2, 1),
+                                  other};
     ASSERT_EQ(0, simplify(pos2, parts, parts + 3, 0));
     EXPECT_EQ(columns(cells({{0, 1}, {1, 2}, {2, 3}})), columns(other));
 }

@@ -1,0 +1,131 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// A quarter of a disk and an octant of a sphere are built alike: seven skeleton nodes, nine lines of n
+// cells between them, and three four-sided patches between the lines.
+#include "foundation/call_frame.h"
+#include "zel/tessel2d/generators.h"
+
+namespace zel::tessel2d {
+
+/// A line of n cells: node `from`, the n - 1 nodes from `first_new` on, node `to`.
+struct node_line {
+    std::size_t from;
+    std::size_t to;
+    std::size_t first_new;
+
+    unsigned node(std::size_t k, std::size_t n) const noexcept {
+        const std::size_t id = k == 0 ? from : k == n ? to : first_new + k - 1;
+        return static_cast<unsigned>(id);
+    }
+};
+
+/// A line as a side of a patch, perhaps against its own direction.
+struct patch_side {
+    unsigned line;
+    bool reversed;
+};
+
+/// Which lines bound the patches and the whole, each in the direction of its loop.
+struct quarter_plan {
+    patch_side patches[3][4];
+    unsigned outline[6];
+};
+
+/// From here on the nodes outgrow 32-bit numbers in any case; below it no count overflows.
+constexpr unsigned most_divisions = 1U << 16;
+
+/// Counts of a quarter of n cells per patch side: 3n(n+1) + 1 nodes, 3n^2 cells, 6n edges around it.
+struct quarter_counts {
+    std::size_t nodes;
+    std::size_t cells;
+    std::size_t edges;
+
+    explicit quarter_counts(std::size_t n) noexcept
+        : nodes(3 * n * (n + 1) + 1), cells(3 * n * n), edges(6 * n) {}
+};
+
+/// How the cells of a patch become elements.
+struct quad_patches {
+    static constexpr std::size_t elements_per_cell = 1;
+    static constexpr std::size_t least_rows = 4;
+
+    static bool fit(const dense2D<unsigned>& connect) noexcept { return takes_rows(connect, 4); }
+    static std::size_t rows(const dense2D<unsigned>&) noexcept { return 4; }
+    int operator()(dense2D<double>& pos, const dense1D<unsigned, 8>& loop, unsigned n,
+                   dense2D<unsigned>& connect) const {
+        return mesh_struct_Q4(pos, loop, n, connect);
+    }
+};
+struct triangle_patches {
+    int pattern;
+    static constexpr std::size_t elements_per_cell = 2;
+    static constexpr std::size_t least_rows = 3;
+
+    static bool fit(const dense2D<unsigned>& connect) noexcept {
+        return takes_rows(connect, 3) || takes_rows(connect, 4);
+    }
+    static std::size_t rows(const dense2D<unsigned>& connect) noexcept {
+        return std::max<std::size_t>(3, connect.rows);
+    }
+    int operator()(dense2D<double>& pos, const dense1D<unsigned, 8>& loop, unsigned n,
+                   dense2D<unsigned>& connect) const {
+        return mesh_struct_T3(pos, loop, n, pattern, connect);
+    }
+};
+
+/// Room for `more` columns behind the present ones. False: memory is exhausted.
+inline bool reserve_more(dense2D<unsigned>& m, std::size_t rows, std::size_t more) noexcept {
+    std::size_t cols;
+    return checked_add(m.cols, more, cols) && m.reserve(rows, cols, 1);
+}
+
+/// The same for nodes; false also when they outgrow 32-bit numbers.
+inline bool reserve_nodes(dense2D<double>& pos, std::size_t rows, std::size_t more) noexcept {
+    std::size_t cols;
+    return node_total(pos.cols, more, cols) && pos.reserve(rows, cols, 1);
+}
+
+/// Appends local elements to an output whose memory has been reserved; it takes their row count.
+inline void append_elements(const dense2D<unsigned>& elements,
+                            dense2D<unsigned>& connect) noexcept {
+    if (elements.empty()) return;
+    if (connect.empty()) grow_columns(connect, elements.rows, connect.cols, no_node);
+    append_columns(elements, connect);
+}
+
+/// The four sides of a patch as a closed loop.
+inline void write_loop(const patch_side (&sides)[4], const node_line (&lines)[9], std::size_t n,
+                       dense1D<unsigned, 8>& loop) noexcept {
+    unsigned* out = loop.data();
+    for (const patch_side& side : sides)
+        for (std::size_t k = 0; k < n; ++k)
+            *out++ = lines[side.line].node(side.reversed ? n - k : k, n);
+    *out = loop[0];
+}
+
+/// Meshes the three patches. What a patch answers is not looked at.
+template <class Patches>
+void mesh_patches(const quarter_plan& plan, const node_line (&lines)[9], unsigned n,
+                  const Patches& patches, dense1D<unsigned, 8>& loop, dense2D<double>& pos,
+                  dense2D<unsigned>& connect) {
+    loop.resize(std::size_t{4} * n + 1);
+    for (const auto& sides : plan.patches) {
+        write_loop(sides, lines, n, loop);
+        patches(pos, loop, n, connect);
+    }
+}
+
+/// Appends the edges of the outline.
+inline void append_outline(const quarter_plan& plan, const node_line (&lines)[9], std::size_t n,
+                           dense2D<unsigned>& boundary) noexcept {
+    std::size_t e = boundary.cols;
+    grow_columns(boundary, 2, e + 6 * n, no_node);
+    for (const unsigned l : plan.outline)
+        for (std::size_t k = 0; k < n; ++k, ++e) {
+            boundary(0, e) = lines[l].node(k, n);
+            boundary(1, e) = lines[l].node(k + 1, n);
+        }
+}
+
+} // namespace zel::tessel2d
