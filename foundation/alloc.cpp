@@ -17,8 +17,8 @@ namespace {
 constexpr std::size_t huge_page = std::size_t{1} << 21;
 
 // Fresh memory is paid for by the page fault: 512 small faults cost several times what the kernel
-// takes to clear one huge page. Blocks that span a few huge pages are therefore aligned to them and
-// advise the kernel; where huge pages are off the advice is void and nothing else changes.
+// takes to clear one huge page. Blocks of at least one huge page are therefore aligned to it and advise
+// the kernel; where huge pages are off the advice is void and nothing else changes.
 void* allocate_large(std::size_t bytes) noexcept {
     void* memory = nullptr;
     if (posix_memalign(&memory, huge_page, bytes) != 0) return nullptr;
@@ -31,7 +31,7 @@ void* allocate_large(std::size_t bytes) noexcept {
 
 void* __vector_num_alloc(std::size_t bytes) noexcept {
 #if defined(__linux__)
-    if (bytes >= 2 * huge_page) return allocate_large(bytes);
+    if (bytes >= huge_page) return allocate_large(bytes);
 #endif
     return std::malloc(bytes);
 }

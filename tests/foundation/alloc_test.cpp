@@ -21,8 +21,8 @@ TEST(Allocator, SmallBlocksAreAlignedForAnyScalar) {
 }
 
 TEST(Allocator, LargeBlocksCanBeWrittenFromEndToEnd) {
-    for (const std::size_t bytes : {(std::size_t{4} << 20) - 1, std::size_t{4} << 20,
-                                    (std::size_t{4} << 20) + 1, (std::size_t{9} << 20) + 12345}) {
+    for (const std::size_t bytes : {(std::size_t{2} << 20) - 1, std::size_t{2} << 20,
+                                    (std::size_t{2} << 20) + 1, (std::size_t{9} << 20) + 12345}) {
         auto* const memory = static_cast<unsigned char*>(zel::__vector_num_alloc(bytes));
         ASSERT_NE(nullptr, memory);
         EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(memory) % alignof(std::max_align_t));
