@@ -11,6 +11,8 @@ namespace zel::demo {
 void patch_chapter(book& b);
 /// A scanned surface and its measures.
 void surface_chapter(book& b);
+/// Disks and spheres.
+void round_chapter(book& b);
 /// Elements of higher order, pieces of elements, triangles out of quadrilaterals.
 void conversion_chapter(book& b);
 

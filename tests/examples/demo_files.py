@@ -23,6 +23,10 @@ MESHES = {
     "patch_falling": (17 * 11, 2 * 16 * 10),
     "patch_rising": (17 * 11, 2 * 16 * 10),
     "patch_alternating": (17 * 11, 2 * 16 * 10),
+    "disk_quads": (12 * 36 + 4 * 6 + 1, 12 * 36),
+    "disk_triangles": (12 * 36 + 4 * 6 + 1, 24 * 36),
+    "sphere_quads": (24 * 36 + 2, 24 * 36),
+    "sphere_triangles": (24 * 36 + 2, 48 * 36),
     "convert_linear": (7 * 5, 2 * 6 * 4),
     "convert_quadratic": (13 * 9, 2 * 6 * 4),
     "convert_pieces": (13 * 9, 4 * 2 * 6 * 4),
@@ -35,11 +39,16 @@ MESHES = {
 }
 
 # Elements on each picture, where all of them are seen.
-OPEN = ("patch_", "convert_")
+OPEN = ("patch_", "disk_", "convert_")
 PICTURES = {name: MESHES[name][1] for name in MESHES if name.startswith(OPEN)}
 
 # Pictures of closed surfaces, where those that look away are left out.
-HALF_SEEN = {"surface": 3674, "surface_angles": 3674}
+HALF_SEEN = {
+    "sphere_quads": 24 * 36,
+    "sphere_triangles": 48 * 36,
+    "surface": 3674,
+    "surface_angles": 3674,
+}
 
 # VTK's number of an element and the nodes that it has.
 NODES_OF_TYPE = {3: 2, 5: 3, 9: 4, 22: 6, 23: 8, 28: 9}
