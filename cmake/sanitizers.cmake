@@ -24,7 +24,7 @@ if(ZEL_SANITIZE)
     WRITE "${PROJECT_BINARY_DIR}/sanitizer_environment.cmake"
     "set(ENV{ASAN_OPTIONS} detect_stack_use_after_return=1:strict_string_checks=1:allocator_may_return_null=1)
 set(ENV{UBSAN_OPTIONS} print_stacktrace=1)
-set(ENV{TSAN_OPTIONS} second_deadlock_stack=1)
+set(ENV{TSAN_OPTIONS} second_deadlock_stack=1:allocator_may_return_null=1)
 ")
   set_property(DIRECTORY "${PROJECT_SOURCE_DIR}" APPEND
                PROPERTY TEST_INCLUDE_FILES "${PROJECT_BINARY_DIR}/sanitizer_environment.cmake")
