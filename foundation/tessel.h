@@ -125,4 +125,53 @@ ZEL_TESSEL2D_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
                                const vector_fixed<double, 3>& rotation, unsigned copies,
                                const dense2D<unsigned>& source);
 
+// ------------------------------------------------------------------------------ search and metrics
+
+/// Finds nodes of a planar mesh near a point. Built once by the host; it keeps a copy of what it needs
+/// and does not follow later changes of the coordinates.
+///
+/// A tree over the nodes, each branch cut in halves of equal count along its longer side, so that
+/// clusters and stretched meshes cost no more than even ones. Copies share their memory. All queries are
+/// const and may run on several threads at once.
+/// @snippet examples/services.cpp nearest_node
+class ZEL_TESSEL2D_API node_detector {
+public:
+    /// Takes the columns of `pos` whose coordinates are both finite. It holds no node if `pos` does
+    /// not have 2 rows, has more columns than 32-bit numbers count, or if memory is exhausted.
+    /// Cost: n log n, and about 22 bytes per node to keep.
+    explicit node_detector(const dense2D<double>& pos) noexcept;
+
+    /// The number of a node near the point, quickly: not always the nearest one. 0xFFFFFFFF when it
+    /// holds no node or when a coordinate of the point is not finite. Cost: log n.
+    unsigned find_close(const vector_fixed<double, 2>& point) const noexcept;
+
+    /// The number of the nearest node, of several as near the lowest, also for points far outside the
+    /// mesh. 0xFFFFFFFF as for `find_close`. Cost: log n, unless many nodes are almost equally near.
+    unsigned find_closest(const vector_fixed<double, 2>& point) const noexcept;
+
+    /// The number of nodes it holds.
+    std::size_t size() const noexcept { return nodes_.size; }
+
+private:
+    dense1D<double, 8> points_;  // x, y of the nodes in the order of the tree
+    dense1D<unsigned, 8> nodes_; // their numbers
+    dense1D<double, 8> cuts_;    // for each branch the place and the direction of the cut
+};
+
+/// Combines two anisotropic size tensors into the one that asks for the smaller of the two sizes in
+/// each direction: their intersection by simultaneous reduction (P. J. Frey and P. L. George, 2008).
+/// In the common basis of the tensors the larger eigenvalue counts.
+///
+/// @param a, b         symmetric tensors; size 1/sqrt(e' a e) is asked for along the unit vector e.
+/// @param[out] result  the combination; may be `a` or `b` itself.
+/// @return true when `result` has been formed. A zero tensor asks for nothing: the result is the other
+///         one, as it stands. False, with `result` untouched, when neither tensor is positive definite
+///         or the result would not be finite.
+///
+/// One of the tensors may be semidefinite. Swapping `a` and `b` changes the result by rounding at most.
+/// @snippet examples/services.cpp smaller_size
+ZEL_TESSEL2D_API bool minimum_metric(const symmetric_fixed<double, 3>& a,
+                                     const symmetric_fixed<double, 3>& b,
+                                     symmetric_fixed<double, 3>& result) noexcept;
+
 } // namespace zel::tessel
