@@ -4,7 +4,7 @@
 #include "foundation/dense.h"
 #include "zel/tessel2d/export.h"
 
-/// Measures: areas, angles and circumcentres.
+/// Measures: areas, angles and circumcentres, and the elements around a node.
 namespace zel::tessel2d {
 
 /// Measures the area of a mesh of triangles, quadrilaterals or both.
@@ -90,5 +90,47 @@ ZEL_TESSEL2D_API int angles(const dense2D<double>& pos, const dense2D<unsigned>&
 /// @snippet examples/measures.cpp circumcenters
 ZEL_TESSEL2D_API int circumcenters(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                                    dense2D<double>& centers);
+
+/// Lists the elements around every node, in the order in which one meets them when turning around it.
+///
+/// The list of node n is elements[starts[n]] up to, not including, elements[starts[n + 1]]. With
+/// anticlockwise elements it runs anticlockwise. Around an interior node it begins with the node's
+/// ancestor; at a boundary node it runs from one end of the fan to the other, whichever element the
+/// ancestor is.
+///
+/// @param connect    3 x E node numbers, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle.
+/// @param neighbors  shape of `connect`: entry (k, e) is the element across local edge k of element e,
+///                   or 0xFFFFFFFF. Edge k of a triangle lies opposite corner k; edge k of a
+///                   quadrilateral starts from corner k. Any number of E or more counts as none.
+/// @param ancestors  one entry per node: an element that holds it, any of them, or 0xFFFFFFFF for a
+///                   node without elements, whose list is empty.
+/// @param[out] starts    what it held is dropped; it gets one entry per node and one more, the size of
+///                       `elements`.
+/// @param[out] elements  what it held is dropped; it gets all lists end to end. Not the same list as
+///                       `starts`; both may share storage with the inputs or be one of them, which
+///                       count as they are on entry.
+///
+/// @retval 0     done.
+/// @retval -1    `connect` has neither 3 nor 4 rows.
+/// @retval -2    `neighbors` has another shape than `connect`.
+/// @retval -3    an ancestor is neither below E nor 0xFFFFFFFF.
+/// @retval -199  memory is exhausted before the first list is begun.
+/// A negative status leaves both lists empty.
+///
+/// Adjacency that is not one ends the work early, with status 0: a walk that meets an element without
+/// the node, or that has made E steps without coming round. The list of that node holds what was met
+/// and is the last one, so that `starts` has fewer entries than nodes and one more; so it is, without
+/// that node's list, when memory for more than six elements per node runs out on the way. A fan that
+/// hangs on the rest of its node by that node alone is found only if it holds the ancestor.
+///
+/// Cost: proportional to the result; no list of the elements of a node is built beforehand. Memory of
+/// one mark per element besides the result. Views with a leading dimension larger than their rows are
+/// fine.
+/// @snippet examples/curvatures.cpp stars
+ZEL_TESSEL2D_API int get_connected_elements(const dense2D<unsigned>& connect,
+                                            const dense2D<unsigned>& neighbors,
+                                            const dense1D<unsigned, 8>& ancestors,
+                                            dense1D<unsigned, 8>& starts,
+                                            dense1D<unsigned, 8>& elements);
 
 } // namespace zel::tessel2d
