@@ -47,4 +47,54 @@ inline unsigned position_in(const vector_fast<unsigned>& set, unsigned node) noe
                                                  : static_cast<unsigned>(found->value.second);
 }
 
+/// Lists the nodes of `connect` in `list`, each once in first-seen order, and tells in `places`, a matrix
+/// of its shape, where in the list each entry stands; entries behind the corners of a column are copied.
+/// All corners are below `node_count`. False: memory is exhausted.
+///
+/// Where the connectivity names a fair share of all nodes, a table over the nodes serves better than
+/// hashing; the outcome is the same.
+template <class Shape>
+bool number_nodes(const dense2D<unsigned>& connect, std::size_t node_count,
+                  dense1D<unsigned, 8>& list, dense2D<unsigned>& places) noexcept {
+    constexpr std::size_t sparse = 16; // nodes per column from which on hashing takes less memory
+    const std::size_t n = connect.cols;
+    if (!places.resize(connect.rows, n)) return false;
+    const auto cells = columns_of(connect);
+    const auto out = columns_of(places);
+    const auto for_each_entry = [&](const auto& place_of) {
+        bool found = true;
+        for (std::size_t j = 0; j < n; ++j) {
+            const unsigned corners = Shape::corners(cells[j]);
+            for (unsigned i = 0; i < corners; ++i)
+                found &= (out[j][i] = place_of(cells[j][i])) != no_node;
+            for (std::size_t i = corners; i < connect.rows; ++i) out[j][i] = cells[j][i];
+        }
+        return found;
+    };
+    if (node_count / sparse > n) {
+        vector_fast<unsigned> set;
+        if (collect_nodes<Shape>(connect, set) != status_ok || !set.complete()) return false;
+        list = set;
+        return for_each_entry([&](unsigned node) { return position_in(set, node); });
+    }
+    dense1D<unsigned, 8> table;
+    std::size_t entries;
+    if (!table.resize(node_count, no_node) || !checked_multiply(connect.rows, n, entries) ||
+        !list.resize(std::min(entries, node_count))) {
+        return false;
+    }
+    unsigned* const place = table.data();
+    unsigned* const node_at = list.data();
+    unsigned count = 0;
+    for_each_entry([&](unsigned node) {
+        if (place[node] == no_node) {
+            place[node] = count;
+            node_at[count++] = node;
+        }
+        return place[node];
+    });
+    list.size = count;
+    return true;
+}
+
 } // namespace zel::tessel2d

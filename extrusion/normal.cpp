@@ -1,0 +1,59 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "extrusion/sweep.h"
+#include "zel/tessel2d/extrude_normal.h"
+
+namespace zel::tessel2d {
+
+namespace {
+
+/// Along a vector for each node.
+struct nodal_translation {
+    struct step {
+        columns<const double> vectors;
+        double s;
+
+        point<2> operator()(const point<2>& p, unsigned node) const noexcept {
+            if (s == 0) return p;
+            const double* const v = vectors[node];
+            return {p[0] + s * v[0], p[1] + s * v[1]};
+        }
+    };
+
+    columns<const double> vectors;
+    double scale;
+
+    step at(double s) const noexcept { return {vectors, s * scale}; }
+};
+
+template <class Sides>
+int extrude_along(dense2D<double>& pos, const dense2D<unsigned>& profile, const dense2D<double>& V,
+                  unsigned nbr_layers, const Sides& sides, dense2D<unsigned>& connect) noexcept {
+    if (profile.empty()) return status_ok;
+    if (pos.rows != 2) return -1;
+    if (!edges_fit(profile, pos)) return -2;
+    if (V.rows != 2) return -3;
+    if (!takes_rows(connect, Sides::rows)) return -5 - Sides::more_arguments;
+    dense2D<double> vectors = V;
+    if (nbr_layers != 0) {
+        if (!edges_fit(profile, V)) return -3;
+        if (!separate(vectors, pos)) return status_memory;
+    }
+    const dense2D<double>& read_only = vectors;
+    return sweep<2>(pos, profile, nodal_translation{columns_of(read_only), 1.0},
+                    {nbr_layers, 1.0, 1.0}, sides, pos.rows, connect);
+}
+
+} // namespace
+
+int extrude_normal_Q4(dense2D<double>& pos, const dense2D<unsigned>& connectE2,
+                      const dense2D<double>& V, unsigned nbr_layers, dense2D<unsigned>& connectQ4) {
+    return extrude_along(pos, connectE2, V, nbr_layers, quad_sides{}, connectQ4);
+}
+
+int extrude_normal_T3(dense2D<double>& pos, const dense2D<unsigned>& connectE2,
+                      const dense2D<double>& V, unsigned nbr_layers, int pattern,
+                      dense2D<unsigned>& connectT3) {
+    return extrude_along(pos, connectE2, V, nbr_layers, triangle_sides{pattern}, connectT3);
+}
+
+} // namespace zel::tessel2d

@@ -1,0 +1,51 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// The rotation that a rotation vector stands for, with its tangent operator and their derivatives.
+#include "foundation/point.h"
+
+namespace zel::tessel2d {
+
+/// All that belongs to the rotation by the angle |w| about the direction of w, in the sense of the right
+/// hand. Matrices are 3 x 3, stored by columns: element (i, j) at j*3 + i.
+struct rotation_state {
+    double w[3];       ///< the rotation vector
+    double R[9];       ///< rotation matrix I + c0*W + c1*S
+    double scratch[9]; ///< R - I
+    double W[9];       ///< skew matrix: W*d is w x d
+    double S[9];       ///< W*W
+    double T[9];       ///< tangent operator I + c1*W + c5*S
+    double D1[9];      ///< c3*W + c6*S
+    double D2[9];      ///< c4*W + c7*S
+    double c[8];       ///< the coefficients, see `rotation_coefficients`
+};
+static_assert(sizeof(rotation_state) == 74 * sizeof(double));
+
+/// The coefficients for theta, with q = theta*theta:
+///
+///     c0 = sin(theta)/theta     c1 = (1 - cos(theta))/q     c2 = c5 - c1        c3 = (c0 - 2*c1)/q
+///     c4 = (c2 - 4*c3)/q        c5 = (1 - c0)/q             c6 = (c1 - 3*c5)/q  c7 = (c3 - 5*c6)/q
+///
+/// Up to 0.1 they come from their series and are accurate to some units in the last place, at 0 too.
+/// Beyond it they are evaluated as they stand, and each division by q magnifies the rounding of the
+/// differences above it. What R and T are made of, c0*|w|, c1*q and c5*q, stays accurate to rounding.
+void rotation_coefficients(double q, double (&c)[8]) noexcept;
+
+/// Adds to S, a 3 x 3 matrix, the square of the skew matrix of w times `factor`: w w^T - (w . w) I.
+void skew_square(double factor, const point<3>& w, double (&S)[9]) noexcept;
+
+/// Fills the state for the rotation vector w; w = 0 gives R = I exactly.
+void make_rotation_state(rotation_state& state, const point<3>& w) noexcept;
+
+/// The point p turned about the centre: centre + R*(p - centre).
+inline point<3> rotated(const rotation_state& state, const point<3>& centre,
+                        const point<3>& p) noexcept {
+    const point<3> d = difference<3>(p, centre);
+    const double(&R)[9] = state.R;
+    point<3> turned;
+    for (std::size_t i = 0; i < 3; ++i)
+        turned[i] = centre[i] + (d[0] * R[i] + d[1] * R[3 + i] + d[2] * R[6 + i]);
+    return turned;
+}
+
+} // namespace zel::tessel2d

@@ -1,0 +1,223 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "extrusion/sweep.h"
+
+#include "foundation/node_set.h"
+
+#include <algorithm>
+
+namespace zel::tessel2d {
+
+// ----------------------------------------------------------------------------------------- layers
+
+namespace {
+
+// Relative differences of size from which on the closed forms are accurate, and up to which sizes count
+// as equal; both are compared with (small - big)/big.
+constexpr double closed_form = -0.01;
+constexpr double equal_sizes = -1e-12;
+
+} // namespace
+
+double metric_length_factor(double h0, double h1) noexcept {
+    const double big = h1 > h0 ? h1 : h0;
+    const double small = h1 > h0 ? h0 : h1;
+    const double r = 1.0 / big;
+    const double x = (small - big) * r;
+    double g = 1.0;
+    if (x < closed_form) {
+        g = std::log1p(x) / x;
+    } else if (x < equal_sizes) { // the series of log1p(x)/x
+        const double x2 = x * x;
+        g = ((0.2 - x / 6) * x2 + (1.0 / 3 - x / 4)) * x2 + (1 - x / 2);
+    }
+    return r * g;
+}
+
+std::uint64_t round_geometric(double x, std::uint64_t m) noexcept {
+    const std::uint64_t low = static_cast<std::uint64_t>(x / static_cast<double>(m)) * m;
+    const std::uint64_t high = low + m;
+    return x * x >= static_cast<double>(low * high) ? high : low;
+}
+
+double size_progression(double t, double h0, double h1) noexcept {
+    if (h0 == h1 || t == 0 || t == 1) return t;
+    const bool rising = h1 > h0;
+    const double big = rising ? h1 : h0;
+    const double small = rising ? h0 : h1;
+    const double u = rising ? 1 - t : t;
+    const double x = (small - big) / big;
+    double g = u;
+    if (x < closed_form) {
+        g = std::expm1(std::log1p(x) * u) / x;
+    } else if (x < equal_sizes) { // the series of ((1 + x)^u - 1)/x
+        const double x2 = x * x;
+        const double x3 = x2 * x;
+        g = u * (1 + x * (u - 1) / 2 + x2 * (u - 1) * (u - 2) / 6 +
+                 x3 * (u - 1) * (u - 2) * (u - 3) / 24);
+    }
+    if (rising) g = 1 - g;
+    return g >= 0 ? std::min(g, 1.0) : 0.0;
+}
+
+bool layer_count(double length, double h0, double h1, bool force_even,
+                 std::uint64_t& layers) noexcept {
+    constexpr double most = 4294967296.0;
+    const double x = length * metric_length_factor(h0, h1);
+    if (!(x >= 0 && x < most)) return false;
+    layers = round_geometric(x, force_even ? 2 : 1);
+    return true;
+}
+
+// ------------------------------------------------------------------------------------------ sides
+
+namespace {
+
+// A cell stands over the edge (a, b) of its layer; c lies behind b, d behind a.
+struct quad_writer {
+    static constexpr std::size_t rows = 4;
+    static constexpr std::size_t per_cell = 1;
+
+    static void write(unsigned* out, std::size_t, bool, unsigned a, unsigned b, unsigned c,
+                      unsigned d) noexcept {
+        out[0] = a;
+        out[1] = b;
+        out[2] = c;
+        out[3] = d;
+    }
+};
+
+template <int Pattern>
+struct triangle_writer {
+    static constexpr std::size_t rows = 3;
+    static constexpr std::size_t per_cell = 2;
+
+    static void write(unsigned* out, std::size_t ld, bool even, unsigned a, unsigned b, unsigned c,
+                      unsigned d) noexcept {
+        const bool along_ac = Pattern == 1 || (Pattern == 2 && even);
+        out[0] = a;
+        out[1] = b;
+        out[2] = along_ac ? c : d;
+        out[ld] = along_ac ? a : b;
+        out[ld + 1] = c;
+        out[ld + 2] = d;
+    }
+};
+
+/// Writes the cells of one edge from the profile outward. From the second layer on node numbers grow by
+/// `n` from layer to layer and patterns repeat after two layers, so two cells make a stencil that is
+/// written again and again into contiguous columns.
+template <class Writer>
+void write_layers_of_edge(std::uint64_t layers, unsigned n, bool even, unsigned a, unsigned b,
+                          unsigned c, unsigned d, columns<unsigned> out) noexcept {
+    constexpr std::size_t per_cell = Writer::per_cell * Writer::rows;
+    constexpr std::size_t entries = 2 * per_cell;
+    unsigned* to = out.first;
+    const auto write_cell = [&] {
+        Writer::write(to, out.ld, even, a, b, c, d);
+        even = !even;
+        a = d;
+        b = c;
+        c += n;
+        d += n;
+        to += Writer::per_cell * out.ld;
+    };
+    std::uint64_t k = 1;
+    write_cell();
+    if (out.ld == Writer::rows && layers > 4) {
+        unsigned stencil[entries];
+        Writer::write(stencil, Writer::rows, even, a, b, c, d);
+        Writer::write(stencil + per_cell, Writer::rows, !even, d, c, c + n, d + n);
+        const unsigned step = 2 * n;
+        for (; k + 2 <= layers; k += 2, to += entries) {
+            for (std::size_t i = 0; i < entries; ++i) {
+                to[i] = stencil[i];
+                stencil[i] += step;
+            }
+        }
+        const auto done = static_cast<unsigned>(k - 1) * n;
+        a += done;
+        b += done;
+        c += done;
+        d += done;
+    }
+    for (; k < layers; ++k) write_cell();
+}
+
+template <class Writer>
+void write_sides(const swept_profile& profile, columns<unsigned> out) noexcept {
+    const auto edges = columns_of(profile.edges);
+    const auto places = columns_of(profile.places);
+    const auto n = static_cast<unsigned>(profile.nodes.size);
+    const auto first = static_cast<unsigned>(profile.first_new);
+    const std::size_t columns_of_edge = Writer::per_cell * profile.layers;
+    for (std::size_t e = 0; e < profile.edges.cols; ++e) {
+        write_layers_of_edge<Writer>(profile.layers, n, e % 2 == 0, edges[e][0], edges[e][1],
+                                     first + places[e][1], first + places[e][0], out);
+        out.first += columns_of_edge * out.ld;
+    }
+}
+
+} // namespace
+
+void quad_sides::write(const swept_profile& profile, columns<unsigned> out) const noexcept {
+    write_sides<quad_writer>(profile, out);
+}
+
+void triangle_sides::write(const swept_profile& profile, columns<unsigned> out) const noexcept {
+    switch (pattern) {
+    case 0:
+        write_sides<triangle_writer<0>>(profile, out);
+        break;
+    case 2:
+        write_sides<triangle_writer<2>>(profile, out);
+        break;
+    default:
+        write_sides<triangle_writer<1>>(profile, out);
+        break;
+    }
+}
+
+// ------------------------------------------------------------------------------------------ steps
+
+namespace {
+
+/// The columns that the outputs grow to. False: a number overflows.
+bool outgrown(const sweep_frame& frame, std::size_t present_nodes, std::size_t present_elements,
+              const swept_profile& swept, std::size_t& nodes, std::size_t& elements) noexcept {
+    std::size_t cells;
+    return !checked_multiply(swept.nodes.size, swept.layers, nodes) ||
+           !node_total(present_nodes, nodes, nodes) ||
+           !checked_multiply(swept.edges.cols, swept.layers, cells) ||
+           !checked_multiply(cells, frame.per_cell, elements) ||
+           !checked_add(elements, present_elements, elements);
+}
+
+} // namespace
+
+int prepare_sweep(const sweep_frame& frame, dense2D<double>& pos, const dense2D<unsigned>& profile,
+                  dense2D<unsigned>& connect, swept_profile& swept) noexcept {
+    if (swept.layers == 0)
+        return connect.resize(frame.side_rows, connect.cols, no_node) ? status_ok : status_memory;
+    swept.edges = profile;
+    swept.first_new = pos.cols;
+    if (!separate(swept.edges, connect)) return status_memory;
+    std::size_t nodes = 0;
+    std::size_t elements = 0;
+    const bool numbered =
+        number_nodes<edge_cells>(swept.edges, pos.cols, swept.nodes, swept.places);
+    if (numbered && outgrown(frame, pos.cols, connect.cols, swept, nodes, elements))
+        return status_memory;
+    if (!numbered || !pos.reserve(frame.dimension, nodes, 1) ||
+        !connect.reserve(frame.side_rows, elements, 1)) {
+        pos.resize(frame.rows_after_failure, pos.cols, 0.0);
+        return status_memory;
+    }
+    // Present columns first: rows that they gain are filled. New columns are all written later.
+    pos.resize(frame.dimension, pos.cols, 0.0);
+    pos.resize(frame.dimension, nodes);
+    connect.resize(frame.side_rows, connect.cols, no_node);
+    connect.resize(frame.side_rows, elements);
+    return status_ok;
+}
+
+} // namespace zel::tessel2d
