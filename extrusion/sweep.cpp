@@ -127,14 +127,9 @@ void write_layers_of_edge(std::uint64_t layers, unsigned n, bool even, unsigned 
         unsigned stencil[entries];
         Writer::write(stencil, Writer::rows, even, a, b, c, d);
         Writer::write(stencil + per_cell, Writer::rows, !even, d, c, c + n, d + n);
-        const unsigned step = 2 * n;
-        for (; k + 2 <= layers; k += 2, to += entries) {
-            for (std::size_t i = 0; i < entries; ++i) {
-                to[i] = stencil[i];
-                stencil[i] += step;
-            }
-        }
-        const auto done = static_cast<unsigned>(k - 1) * n;
+        unsigned done = 0;
+        for (; k + 2 <= layers; k += 2, to += entries, done += 2 * n)
+            for (std::size_t i = 0; i < entries; ++i) to[i] = stencil[i] + done;
         a += done;
         b += done;
         c += done;

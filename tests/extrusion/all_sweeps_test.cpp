@@ -1,0 +1,409 @@
+// zel tessel2d: planar and surface mesh tools.
+// What all sweeps promise alike: statuses in their order, numbering, views, shared storage, exhausted
+// memory.
+#include "extrusion/sweeps.h"
+
+namespace {
+
+using namespace zel_test;
+
+sweep_arguments arguments_of(const sweep_case& c) {
+    return chain_arguments(c.rows);
+}
+/// The layers of a plain call, known beforehand for counted sweeps only.
+unsigned layers_made(const sweep_case& c, const sweep_arguments& a, std::size_t first_element) {
+    if (c.counted) return a.layers;
+    const std::size_t per_cell = c.side_rows == 4 ? 1 : 2;
+    return static_cast<unsigned>((a.out.cols - first_element) / (per_cell * a.edges.cols));
+}
+void expect_sides(const sweep_case& c, const sweep_arguments& a, std::size_t first_new,
+                  std::size_t first_element, const dense2D<unsigned>& edges) {
+    const unsigned layers = layers_made(c, a, first_element);
+    const auto expected = expected_sides(edges, first_new, layers, c.side_rows, a.pattern);
+    ASSERT_EQ(c.side_rows, a.out.rows);
+    ASSERT_EQ(first_element + expected.size(), a.out.cols);
+    for (std::size_t j = 0; j < expected.size(); ++j)
+        ASSERT_EQ(expected[j], column(a.out, first_element + j)) << "element " << j;
+    EXPECT_EQ(first_new + layers * profile_nodes(edges).size(), a.pos.cols);
+}
+
+// ------------------------------------------------------------------------------------ normal use
+
+TEST(AllSweeps, NumberNodesAndElementsFromTheProfileOutward) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        for (const int pattern : {0, 1, 2})
+            for (const unsigned layers : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 12u, 13u}) {
+                sweep_arguments a = arguments_of(c);
+                a.pattern = pattern;
+                a.layers = layers;
+                a.h0 = a.h1 = 13.0 / layers;
+                ASSERT_EQ(0, c.run(a));
+                EXPECT_EQ(c.result_rows, a.pos.rows);
+                expect_sides(c, a, 5, 0, a.edges);
+            }
+    }
+}
+TEST(AllSweeps, PresentNodesKeepTheirValues) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = arguments_of(c);
+        const auto before = fresh_copy(a.pos);
+        ASSERT_EQ(0, c.run(a));
+        for (std::size_t j = 0; j < before.cols; ++j)
+            for (std::size_t i = 0; i < a.pos.rows; ++i)
+                EXPECT_EQ(i < before.rows ? before(i, j) : 0.0, a.pos(i, j));
+    }
+}
+TEST(AllSweeps, TheSameEdgeTwiceDoublesElementsOnOneSetOfNodes) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = arguments_of(c);
+        a.edges = cells({{3, 1}, {3, 1}, {1, 3}});
+        ASSERT_EQ(0, c.run(a));
+        expect_sides(c, a, 5, 0, a.edges);
+        EXPECT_EQ(0u, (a.pos.cols - 5) % 2);
+    }
+}
+TEST(AllSweeps, ALoopGivesAClosedBand) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = arguments_of(c);
+        a.edges = cells({{3, 1}, {1, 4}, {4, 0}, {0, 3}});
+        ASSERT_EQ(0, c.run(a));
+        expect_sides(c, a, 5, 0, a.edges);
+        EXPECT_EQ(0u, (a.pos.cols - 5) % 4);
+    }
+}
+TEST(AllSweeps, AnEdgeMayJoinANodeToItself) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = arguments_of(c);
+        a.edges = cells({{2, 2}});
+        ASSERT_EQ(0, c.run(a));
+        expect_sides(c, a, 5, 0, a.edges);
+    }
+}
+TEST(AllSweeps, AFewNodesOfALargeMeshAreNumberedAlike) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = arguments_of(c);
+        dense2D<double> large(c.rows, 3000, 0.5);
+        a.pos = large;
+        a.V = dense2D<double>(2, 3000, 0.5);
+        a.edges = cells({{2999, 17}, {17, 1234}, {40, 2999}});
+        ASSERT_EQ(0, c.run(a));
+        expect_sides(c, a, 3000, 0, a.edges);
+    }
+}
+
+// --------------------------------------------------------------------------- shapes and appending
+
+TEST(AllSweeps, AppendBehindPresentElements) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = arguments_of(c);
+        const bool three_rows = c.side_rows == 3 || c.name.find("rotate_Q4 3-D") == 0;
+        a.out = three_rows ? cells({{7, 8, 9}, {4, 5, 6}}) : cells({{7, 8, 9, 2}, {4, 5, 6, 1}});
+        const auto before = fresh_copy(a.out);
+        ASSERT_EQ(0, c.run(a));
+        expect_sides(c, a, 5, 2, a.edges);
+        for (std::size_t j = 0; j < 2; ++j)
+            for (std::size_t i = 0; i < a.out.rows; ++i)
+                EXPECT_EQ(i < before.rows ? before(i, j) : no_node, a.out(i, j));
+    }
+}
+TEST(AllSweeps, AnOutputWithoutColumnsTakesItsRowCount) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = arguments_of(c);
+        a.out.resize(7, 0);
+        ASSERT_EQ(0, c.run(a));
+        expect_sides(c, a, 5, 0, a.edges);
+    }
+}
+TEST(AllSweeps, ColumnsWithoutRowsBecomeColumnsWithoutNodes) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = arguments_of(c);
+        a.out.resize(0, 2);
+        ASSERT_EQ(0, c.run(a));
+        expect_sides(c, a, 5, 2, a.edges);
+        for (std::size_t i = 0; i < c.side_rows; ++i) EXPECT_EQ(no_node, a.out(i, 1));
+    }
+}
+TEST(AllSweeps, ViewsInsideLargerMatricesGiveTheSame) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments plain = arguments_of(c);
+        plain.out = dense2D<unsigned>(c.name.find("rotate_Q4 3-D") == 0 ? 3 : c.side_rows, 2, 3U);
+        sweep_arguments viewed = plain;
+        const auto pos = framed(plain.pos);
+        const auto edges = framed(plain.edges);
+        const auto V = framed(plain.V);
+        const auto out = framed(plain.out);
+        viewed.pos = pos.view;
+        viewed.edges = edges.view;
+        viewed.V = V.view;
+        viewed.out = out.view;
+        ASSERT_EQ(0, c.run(plain));
+        ASSERT_EQ(0, c.run(viewed));
+        EXPECT_EQ(snapshot_of(plain), snapshot_of(viewed));
+        EXPECT_LT(viewed.out.rows, viewed.out.ld);
+    }
+}
+TEST(AllSweeps, AProfileMayShareItsBlockWithTheOutput) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments apart = arguments_of(c);
+        // One block: an empty output in front, the profile behind it where elements will be written.
+        for (const std::size_t room : {std::size_t{40}, std::size_t{4000}}) {
+            sweep_arguments shared = arguments_of(c);
+            dense2D<unsigned> block(2, room, 0U);
+            std::copy_n(apart.edges.data(), 4, block.data() + 4);
+            shared.edges = block.sub_matrix(0, 2, 2, 2);
+            shared.out = block;
+            shared.out.rows = shared.out.cols = shared.out.ld = shared.out.size = 0;
+            sweep_arguments reference = arguments_of(c);
+            ASSERT_EQ(0, c.run(reference));
+            ASSERT_EQ(0, c.run(shared));
+            EXPECT_EQ(snapshot(reference.pos, reference.out), snapshot(shared.pos, shared.out));
+        }
+    }
+}
+
+// --------------------------------------------------------------------------------------- statuses
+
+TEST(AllSweeps, AnEmptyProfileIsNothingToDoWhateverElseIsWrong) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        for (const std::size_t rows : {0U, 2U, 5U}) {
+            sweep_arguments a = arguments_of(c);
+            for (const sweep_fault& fault : c.faults) fault.apply(a);
+            a.layers = 7;
+            a.edges = dense2D<unsigned>(rows, rows == 0 ? 4 : 0);
+            a.T = {1, 1, 1};
+            const auto before = snapshot_of(a);
+            EXPECT_EQ(0, c.run(a));
+            EXPECT_EQ(before, snapshot_of(a));
+        }
+    }
+}
+TEST(AllSweeps, NoLayersAreNothingToDoWhateverElseIsWrong) {
+    for (const sweep_case& c : all_sweeps()) {
+        if (!c.zero_layers_first) continue;
+        SCOPED_TRACE(c.name);
+        for (const sweep_fault& fault : c.faults) {
+            SCOPED_TRACE(fault.name);
+            sweep_arguments a = arguments_of(c);
+            a.layers = 0;
+            fault.apply(a);
+            const auto before = snapshot_of(a);
+            EXPECT_EQ(0, c.run(a));
+            EXPECT_EQ(before, snapshot_of(a));
+        }
+    }
+}
+TEST(AllSweeps, EachFaultHasItsStatusAndChangesNothing) {
+    for (const sweep_case& c : all_sweeps()) {
+        for (const sweep_fault& fault : c.faults) {
+            SCOPED_TRACE(c.name + ": " + fault.name);
+            sweep_arguments a = arguments_of(c);
+            fault.apply(a);
+            const auto before = snapshot_of(a);
+            EXPECT_EQ(fault.status, c.run(a));
+            EXPECT_EQ(before, snapshot_of(a));
+        }
+    }
+}
+TEST(AllSweeps, OfTwoFaultsTheOneTestedFirstIsReported) {
+    for (const sweep_case& c : all_sweeps()) {
+        for (std::size_t i = 0; i < c.faults.size(); ++i)
+            for (std::size_t j = i + 1; j < c.faults.size(); ++j) {
+                if (c.faults[i].status == c.faults[j].status) continue;
+                SCOPED_TRACE(c.name + ": " + c.faults[i].name + " and " + c.faults[j].name);
+                for (const bool first_last : {false, true}) {
+                    sweep_arguments a = arguments_of(c);
+                    c.faults[first_last ? j : i].apply(a);
+                    c.faults[first_last ? i : j].apply(a);
+                    const auto before = snapshot_of(a);
+                    EXPECT_EQ(c.faults[i].status, c.run(a));
+                    EXPECT_EQ(before, snapshot_of(a));
+                }
+            }
+    }
+}
+TEST(AllSweeps, ThereAreTwentyTwoOfThem) {
+    EXPECT_EQ(22u, all_sweeps().size());
+}
+
+// ------------------------------------------------------------------------------- exhausted memory
+
+TEST(AllSweeps, ExhaustedMemoryLeavesElementsAndColumnsOfNodes) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        for (const bool large : {false, true}) {
+            std::set<std::size_t> rows_left;
+            fail_each_allocation([&](std::size_t k) {
+                sweep_arguments a = arguments_of(c);
+                if (large) { // hashed numbers
+                    dense2D<double> many(c.rows, 3000, 0.5);
+                    a.pos = many;
+                    a.V = dense2D<double>(2, 3000, 0.5);
+                }
+                a.out =
+                    dense2D<unsigned>(c.name.find("rotate_Q4 3-D") == 0 ? 3 : c.side_rows, 2, 3U);
+                const auto present = fresh_copy(a.pos);
+                const auto elements = snapshot(a.out);
+                arm_allocator(k);
+                const int status = c.run(a);
+                disarm_allocator();
+                if (status == 0) return;
+                EXPECT_EQ(-199, status);
+                EXPECT_EQ(elements, snapshot(a.out));
+                ASSERT_EQ(present.cols, a.pos.cols);
+                for (std::size_t j = 0; j < a.pos.cols; ++j)
+                    for (std::size_t i = 0; i < a.pos.rows; ++i)
+                        ASSERT_EQ(i < present.rows ? present(i, j) : 0.0, a.pos(i, j));
+                rows_left.insert(a.pos.rows);
+            });
+            const std::size_t failed_rows = c.failed_rows == 0 ? c.rows : c.failed_rows;
+            EXPECT_TRUE(rows_left.count(failed_rows));
+            for (const std::size_t rows : rows_left)
+                EXPECT_TRUE(rows == failed_rows || rows == c.rows) << rows;
+        }
+    }
+}
+TEST(AllSweeps, ACopyOfASharedProfileMayFailToo) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        fail_each_allocation([&](std::size_t k) {
+            sweep_arguments a = arguments_of(c);
+            dense2D<unsigned> block(2, 4000, 0U);
+            std::copy_n(a.edges.data(), 4, block.data());
+            a.edges = block.sub_matrix(0, 0, 2, 2);
+            a.out = block;
+            a.out.rows = a.out.cols = a.out.ld = a.out.size = 0;
+            const auto edges = snapshot(a.edges);
+            arm_allocator(k);
+            const int status = c.run(a);
+            disarm_allocator();
+            if (status == 0) return;
+            EXPECT_EQ(-199, status);
+            EXPECT_EQ(edges, snapshot(a.edges));
+            EXPECT_EQ(0u, a.out.cols);
+        });
+    }
+}
+TEST(AllSweeps, NodesBeyond32BitNumbersChangeNothing) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = arguments_of(c);
+        if (c.counted) {
+            a.layers = 1431655766; // with three nodes each
+        } else {
+            a.T = {1, 0, 0};
+            a.A = {0, 0, 1};
+            a.angle = 1;
+            a.C = {2.25, 3.75, 0}; // the first node is 1 away
+            a.h0 = a.h1 = 4e-10; // 2.5e9 layers
+        }
+        const auto before = snapshot_of(a);
+        EXPECT_EQ(-199, c.run(a));
+        EXPECT_EQ(before, snapshot_of(a));
+    }
+}
+TEST(AllSweeps, ACountOfLayersThatIsNoNumberOrTooLargeChangesNothing) {
+    for (const sweep_case& c : all_sweeps()) {
+        if (c.counted) continue;
+        SCOPED_TRACE(c.name);
+        for (const double way : {1e40, 1e300, zel_test::infinity, zel_test::nan}) {
+            sweep_arguments a = arguments_of(c);
+            a.T = {way, 0, 0};
+            a.A = {way, way, 0};
+            a.angle = way;
+            const auto before = snapshot_of(a);
+            EXPECT_EQ(-199, c.run(a)) << way;
+            EXPECT_EQ(before, snapshot_of(a));
+        }
+        sweep_arguments a = arguments_of(c);
+        a.h0 = a.h1 = 4e-324;
+        const auto before = snapshot_of(a);
+        EXPECT_EQ(-199, c.run(a));
+        EXPECT_EQ(before, snapshot_of(a));
+    }
+}
+TEST(AllSweeps, InfiniteSizesAskForTheFewestLayers) {
+    for (const sweep_case& c : all_sweeps()) {
+        if (c.counted) continue;
+        SCOPED_TRACE(c.name);
+        for (const bool even : {false, true}) {
+            for (int both = 0; both < 3; ++both) {
+                sweep_arguments a = arguments_of(c);
+                if (both != 1) a.h0 = infinity;
+                if (both != 0) a.h1 = infinity;
+                a.force_even = even;
+                ASSERT_EQ(0, c.run(a));
+                EXPECT_EQ(even ? 2u : 1u, layers_made(c, a, 0));
+            }
+        }
+    }
+}
+TEST(AllSweeps, CountedSweepsGiveTheirCountBack) {
+    for (const sweep_case& c : all_sweeps()) {
+        if (!c.recounted) continue;
+        SCOPED_TRACE(c.name);
+        for (unsigned layers = 1; layers < 3000; layers += 1 + layers / 16) {
+            sweep_arguments a = arguments_of(c);
+            a.layers = layers;
+            a.T = {0.1 * layers, 0.7, 1e-3};
+            ASSERT_EQ(0, c.run(a));
+            ASSERT_EQ(5 + 3 * std::size_t{layers}, a.pos.cols);
+        }
+    }
+}
+TEST(AllSweeps, ForceEvenGivesAMultipleOfTwo) {
+    for (const sweep_case& c : all_sweeps()) {
+        if (c.counted) continue;
+        SCOPED_TRACE(c.name);
+        for (int k = 1; k < 60; ++k) {
+            sweep_arguments a = arguments_of(c);
+            a.force_even = true;
+            a.h0 = 0.2 * k;
+            a.h1 = 0.1 * k;
+            ASSERT_EQ(0, c.run(a));
+            const unsigned layers = layers_made(c, a, 0);
+            EXPECT_GE(layers, 2u);
+            EXPECT_EQ(0u, layers % 2);
+        }
+    }
+}
+
+// ------------------------------------------------------------------------------------- properties
+
+TEST(AllSweeps, RandomProfilesAreNumberedAsPromised) {
+    for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+        random_numbers random(seed);
+        const sweep_case& c = all_sweeps()[random.below(22)];
+        SCOPED_TRACE(testing::Message() << "seed " << seed << ", " << c.name);
+        sweep_arguments a = arguments_of(c);
+        const unsigned nodes = 1 + random.below(random.below(2) == 0 ? 12 : 2000);
+        const unsigned edges = 1 + random.below(80);
+        dense2D<double> pos(c.rows, nodes, 0.0);
+        for (double& x : pos) x = random.between(-2, 2);
+        a.pos = pos;
+        a.V = dense2D<double>(2, nodes, 0.5);
+        dense2D<unsigned> profile(2, edges);
+        for (unsigned& id : profile) id = random.below(nodes);
+        a.edges = profile;
+        a.layers = 1 + random.below(12);
+        a.pattern = static_cast<int>(random.below(3));
+        a.h0 = random.between(0.2, 5);
+        a.h1 = random.between(0.2, 5);
+        ASSERT_EQ(0, c.run(a));
+        expect_sides(c, a, nodes, 0, a.edges);
+        for (const double x : a.pos) EXPECT_TRUE(std::isfinite(x));
+    }
+}
+
+} // namespace
