@@ -1,5 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "extrusion/sweep.h"
+#include "foundation/tessel1d.h"
 #include "zel/tessel2d/extrude_normal.h"
 
 namespace zel::tessel2d {
@@ -43,6 +44,35 @@ int extrude_along(dense2D<double>& pos, const dense2D<unsigned>& profile, const 
                     {nbr_layers, 1.0, 1.0}, sides, pos.rows, connect);
 }
 
+template <class Sides>
+int extrude_sized(dense2D<double>& pos, const dense2D<unsigned>& profile, double H, double h0,
+                  double h1, const Sides& sides, bool force_even,
+                  dense2D<unsigned>& connect) noexcept {
+    if (profile.empty()) return status_ok;
+    if (pos.rows != 2) return -1;
+    if (!edges_fit(profile, pos)) return -2;
+    if (!(H > 0)) return -3;
+    if (!(h0 > 0)) return -4;
+    if (!(h1 > 0)) return -5;
+    if (!takes_rows(connect, Sides::rows)) return -7 - Sides::more_arguments;
+    layer_plan plan{0, h0, h1};
+    if (!layer_count(H, h0, h1, force_even, plan.layers)) return status_memory;
+    dense2D<double> normals;
+    const int status = tessel1d::normals(pos, profile, 1.0, true, normals);
+    if (status < 0) return status;
+    const dense2D<double>& read_only = normals;
+    return sweep<2>(pos, profile, nodal_translation{columns_of(read_only), H}, plan, sides,
+                    pos.rows, connect);
+}
+
+template <class Sides>
+int extrude_counted(dense2D<double>& pos, const dense2D<unsigned>& profile, double H,
+                    unsigned nbr_layers, const Sides& sides, dense2D<unsigned>& connect) noexcept {
+    if (nbr_layers == 0) return status_ok;
+    const double h = H / nbr_layers;
+    return extrude_sized(pos, profile, H, h, h, sides, false, connect);
+}
+
 } // namespace
 
 int extrude_normal_Q4(dense2D<double>& pos, const dense2D<unsigned>& connectE2,
@@ -54,6 +84,26 @@ int extrude_normal_T3(dense2D<double>& pos, const dense2D<unsigned>& connectE2,
                       const dense2D<double>& V, unsigned nbr_layers, int pattern,
                       dense2D<unsigned>& connectT3) {
     return extrude_along(pos, connectE2, V, nbr_layers, triangle_sides{pattern}, connectT3);
+}
+
+int extrude_normal_Q4(dense2D<double>& pos, const dense2D<unsigned>& connectE2, double H,
+                      unsigned nbr_layers, dense2D<unsigned>& connectQ4) {
+    return extrude_counted(pos, connectE2, H, nbr_layers, quad_sides{}, connectQ4);
+}
+
+int extrude_normal_Q4(dense2D<double>& pos, const dense2D<unsigned>& connectE2, double H, double h0,
+                      double h1, bool force_even, dense2D<unsigned>& connectQ4) {
+    return extrude_sized(pos, connectE2, H, h0, h1, quad_sides{}, force_even, connectQ4);
+}
+
+int extrude_normal_T3(dense2D<double>& pos, const dense2D<unsigned>& connectE2, double H,
+                      unsigned nbr_layers, int pattern, dense2D<unsigned>& connectT3) {
+    return extrude_counted(pos, connectE2, H, nbr_layers, triangle_sides{pattern}, connectT3);
+}
+
+int extrude_normal_T3(dense2D<double>& pos, const dense2D<unsigned>& connectE2, double H, double h0,
+                      double h1, bool force_even, int pattern, dense2D<unsigned>& connectT3) {
+    return extrude_sized(pos, connectE2, H, h0, h1, triangle_sides{pattern}, force_even, connectT3);
 }
 
 } // namespace zel::tessel2d

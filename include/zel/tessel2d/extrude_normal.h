@@ -37,6 +37,44 @@ ZEL_TESSEL2D_API int extrude_normal_Q4(dense2D<double>& pos, const dense2D<unsig
                                        const dense2D<double>& V, unsigned nbr_layers,
                                        dense2D<unsigned>& connectQ4);
 
+/// Sweeps a planar profile of edges along its own normals into quadrilaterals, with layers sized from h0
+/// to h1.
+///
+/// The normal of an edge from a to b points to its left; that of a node is the mean of those of its edges,
+/// weighted by their lengths and made a unit vector (see `tessel1d::normals`). So the strip has the
+/// thickness H along the normal of each node, also at corners, where a constant offset would be thicker.
+/// The number of layers is H*ln(h1/h0)/(h1 - h0), or H/h for equal sizes, rounded up or down at the
+/// geometric mean of the two candidates, and at least 1; the first one lies at the profile.
+///
+/// @param[in,out] pos   as above.
+/// @param connectE2     as above.
+/// @param H             the whole thickness, above 0.
+/// @param h0            size of the first layer, above 0.
+/// @param h1            size of the last layer, above 0.
+/// @param force_even    the number of layers is a multiple of 2, at least 2.
+/// @param[in,out] connectQ4  as above.
+///
+/// @retval 0     done, or nothing to do (`connectE2` is empty).
+/// @retval -1    `pos` has not 2 rows.
+/// @retval -2    `connectE2` has not 2 rows or names a node that does not exist.
+/// @retval -3    `H` is not above 0.
+/// @retval -4    `h0` is not above 0.
+/// @retval -5    `h1` is not above 0.
+/// @retval -7    `connectQ4` holds columns of another height.
+/// @retval -199  memory is exhausted, the nodes outgrow 32-bit numbers, or the number of layers is not
+///               finite or not below 2^32.
+/// A negative status leaves all arguments as they were. A node whose edges all have length zero, or whose
+/// normals cancel, has no normal; its layers coincide with it.
+/// @snippet examples/sweep.cpp boundary_layer
+ZEL_TESSEL2D_API int extrude_normal_Q4(dense2D<double>& pos, const dense2D<unsigned>& connectE2,
+                                       double H, double h0, double h1, bool force_even,
+                                       dense2D<unsigned>& connectQ4);
+
+/// The same in `nbr_layers` layers of equal size, H/nbr_layers, which is passed on as `h0` and `h1`; 0:
+/// nothing to do, whatever the other arguments are. Statuses are those of the sized function.
+ZEL_TESSEL2D_API int extrude_normal_Q4(dense2D<double>& pos, const dense2D<unsigned>& connectE2,
+                                       double H, unsigned nbr_layers, dense2D<unsigned>& connectQ4);
+
 /// Sweeps a planar profile of edges along a given vector for each node into triangles: the strip of
 /// `extrude_normal_Q4`, each quadrilateral cut along a diagonal.
 ///
@@ -48,6 +86,21 @@ ZEL_TESSEL2D_API int extrude_normal_Q4(dense2D<double>& pos, const dense2D<unsig
 /// @retval -6    `connectT3` holds columns of another height.
 ZEL_TESSEL2D_API int extrude_normal_T3(dense2D<double>& pos, const dense2D<unsigned>& connectE2,
                                        const dense2D<double>& V, unsigned nbr_layers, int pattern,
+                                       dense2D<unsigned>& connectT3);
+
+/// Sweeps a planar profile of edges along its own normals into triangles. `pattern` is not tested; any
+/// value but 0 and 2 acts as 1.
+///
+/// @retval 0, -1 to -5, -199  as for quadrilaterals.
+/// @retval -8    `connectT3` holds columns of another height.
+ZEL_TESSEL2D_API int extrude_normal_T3(dense2D<double>& pos, const dense2D<unsigned>& connectE2,
+                                       double H, double h0, double h1, bool force_even, int pattern,
+                                       dense2D<unsigned>& connectT3);
+
+/// The same in `nbr_layers` layers of equal size, H/nbr_layers; 0: nothing to do, whatever the other
+/// arguments are. Statuses are those of the sized function.
+ZEL_TESSEL2D_API int extrude_normal_T3(dense2D<double>& pos, const dense2D<unsigned>& connectE2,
+                                       double H, unsigned nbr_layers, int pattern,
                                        dense2D<unsigned>& connectT3);
 
 } // namespace zel::tessel2d

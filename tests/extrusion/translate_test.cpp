@@ -1,0 +1,150 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "extrusion/sweeps.h"
+
+namespace {
+
+using namespace zel_test;
+using testing::ElementsAre;
+using zel::tessel2d::extrude_translate_Q4;
+using zel::tessel2d::extrude_translate_T3;
+
+struct strip {
+    dense2D<double> pos = points({{0, 0}, {0, 1}, {0, 3}});
+    dense2D<unsigned> edges = cells({{0, 1}, {1, 2}});
+    dense2D<unsigned> out;
+};
+
+TEST(ExtrudeTranslate, TwoEdgesTwoLayers) {
+    strip s;
+    ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point2{4, 0}, 2, s.out));
+    EXPECT_THAT(columns(s.pos),
+                ElementsAre(point(0, 0), point(0, 1), point(0, 3), point(2, 0), point(2, 1),
+                            point(2, 3), point(4, 0), point(4, 1), point(4, 3)));
+    EXPECT_THAT(columns(s.out), ElementsAre(cell(0, 1, 4, 3), cell(3, 4, 7, 6), cell(1, 2, 5, 4),
+                                            cell(4, 5, 8, 7)));
+}
+TEST(ExtrudeTranslate, TrianglesFollowThePattern) {
+    strip s;
+    s.edges = cells({{0, 1}});
+    ASSERT_EQ(0, extrude_translate_T3(s.pos, s.edges, point2{4, 0}, 2, 0, s.out));
+    EXPECT_THAT(columns(s.out),
+                ElementsAre(cell(0, 1, 3), cell(1, 4, 3), cell(3, 4, 5), cell(4, 6, 5)));
+    strip t;
+    t.edges = s.edges;
+    ASSERT_EQ(0, extrude_translate_T3(t.pos, t.edges, point2{4, 0}, 2, 1, t.out));
+    EXPECT_THAT(columns(t.out),
+                ElementsAre(cell(0, 1, 4), cell(0, 4, 3), cell(3, 4, 6), cell(3, 6, 5)));
+    strip u;
+    u.edges = s.edges;
+    ASSERT_EQ(0, extrude_translate_T3(u.pos, u.edges, point2{4, 0}, 2, 2, u.out));
+    EXPECT_THAT(columns(u.out),
+                ElementsAre(cell(0, 1, 4), cell(0, 4, 3), cell(3, 4, 5), cell(4, 6, 5)));
+}
+TEST(ExtrudeTranslate, StripsAreValidMeshes) {
+    strip s;
+    ASSERT_EQ(0, extrude_translate_Q4(s.pos, cells({{2, 1}, {1, 0}}), point2{7, 1}, 0.5, 1.5, true,
+                                      s.out));
+    expect_valid_mesh(s.pos, s.out);
+    for (const int pattern : {0, 1, 2}) {
+        strip t;
+        ASSERT_EQ(0, extrude_translate_T3(t.pos, cells({{2, 1}, {1, 0}}), point2{7, 1}, 1.5, 0.5,
+                                          pattern, false, t.out));
+        expect_valid_mesh(t.pos, t.out);
+    }
+}
+TEST(ExtrudeTranslate, TenFromOneToTwoTakesSevenLayersInAProgression) {
+    strip s;
+    ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point2{10, 0}, 1, 2, false, s.out));
+    EXPECT_EQ(14u, s.out.cols);
+    ASSERT_EQ(3u + 7 * 3, s.pos.cols);
+    for (int k = 1; k <= 7; ++k) {
+        const double x = 10 * (std::pow(2.0, k / 7.0) - 1);
+        for (std::size_t i = 0; i < 3; ++i) {
+            const std::size_t node = 3 * static_cast<std::size_t>(k) + i;
+            EXPECT_NEAR(x, s.pos(0, node), 1e-14);
+            EXPECT_EQ(s.pos(1, i), s.pos(1, node));
+        }
+    }
+}
+TEST(ExtrudeTranslate, SizesShrinkLikewise) {
+    strip s;
+    ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point2{10, 0}, 2, 1, false, s.out));
+    ASSERT_EQ(3u + 7 * 3, s.pos.cols);
+    for (int k = 1; k <= 7; ++k)
+        EXPECT_NEAR(20 * (1 - std::pow(2.0, -k / 7.0)), s.pos(0, 3 * static_cast<std::size_t>(k)),
+                    1e-14);
+}
+TEST(ExtrudeTranslate, ForceEvenOfAShortWayGivesTwoLayers) {
+    strip s;
+    ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point2{0.3, 0}, 1, 1, true, s.out));
+    EXPECT_EQ(4u, s.out.cols);
+}
+TEST(ExtrudeTranslate, AWayOfLengthZeroGivesOneLayerOnTheProfile) {
+    strip s;
+    ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point2{0, 0}, 1, 1, false, s.out));
+    EXPECT_EQ(2u, s.out.cols);
+    EXPECT_EQ(point(0, 3), column(s.pos, 5));
+}
+TEST(ExtrudeTranslate, InSpacePosOfTwoRowsIsWidened) {
+    strip s;
+    ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point3{0, 0, 2}, 2, s.out));
+    ASSERT_EQ(3u, s.pos.rows);
+    EXPECT_EQ(point(0, 1, 0), column(s.pos, 1));
+    EXPECT_EQ(point(0, 1, 1), column(s.pos, 4));
+    EXPECT_EQ(point(0, 3, 2), column(s.pos, 8));
+    strip t;
+    ASSERT_EQ(0, extrude_translate_T3(t.pos, t.edges, point3{0, 0, 2}, 1.0, 1.0, 2, false, t.out));
+    EXPECT_EQ(snapshot(s.pos), snapshot(t.pos));
+}
+TEST(ExtrudeTranslate, InThePlanePosOfThreeRowsIsRefused) {
+    strip s;
+    s.pos = dense2D<double>(3, 3, 0.0);
+    EXPECT_EQ(-1, extrude_translate_Q4(s.pos, s.edges, point2{1, 0}, 1, 1, false, s.out));
+    EXPECT_EQ(-1, extrude_translate_T3(s.pos, s.edges, point2{1, 0}, 1, 1, 0, false, s.out));
+}
+TEST(ExtrudeTranslate, ACountedCallReportsTheArgumentsOfTheSizedOne) {
+    strip s;
+    s.out = cells({{1, 2, 0}});
+    EXPECT_EQ(-7, extrude_translate_Q4(s.pos, s.edges, point2{1, 0}, 3, s.out));
+    s.out = cells({{1, 2, 0, 0}});
+    EXPECT_EQ(-8, extrude_translate_T3(s.pos, s.edges, point2{1, 0}, 3, 0, s.out));
+    EXPECT_EQ(-4, extrude_translate_Q4(s.pos, s.edges, point2{0, 0}, 3, s.out));
+}
+TEST(ExtrudeTranslate, NegativePatternsAreRefused) {
+    strip s;
+    EXPECT_EQ(-6, extrude_translate_T3(s.pos, s.edges, point2{1, 0}, 1, -1, s.out));
+    EXPECT_EQ(-6, extrude_translate_T3(s.pos, s.edges, point2{1, 0}, 1, 3, s.out));
+}
+TEST(ExtrudeTranslate, AnOutputOfAnotherHeightWithoutColumnsIsAccepted) {
+    strip s;
+    s.out.resize(9, 0);
+    ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point2{1, 0}, 1, s.out));
+    EXPECT_EQ(4u, s.out.rows);
+}
+TEST(ExtrudeTranslate, AtFractionZeroNodesAreCopiedBitForBit) {
+    strip s;
+    s.pos(0, 0) = -0.0;
+    // The first of some 400 layers is thinner than a fraction can show.
+    ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point2{11, 0}, 0x1p-53, 1, true, s.out));
+    ASSERT_GT(s.out.cols, 600u);
+    EXPECT_EQ(bits(-0.0), bits(s.pos(0, 3)));
+}
+TEST(ExtrudeTranslate, LengthsAreTheRootOfTheSumOfSquares) {
+    strip s;
+    const auto before = snapshot(s.pos);
+    // Squares overflow or vanish.
+    EXPECT_EQ(-199, extrude_translate_Q4(s.pos, s.edges, point2{1e200, 0}, 5, s.out));
+    EXPECT_EQ(-4, extrude_translate_Q4(s.pos, s.edges, point2{1e-200, 0}, 5, s.out));
+    EXPECT_EQ(before, snapshot(s.pos));
+}
+TEST(ExtrudeTranslate, NodesThatAreNotFiniteAreMovedLikeOthers) {
+    strip s;
+    s.pos(0, 1) = zel_test::nan;
+    s.pos(1, 2) = infinity;
+    ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point2{2, 1}, 2, s.out));
+    EXPECT_TRUE(std::isnan(s.pos(0, 4)));
+    EXPECT_EQ(1.5, s.pos(1, 4));
+    EXPECT_EQ(infinity, s.pos(1, 8));
+}
+
+} // namespace
