@@ -28,6 +28,7 @@ void write_book(zel::demo::book& b) {
     b.page.foot = std::string("zel tessel2d ") + zel::tessel2d::version();
 
     zel::demo::patch_chapter(b);
+    zel::demo::sweep_chapter(b);
     zel::demo::round_chapter(b);
     zel::demo::conversion_chapter(b);
     zel::demo::surface_chapter(b);

@@ -9,6 +9,8 @@ namespace zel::demo {
 
 /// A curved patch in quadrilaterals and in the three patterns of triangles.
 void patch_chapter(book& b);
+/// Strips, rings and screws swept by a line.
+void sweep_chapter(book& b);
 /// A scanned surface and its measures.
 void surface_chapter(book& b);
 /// Disks and spheres.

@@ -159,6 +159,7 @@ void mesh_picture::add(const mesh& m, const paint& how) {
             s.fill = scaled(s.fill, how.values == nullptr ? light : (1 + 2 * light) / 3);
             s.line = mix(s.fill, how.line, 0.45);
         }
+        if (how.line_as_fill) s.line = s.fill;
         shapes.push_back(std::move(s));
     }
 }

@@ -28,8 +28,9 @@ struct paint {
     colour line = palette::ink;
     double line_width = 0.6;
     double opacity = 1;
-    bool lit = false;        ///< shaded by the direction of the element
-    bool hide_backs = false; ///< elements that show their back are left out: for closed surfaces
+    bool lit = false;          ///< shaded by the direction of the element
+    bool line_as_fill = false; ///< thin lines in the colour of the element, so that no gaps show
+    bool hide_backs = false;   ///< elements that show their back are left out: for closed surfaces
 
     /// One value per node or per element that gives the colour instead of `fill`; null: none.
     const std::vector<double>* values = nullptr;

@@ -23,6 +23,12 @@ MESHES = {
     "patch_falling": (17 * 11, 2 * 16 * 10),
     "patch_rising": (17 * 11, 2 * 16 * 10),
     "patch_alternating": (17 * 11, 2 * 16 * 10),
+    "sweep_strip": (11 * 25, 10 * 24),
+    "sweep_ring": (7 * 48, 2 * 6 * 48),
+    "sweep_layer": (96 * 12, 96 * 11),
+    "sweep_vase": (29 * 56, 28 * 56),
+    "sweep_helix": (8 * 73, 7 * 72),
+    "sweep_spring": (16 * 151, 2 * 16 * 150),
     "disk_quads": (12 * 36 + 4 * 6 + 1, 12 * 36),
     "disk_triangles": (12 * 36 + 4 * 6 + 1, 24 * 36),
     "sphere_quads": (24 * 36 + 2, 24 * 36),
@@ -39,7 +45,7 @@ MESHES = {
 }
 
 # Elements on each picture, where all of them are seen.
-OPEN = ("patch_", "disk_", "convert_")
+OPEN = ("patch_", "sweep_", "disk_", "convert_")
 PICTURES = {name: MESHES[name][1] for name in MESHES if name.startswith(OPEN)}
 
 # Pictures of closed surfaces, where those that look away are left out.
