@@ -306,7 +306,9 @@ void place_nodes(const dense2D<unsigned>& connect, const element_order& order,
                                                pos.data(),          pos.ld};
     if (order.edge_nodes > 0) placement.place_on_edges();
     if (nodes.inside == 0) return;
-    for (std::size_t j = nodes.first_inside; j < pos.cols; ++j) std::fill_n(pos[j], Dim, 0.0);
+    if (order.in_triangle == 3) { // some of these places stay unused
+        for (std::size_t j = nodes.first_inside; j < pos.cols; ++j) std::fill_n(pos[j], Dim, 0.0);
+    }
     placement.place_inside(nodes.first_inside);
 }
 

@@ -62,29 +62,28 @@ inline void prefetch(const void* memory) noexcept {
 #endif
 }
 
-/// Asks for the columns that are needed in a few steps: those of the element `far` behind the head of
-/// the queue, and those of the neighbours of a nearer one, whose own column has come by then.
+/// Asks for the columns that are needed in a few steps: those of an element far behind the head of the
+/// queue, and those of the neighbours, not met before, of a nearer one, whose own column has come by
+/// then.
 template <class Shape>
 void prefetch_ahead(const surface& mesh, const reorientation& walk) noexcept {
-    constexpr std::size_t near = 4;
-    constexpr std::size_t far = 8;
+    constexpr std::size_t near = 6;
+    constexpr std::size_t far = 16;
     const unsigned* const next = walk.queue.data() + walk.head;
     const std::size_t waiting = walk.tail - walk.head;
-    if (waiting > far) {
-        prefetch(mesh.across[next[far]]);
-        prefetch(mesh.cells[next[far]]);
-    }
-    if (waiting > near) {
-        const unsigned* const across = mesh.across[next[near]];
-        for (unsigned k = 0; k < Shape::rows; ++k) {
-            if (across[k] >= mesh.elements) continue;
-            prefetch(mesh.cells[across[k]]);
-            prefetch(mesh.across[across[k]]);
-        }
+    if (waiting <= far) return;
+    prefetch(mesh.across[next[far]]);
+    prefetch(mesh.cells[next[far]]);
+    const unsigned* const across = mesh.across[next[near]];
+    for (unsigned k = 0; k < Shape::rows; ++k) {
+        if (across[k] >= mesh.elements || walk.queued.holds(across[k])) continue;
+        prefetch(mesh.cells[across[k]]);
+        prefetch(mesh.across[across[k]]);
     }
 }
 
-/// Turns the neighbours of e that run along the common edge as e does.
+/// Turns the neighbours of e that run along the common edge as e does. Whether they do is a coin's toss
+/// in a bad mesh, so that the exchange is written without a branch.
 template <class Shape>
 void process(const surface& mesh, unsigned e, reorientation& walk) noexcept {
     const unsigned* const cell = mesh.cells[e];
@@ -95,18 +94,11 @@ void process(const surface& mesh, unsigned e, reorientation& walk) noexcept {
         if (f >= mesh.elements || walk.processed.holds(f)) continue;
         unsigned* const other = mesh.cells[f];
         const unsigned other_corners = Shape::corners(other);
-        switch (side_of_edge(edge_nodes(cell, corners, k), other, other_corners)) {
-        case side::same_direction:
-            turn_over(other);
-            turn_over_neighbors(mesh.across[f], other_corners);
-            ++walk.count;
-            break;
-        case side::opposite_direction:
-            break;
-        case side::not_on_edge:
-            walk.count = conflict;
-            break;
-        }
+        const side found = side_of_edge(edge_nodes(cell, corners, k), other, other_corners);
+        const bool turns = found == side::same_direction;
+        turn_over(other, turns);
+        turn_over_neighbors(mesh.across[f], other_corners, turns);
+        walk.count = found == side::not_on_edge ? conflict : walk.count + (turns ? 1 : 0);
         walk.push(f);
         if (walk.count < 0) break;
     }

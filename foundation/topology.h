@@ -15,15 +15,15 @@
 #include "foundation/call_frame.h"
 #include "foundation/hbuckets.h"
 
-#include <utility>
-
 namespace zel::tessel2d {
 
 /// The first of the `corners` (3 or 4) rows of a column that holds the node, or 0xFFFFFFFF.
 inline unsigned local_node_index(unsigned node, const unsigned* cell, unsigned corners) noexcept {
-    for (unsigned i = 0; i < corners; ++i)
-        if (cell[i] == node) return i;
-    return no_node;
+    // From the last row on and without leaving early: which row it is cannot be predicted.
+    unsigned row = corners == 4 && cell[3] == node ? 3 : no_node;
+    row = cell[2] == node ? 2 : row;
+    row = cell[1] == node ? 1 : row;
+    return cell[0] == node ? 0 : row;
 }
 
 /// The end nodes of local edge k, below `corners`, in the direction in which the element runs.
@@ -38,18 +38,26 @@ inline unsigned turn_edge(unsigned i, unsigned corners) noexcept {
     return corners == 3 ? (i + 1) % 3 : (i + 3) % 4;
 }
 
+/// Exchanges two numbers, or not.
+inline void swap_if(bool on, unsigned& x, unsigned& y) noexcept {
+    const unsigned a = x;
+    const unsigned b = y;
+    x = on ? b : a;
+    y = on ? a : b;
+}
+
 /// Turns a linear element over: nodes 0 and 2 change places.
-inline void turn_over(unsigned* cell) noexcept {
-    std::swap(cell[0], cell[2]);
+inline void turn_over(unsigned* cell, bool on = true) noexcept {
+    swap_if(on, cell[0], cell[2]);
 }
 
 /// What turning an element over does to its column of neighbours.
-inline void turn_over_neighbors(unsigned* across, unsigned corners) noexcept {
+inline void turn_over_neighbors(unsigned* across, unsigned corners, bool on = true) noexcept {
     if (corners == 3) {
-        std::swap(across[0], across[2]);
+        swap_if(on, across[0], across[2]);
     } else {
-        std::swap(across[0], across[1]);
-        std::swap(across[2], across[3]);
+        swap_if(on, across[0], across[1]);
+        swap_if(on, across[2], across[3]);
     }
 }
 
