@@ -138,7 +138,7 @@ private:
     // Far enough for memory to answer, near enough for the answers to wait in the cache.
     static constexpr std::size_t look_ahead = 8;
 
-    void prefetch(std::size_t e) const noexcept {
+    [[gnu::always_inline]] void prefetch(std::size_t e) const noexcept {
         if (e >= elements || map.used == 0) return;
         const unsigned* const cell = cells[e];
         const unsigned corners = Shape::corners(cell);

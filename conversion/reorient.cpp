@@ -54,19 +54,12 @@ struct surface {
     std::size_t elements;
 };
 
-inline void prefetch(const void* memory) noexcept {
-#if defined(__GNUC__)
-    __builtin_prefetch(memory, 1);
-#else
-    static_cast<void>(memory);
-#endif
-}
-
 /// Asks for the columns that are needed in a few steps: those of an element far behind the head of the
 /// queue, and those of the neighbours, not met before, of a nearer one, whose own column has come by
 /// then.
 template <class Shape>
-void prefetch_ahead(const surface& mesh, const reorientation& walk) noexcept {
+[[gnu::always_inline]] inline void prefetch_ahead(const surface& mesh,
+                                                  const reorientation& walk) noexcept {
     constexpr std::size_t near = 6;
     constexpr std::size_t far = 16;
     const unsigned* const next = walk.queue.data() + walk.head;

@@ -102,14 +102,17 @@ columns<T> columns_of(dense2D<T>& m) noexcept {
     return {m.data(), m.ld};
 }
 
-/// Asks the processor for memory that is read a little later.
-inline void prefetch(const void* memory) noexcept {
+/// Asks the processor for memory that is needed a little later.
+///
+/// Inlined by force: gcc takes a function that only prefetches for one without effect and drops calls
+/// to it. The same holds for a function around this one that does nothing else.
 #if defined(__GNUC__)
+[[gnu::always_inline]] inline void prefetch(const void* memory) noexcept {
     __builtin_prefetch(memory);
-#else
-    static_cast<void>(memory);
-#endif
 }
+#else
+inline void prefetch(const void*) noexcept {}
+#endif
 
 } // namespace tessel2d
 } // namespace zel

@@ -153,13 +153,14 @@ private:
     }
 };
 
-/// Asks for memory that will be wanted soon.
-inline void prefetch(const void* memory) noexcept {
+/// Asks for memory that will be wanted soon. Inlined by force, since gcc drops calls to a function that
+/// only prefetches.
 #if defined(__GNUC__)
+[[gnu::always_inline]] inline void prefetch(const void* memory) noexcept {
     __builtin_prefetch(memory);
-#else
-    static_cast<void>(memory);
-#endif
 }
+#else
+inline void prefetch(const void*) noexcept {}
+#endif
 
 } // namespace zel::tessel
