@@ -42,7 +42,6 @@ struct reorientation {
         return queue.resize(elements) && queued.start(elements) && processed.start(elements);
     }
     void push(unsigned e) noexcept {
-        if (queued.holds(e)) return;
         queued.add(e);
         queue.data()[tail++] = e;
     }
@@ -69,14 +68,14 @@ template <class Shape>
     prefetch(mesh.cells[next[far]]);
     const unsigned* const across = mesh.across[next[near]];
     for (unsigned k = 0; k < Shape::rows; ++k) {
-        if (across[k] >= mesh.elements || walk.queued.holds(across[k])) continue;
-        prefetch(mesh.cells[across[k]]);
-        prefetch(mesh.across[across[k]]);
+        const std::size_t f = std::min<std::size_t>(across[k], mesh.elements - 1);
+        prefetch(mesh.cells[f]);
+        prefetch(mesh.across[f]);
     }
 }
 
-/// Turns the neighbours of e that run along the common edge as e does. Whether they do is a coin's toss
-/// in a bad mesh, so that the exchange is written without a branch.
+/// Turns the neighbours of e that run along the common edge as e does. Whether one that is met for the
+/// first time does is a coin's toss in a bad mesh, so that the exchange itself has no branch.
 template <class Shape>
 void process(const surface& mesh, unsigned e, reorientation& walk) noexcept {
     const unsigned* const cell = mesh.cells[e];
@@ -89,10 +88,13 @@ void process(const surface& mesh, unsigned e, reorientation& walk) noexcept {
         const unsigned other_corners = Shape::corners(other);
         const side found = side_of_edge(edge_nodes(cell, corners, k), other, other_corners);
         const bool turns = found == side::same_direction;
-        turn_over(other, turns);
-        turn_over_neighbors(mesh.across[f], other_corners, turns);
+        const bool is_new = !walk.queued.holds(f);
+        if (is_new || turns) {
+            turn_over(other, turns);
+            turn_over_neighbors(mesh.across[f], other_corners, turns);
+        }
         walk.count = found == side::not_on_edge ? conflict : walk.count + (turns ? 1 : 0);
-        walk.push(f);
+        if (is_new) walk.push(f);
         if (walk.count < 0) break;
     }
 }
