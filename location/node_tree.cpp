@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <type_traits>
+#include <utility>
 
 namespace zel::tessel2d {
 
@@ -52,12 +52,6 @@ std::uint32_t place_on_curve(const grid_point& p, unsigned levels) noexcept {
     return spread_bits(p.y >> drop) * 2 + spread_bits(p.x >> drop);
 }
 
-/// Turns counts into the places where the runs begin.
-void begin_of_runs(std::size_t* count, std::size_t runs) noexcept {
-    std::size_t sum = 0;
-    for (std::size_t r = 0; r < runs; ++r) sum += std::exchange(count[r], sum);
-}
-
 /// The most levels that leave one node a cell.
 unsigned levels_for(std::size_t nodes) noexcept {
     unsigned levels = 0;
@@ -67,35 +61,29 @@ unsigned levels_for(std::size_t nodes) noexcept {
 
 // ------------------------------------------------------------------------------------- list of nodes
 
-/// Nodes per element to reserve a list for; an estimate, since nodes are shared.
-template <class Shape>
-constexpr double nodes_per_element = std::is_same_v<Shape, triangle_cells> ? 0.5
-                                     : std::is_same_v<Shape, quad_cells>   ? 1.0
-                                                                           : 1.75;
-
-/// Appends the distinct nodes of the mesh in the order in which they first appear. False: memory is
-/// exhausted before there is a list at all; nodes for which it cannot grow are left out.
+/// Lists the distinct nodes of the mesh in the order in which they first appear. False: memory is
+/// exhausted.
 template <class Shape>
 bool list_nodes(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& nodes) noexcept {
-    constexpr std::size_t bits = 32;
-    dense1D<unsigned, 8> listed; // one bit per node
-    const auto estimate =
-        static_cast<std::size_t>(static_cast<double>(connect.cols) * nodes_per_element<Shape>);
-    if (!listed.resize(max_index(connect) / bits + 1, 0u) || !nodes.reserve(estimate, 1))
+    const std::size_t bound = std::size_t{max_index(connect)} + 1;
+    dense1D<unsigned, 8> listed; // a byte per node, which is faster to set than a bit
+    if (!listed.resize(bound / sizeof(unsigned) + 1, 0) ||
+        !nodes.resize(std::min(bound, connect.rows * connect.cols))) {
         return false;
+    }
     const columns<const unsigned> cells = columns_of(connect);
-    unsigned* const words = listed.data();
+    unsigned char* const is_listed = reinterpret_cast<unsigned char*>(listed.data());
+    unsigned* next = nodes.data();
     for (std::size_t e = 0; e < connect.cols; ++e) {
         const unsigned* const cell = cells[e];
         const unsigned corners = Shape::corners(cell);
         for (unsigned i = 0; i < corners; ++i) {
-            unsigned& word = words[cell[i] / bits];
-            const unsigned bit = 1u << (cell[i] % bits);
-            if ((word & bit) != 0) continue;
-            word |= bit;
-            nodes.push_back(cell[i]);
+            if (is_listed[cell[i]] != 0) continue;
+            is_listed[cell[i]] = 1;
+            *next++ = cell[i];
         }
     }
+    nodes.resize(static_cast<std::size_t>(next - nodes.data()));
     return true;
 }
 
@@ -284,47 +272,30 @@ unsigned bit_length(std::uint32_t x) noexcept {
 
 bool curve_order::sort(const node_grid& grid, const points_view<2>& pos,
                        const dense1D<unsigned, 8>& list) noexcept {
-    // An entry is the place on the curve and the node. Two stable passes, by the low and the high half
-    // of the place, write to few runs at a time each.
-    using entry = unsigned long long;
-    constexpr unsigned node_bits = 32;
     const std::size_t n = list.size;
     levels = levels_for(n);
-    const unsigned half_bits = levels;
-    const std::size_t halves = std::size_t{1} << half_bits;
-    const std::size_t cells = halves * halves;
-    dense1D<entry, 8> keyed, half_sorted;
-    if (!keyed.resize(n) || !half_sorted.resize(n) || !nodes.resize(n) || !runs.resize(cells + 1))
-        return false;
-
-    std::size_t low[std::size_t{1} << most_levels] = {};
-    std::size_t high[std::size_t{1} << most_levels] = {};
-    const auto low_half = [=](entry e) { return (e >> node_bits) & (halves - 1); };
-    const auto high_half = [=](entry e) { return e >> (node_bits + half_bits); };
-    entry* const from = keyed.data();
+    const std::size_t cells = std::size_t{1} << (2 * levels);
+    dense1D<unsigned, 8> places;
+    runs.clear();
+    if (!places.resize(n) || !nodes.resize(n) || !runs.resize(cells + 1, 0)) return false;
     const unsigned* const ids = list.data();
+    unsigned* const begin = runs.data();
+    unsigned* const at = places.data();
     for (std::size_t i = 0; i < n; ++i) {
         prefetch_ahead(pos, ids, i, n);
-        const entry e = entry{place_on_curve(grid(pos[ids[i]]), levels)} << node_bits | ids[i];
-        from[i] = e;
-        ++low[low_half(e)];
-        ++high[high_half(e)];
+        at[i] = place_on_curve(grid(pos[ids[i]]), levels);
+        ++begin[at[i]];
     }
-    begin_of_runs(low, halves);
-    begin_of_runs(high, halves);
-    entry* const between = half_sorted.data();
-    for (std::size_t i = 0; i < n; ++i) between[low[low_half(from[i])]++] = from[i];
-    for (std::size_t i = 0; i < n; ++i) from[high[high_half(between[i])]++] = between[i];
-
-    std::size_t place = 0;
-    unsigned* const begin = runs.data();
+    unsigned sum = 0;
+    for (std::size_t c = 0; c <= cells; ++c) sum += std::exchange(begin[c], sum);
     unsigned* const sorted = nodes.data();
     for (std::size_t i = 0; i < n; ++i) {
-        for (const std::size_t at = from[i] >> node_bits; place <= at; ++place)
-            begin[place] = static_cast<unsigned>(i);
-        sorted[i] = static_cast<unsigned>(from[i]);
+        if (n - i > ahead) prefetch(sorted + begin[at[i + ahead]]);
+        sorted[begin[at[i]]++] = ids[i];
     }
-    std::fill(begin + place, begin + cells + 1, static_cast<unsigned>(n));
+    // Each begin has moved to the end of its run, which is where the next one begins.
+    std::copy_backward(begin, begin + cells, begin + cells + 1);
+    begin[0] = 0;
     return true;
 }
 
@@ -410,7 +381,7 @@ void node_tree::fit_box(dense1D<unsigned, 8>& nodes) noexcept {
 bool node_tree::plant(const dense1D<unsigned, 8>& nodes) noexcept {
     curve_order order;
     if (!order.sort(grid, pos, nodes)) return false;
-    if (!entries.resize(order.runs.size - 1)) return false;
+    entries = order.runs; // each place is overwritten when its run has been read
     entry_levels = order.levels;
     cells.resize(4, std::max(nodes.size, cells.cols)); // about what is needed
     plant_cell(order, 0, 0, 0);

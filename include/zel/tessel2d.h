@@ -5,6 +5,7 @@
 #include "zel/tessel2d/disks.h"
 #include "zel/tessel2d/extrusion.h"
 #include "zel/tessel2d/generators.h"
+#include "zel/tessel2d/location.h"
 #include "zel/tessel2d/measures.h"
 #include "zel/tessel2d/orientation.h"
 #include "zel/tessel2d/spheres.h"

@@ -1,0 +1,81 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "zel/tessel2d/location.h"
+
+#include "location/orphans.h"
+
+namespace zel::tessel2d {
+
+namespace {
+
+/// The value at local coordinates from those at the corners. One component passes none of its numbers
+/// to another, so that a column may be written while its element is read.
+double triangle_value(double f0, double f1, double f2, const point<2>& st) noexcept {
+    return (f1 - f2) * st[1] + (f0 - f2) * st[0] + f2;
+}
+double quad_value(double f0, double f1, double f2, double f3, const point<2>& uv) noexcept {
+    const double s = (uv[0] + 1) * 0.5;
+    const double t = (uv[1] + 1) * 0.5;
+    const double a = (f1 - f0) * s + f0;
+    const double b = (f2 - f3) * s + f3;
+    return (b - a) * t + a;
+}
+
+/// Fills the columns of a field.
+struct field_rule {
+    columns<double> field;
+    std::size_t components;
+
+    bool wants(unsigned) const noexcept { return true; }
+    void in_element(unsigned node, const unsigned* cell, unsigned corners,
+                    const point<2>& at) const noexcept {
+        double* const to = field[node];
+        const double* const f0 = field[cell[0]];
+        const double* const f1 = field[cell[1]];
+        const double* const f2 = field[cell[2]];
+        if (corners == 3) {
+            for (std::size_t i = 0; i < components; ++i)
+                to[i] = triangle_value(f0[i], f1[i], f2[i], at);
+        } else {
+            const double* const f3 = field[cell[3]];
+            for (std::size_t i = 0; i < components; ++i)
+                to[i] = quad_value(f0[i], f1[i], f2[i], f3[i], at);
+        }
+    }
+    void from_node(unsigned node, unsigned closest) const noexcept {
+        std::copy_n(field[closest], components, field[node]);
+    }
+};
+
+} // namespace
+
+int interpolate(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                const dense2D<unsigned>& neighbors, const dense1D<unsigned, 8>& ancestors,
+                dense2D<double>& field, const dense1D<unsigned, 8>& nodes, element_type type) {
+    if (nodes.empty()) return status_ok;
+    if (const int status = check_located_mesh(pos, connect, neighbors, ancestors, type))
+        return status;
+    if (field.cols != pos.cols) return -5;
+    if (!tessel::check_IDs(nodes, node_bound(pos))) return -6;
+    dense2D<double> places = pos;
+    if (!separate(places, field)) return status_ok; // no memory, no node served
+    carry_onto_orphans(places, connect, neighbors, ancestors, nodes, type,
+                       field_rule{columns_of(field), field.rows});
+    return status_ok;
+}
+
+int interpolate(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                const dense2D<unsigned>& neighbors, const dense1D<unsigned, 8>& ancestors,
+                dense1D<double, 8>& field, const dense1D<unsigned, 8>& nodes, element_type type) {
+    if (nodes.empty()) return status_ok;
+    if (const int status = check_located_mesh(pos, connect, neighbors, ancestors, type))
+        return status;
+    if (field.size != pos.cols) return -5;
+    if (!tessel::check_IDs(nodes, node_bound(pos))) return -6;
+    dense2D<double> places = pos;
+    if (!separate(places, field)) return status_ok;
+    carry_onto_orphans(places, connect, neighbors, ancestors, nodes, type,
+                       field_rule{{field.data(), 1}, 1});
+    return status_ok;
+}
+
+} // namespace zel::tessel2d

@@ -1,0 +1,549 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "location/locate.h"
+
+#include "located_meshes.h"
+#include "support/checks.h"
+#include "support/failing_alloc.h"
+#include "support/meshes.h"
+
+#include <gmock/gmock.h>
+
+#include <vector>
+
+namespace {
+
+using namespace zel_test;
+using namespace zel::tessel2d;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+using place = zel::vector_fixed<double, 2>;
+constexpr double nan = zel_test::nan; // of two by that name
+
+constexpr double slack = 1e-6;
+
+/// A searcher that always answers the same two nodes and counts the questions.
+struct fixed_searcher {
+    unsigned close;
+    unsigned closest;
+    mutable int asked_close = 0;
+    mutable int asked_closest = 0;
+
+    fixed_searcher(unsigned near, unsigned nearest) : close(near), closest(nearest) {}
+    unsigned find_close(const place&) const {
+        ++asked_close;
+        return close;
+    }
+    unsigned find_closest(const place&) const {
+        ++asked_closest;
+        return closest;
+    }
+};
+
+located_mesh view_of(const adjacent_mesh& m) {
+    return {m.pos, m.connect, m.neighbors, m.ancestors};
+}
+
+struct outcome {
+    int status;
+    unsigned element;
+    std::uint64_t steps;
+};
+
+template <class Shape>
+outcome walk_from(const adjacent_mesh& m, unsigned element, const place& p,
+                  double tolerance = slack) {
+    std::uint64_t steps = 99;
+    const int status = walk<Shape>(view_of(m), p, element, tolerance, steps);
+    return {status, element, steps};
+}
+
+template <class Shape, class Searcher>
+outcome locate_with(const adjacent_mesh& m, const Searcher& searcher, const place& p,
+                    bool around = true, unsigned element = no_node) {
+    std::optional<node_fan> fan;
+    std::uint64_t steps = 99;
+    const int status = locate<Shape>(view_of(m), searcher, p, slack, element, around, steps, fan);
+    return {status, element, steps};
+}
+
+adjacent_mesh two_triangles() {
+    return {"two triangles",
+            zel::ELEMENT_T3,
+            {points({{0, 0}, {1, 0}, {1, 1}, {0, 1}}), cells({{0, 1, 2}, {0, 2, 3}})}};
+}
+adjacent_mesh one_triangle() {
+    return {
+        "one triangle", zel::ELEMENT_T3, {points({{0, 0}, {1, 0}, {0, 1}}), cells({{0, 1, 2}})}};
+}
+
+// ---------------------------------------------------------------------------------------- the draws
+
+TEST(Draws, TheFirst64AreFixedNumbers) {
+    const unsigned expected[64] = {0, 3, 0, 2, 3, 2, 1, 1, 0, 3, 0, 0, 0, 1, 0, 0, 3, 2, 2, 3, 0, 1,
+                                   2, 0, 0, 2, 2, 1, 2, 0, 0, 3, 2, 2, 2, 1, 3, 0, 0, 2, 3, 3, 3, 2,
+                                   2, 3, 1, 1, 1, 3, 3, 1, 1, 3, 0, 1, 1, 2, 0, 3, 0, 3, 3, 2};
+    draws random;
+    std::vector<unsigned> drawn;
+    for (int i = 0; i < 64; ++i) drawn.push_back(random.next());
+    EXPECT_THAT(drawn, ElementsAreArray(expected));
+}
+
+TEST(Draws, TheFourthEdgeOfATriangleIsItsFirst) {
+    for (unsigned d = 0; d < 4; ++d) {
+        EXPECT_EQ(d % 3, edge_of_draw(d, 3));
+        EXPECT_EQ(d, edge_of_draw(d, 4));
+    }
+}
+
+// -------------------------------------------------------------------------------------- one element
+
+TEST(ExitEdge, TriesTheEdgesInTurnAndTheStartLast) {
+    // Beyond node 1 of the triangle: edges 0 (opposite node 0) and 2 (opposite node 2) fail.
+    const auto m = one_triangle();
+    const place beyond{2, -0.1};
+    const points_view<2> pos(m.pos);
+    EXPECT_EQ(2U, exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 0));
+    EXPECT_EQ(2U, exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 1));
+    EXPECT_EQ(0U, exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 2));
+}
+
+TEST(ExitEdge, NumbersTheEdgesOfQuadrilateralsByTheirFirstNode) {
+    const auto g = unit_square();
+    const points_view<2> pos(g.pos);
+    for (unsigned start = 0; start < 4; ++start) {
+        EXPECT_EQ(0U, exit_edge<quad_cells>(pos, g.connect[0], {0.5, -1}, slack, start));
+        EXPECT_EQ(1U, exit_edge<quad_cells>(pos, g.connect[0], {2, 0.5}, slack, start));
+        EXPECT_EQ(2U, exit_edge<quad_cells>(pos, g.connect[0], {0.5, 2}, slack, start));
+        EXPECT_EQ(3U, exit_edge<quad_cells>(pos, g.connect[0], {-1, 0.5}, slack, start));
+        EXPECT_EQ(inside, exit_edge<quad_cells>(pos, g.connect[0], {0.5, 0.5}, slack, start));
+        EXPECT_EQ(inside, exit_edge<mixed_cells>(pos, g.connect[0], {1, 1}, slack, start));
+    }
+}
+
+TEST(ExitEdge, LetsPassWhatIsWithinToleranceTimesTheDoubledArea) {
+    // The unit triangle has a doubled area of 1: a point at y below side 2 of length 1 has -y.
+    const auto m = one_triangle();
+    const points_view<2> pos(m.pos);
+    EXPECT_EQ(inside, exit_edge<triangle_cells>(pos, m.connect[0], {0.25, -0.125}, 0.125, 0));
+    EXPECT_EQ(2U, exit_edge<triangle_cells>(pos, m.connect[0], {0.25, std::nextafter(-0.125, -1.0)},
+                                            0.125, 0));
+    EXPECT_EQ(inside, exit_edge<triangle_cells>(pos, m.connect[0], {0.25, 0}, 0, 0));
+    EXPECT_EQ(2U, exit_edge<triangle_cells>(pos, m.connect[0], {0.25, 0.0625}, -0.125, 0));
+}
+
+TEST(ExitEdge, ElementsWithoutPositiveFiniteSizeAreDegenerate) {
+    const auto size_of = [](const dense2D<double>& pos) {
+        const unsigned cell[4] = {0, 1, 2, no_node};
+        return exit_edge<mixed_cells>(points_view<2>(pos), cell, {0, 0}, slack, 0);
+    };
+    EXPECT_EQ(degenerate, size_of(points({{0, 0}, {1, 1}, {2, 2}}))) << "flat";
+    EXPECT_EQ(degenerate, size_of(points({{0, 0}, {0, 1}, {1, 0}}))) << "clockwise";
+    EXPECT_EQ(degenerate, size_of(points({{0, 0}, {1e200, 0}, {0, 1e200}}))) << "overflowing";
+    EXPECT_EQ(degenerate, size_of(points({{0, 0}, {nan, 0}, {0, 1}}))) << "not a number";
+    EXPECT_NE(degenerate, size_of(points({{0, 0}, {1e150, 0}, {0, 1e150}})));
+    const unsigned quad[4] = {0, 1, 2, 3};
+    const auto clockwise = points({{0, 0}, {0, 1}, {1, 1}, {1, 0}});
+    EXPECT_EQ(degenerate,
+              exit_edge<quad_cells>(points_view<2>(clockwise), quad, {0.5, 0.5}, slack, 0));
+}
+
+TEST(ExitEdge, AllEdgesFailForAPointThatIsNotANumber) {
+    const auto m = one_triangle();
+    for (unsigned start = 0; start < 3; ++start)
+        EXPECT_EQ((start + 1) % 3, exit_edge<triangle_cells>(points_view<2>(m.pos), m.connect[0],
+                                                             {nan, 0.1}, slack, start));
+}
+
+// ------------------------------------------------------------------------------------------ the walk
+
+TEST(Walk, StaysInTheElementThatHoldsThePoint) {
+    const auto got = walk_from<triangle_cells>(two_triangles(), 1, {0.2, 0.8});
+    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(1U, got.element);
+    EXPECT_EQ(1U, got.steps);
+}
+
+TEST(Walk, CrossesTheSideThatHasThePointBeyondIt) {
+    const auto got = walk_from<triangle_cells>(two_triangles(), 0, {0.2, 0.8});
+    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(1U, got.element);
+    EXPECT_EQ(2U, got.steps);
+}
+
+TEST(Walk, ReachesEveryElementOfAGridFromEveryOther) {
+    const adjacent_mesh m("grid", zel::ELEMENT_FACE, grid_mixed(7, 6));
+    for (unsigned from = 0; from < m.connect.cols; ++from)
+        for (unsigned to = 0; to < m.connect.cols; ++to) {
+            place p{0, 0};
+            const unsigned n = corner_count(m.connect, to);
+            for (unsigned k = 0; k < n; ++k)
+                for (std::size_t i = 0; i < 2; ++i) p[i] += m.pos(i, m.connect(k, to)) / n;
+            const auto got = walk_from<mixed_cells>(m, from, p);
+            EXPECT_EQ(found, got.status);
+            EXPECT_EQ(to, got.element);
+        }
+}
+
+TEST(Walk, WithoutAnElementEndsBeforeItBegins) {
+    const auto got = walk_from<triangle_cells>(two_triangles(), no_node, {0.2, 0.8});
+    EXPECT_EQ(not_found, got.status);
+    EXPECT_EQ(no_node, got.element);
+    EXPECT_EQ(0U, got.steps);
+}
+
+TEST(Walk, FallingOffTheMeshEarlyIsNotFound) {
+    adjacent_mesh m = two_triangles();
+    m.connect = cells({{0, 1, 2}, {0, 2, 3}, {0, 2, 3}}); // a third, which nothing leads to
+    m.neighbors =
+        cells({{no_node, 1, no_node}, {no_node, no_node, 0}, {no_node, no_node, no_node}});
+    const auto got = walk_from<triangle_cells>(m, 0, {2, 0.5});
+    EXPECT_EQ(not_found, got.status);
+    EXPECT_EQ(no_node, got.element);
+    EXPECT_EQ(1U, got.steps);
+}
+
+TEST(Walk, FallingOffAtExactlyTheLastElementIsToldApart) {
+    // Two elements: the walk crosses from 0 to 1, its second and last one, and falls off there.
+    const auto got = walk_from<triangle_cells>(two_triangles(), 0, {-1, 0.9});
+    EXPECT_EQ(ended_at_last, got.status);
+    EXPECT_EQ(no_node, got.element);
+    EXPECT_EQ(2U, got.steps);
+}
+
+TEST(Walk, EveryFailingWalkInAMeshOfOneElementEndsAtTheLast) {
+    for (const place& p : {place{2, 2}, place{-1, 0}, place{0.1, -3}, place{nan, 0}})
+        EXPECT_EQ(ended_at_last, walk_from<triangle_cells>(one_triangle(), 0, p).status);
+}
+
+TEST(Walk, ADegenerateElementEndsIt) {
+    adjacent_mesh m = two_triangles();
+    m.connect = cells({{0, 1, 2}, {0, 3, 2}, {0, 2, 3}}); // the second is clockwise
+    m.neighbors =
+        cells({{no_node, 1, no_node}, {no_node, 0, no_node}, {no_node, no_node, no_node}});
+    const auto got = walk_from<triangle_cells>(m, 0, {0.2, 0.8});
+    EXPECT_EQ(met_degenerate, got.status);
+    EXPECT_EQ(no_node, got.element);
+    EXPECT_EQ(2U, got.steps);
+}
+
+TEST(Walk, ADegenerateElementThatIsTheLastOneIsToldApart) {
+    adjacent_mesh m = two_triangles();
+    m.connect = cells({{0, 1, 2}, {0, 3, 2}});
+    EXPECT_EQ(ended_at_last, walk_from<triangle_cells>(m, 0, {0.2, 0.8}).status);
+}
+
+TEST(Walk, LooksAtNoMoreElementsThanThereAre) {
+    // Each triangle sends a point that is in neither of them to the other one.
+    adjacent_mesh m = two_triangles();
+    m.neighbors = cells({{1, 1, 1}, {0, 0, 0}});
+    const auto got = walk_from<triangle_cells>(m, 0, {nan, nan});
+    EXPECT_EQ(not_found, got.status);
+    EXPECT_EQ(no_node, got.element);
+    EXPECT_EQ(3U, got.steps) << "one more than there are";
+}
+
+TEST(Walk, AtTheBoundaryAnotherFailingSideIsTried) {
+    // From the left cell of an L the point beyond its right and its upper side is reached across the
+    // upper one, whichever of them is tried first.
+    const auto grid = grid_Q4(2, 2);
+    const adjacent_mesh m("L", zel::ELEMENT_Q4,
+                          without(grid, [](double x, double y) { return x > 0.5 && y < 0.5; }));
+    ASSERT_EQ(3U, m.connect.cols);
+    const auto got = walk_from<quad_cells>(m, 0, {0.75, 0.75});
+    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(2U, got.element);
+}
+
+TEST(Walk, IsTheSameEveryTime) {
+    const adjacent_mesh m("grid", zel::ELEMENT_T3, grid_T3(30, 30));
+    const auto first = walk_from<triangle_cells>(m, 0, {0.9, 0.95});
+    for (int i = 0; i < 3; ++i) {
+        const auto again = walk_from<triangle_cells>(m, 0, {0.9, 0.95});
+        EXPECT_EQ(first.element, again.element);
+        EXPECT_EQ(first.steps, again.steps);
+    }
+}
+
+// ------------------------------------------------------------------------------ the elements of a node
+
+template <class Shape>
+std::vector<unsigned> ball(const adjacent_mesh& m, unsigned node, unsigned first, int status = 0,
+                           bool* closed = nullptr) {
+    node_fan fan;
+    EXPECT_EQ(status, node_ball<Shape>(view_of(m), node, first, fan));
+    if (closed) *closed = fan.closed;
+    return values(fan.elements);
+}
+
+/// Six triangles around node 0.
+adjacent_mesh hexagon() {
+    mesh g{dense2D<double>(2, 7, 0.0), {}};
+    for (unsigned k = 0; k < 6; ++k) {
+        g.pos(0, k + 1) = std::cos(k * std::acos(-1.0) / 3);
+        g.pos(1, k + 1) = std::sin(k * std::acos(-1.0) / 3);
+        const unsigned t[3] = {0, k + 1, (k + 1) % 6 + 1};
+        zel::push_back_column3(t, g.connect);
+    }
+    return {"hexagon", zel::ELEMENT_T3, g};
+}
+
+TEST(NodeBall, ListsTheTrianglesOfAnInteriorNodeAndIsClosed) {
+    // Node 0 is the first of each: the edges at it are 2, pushed first, to the previous one, and 1 to
+    // the next one, which is therefore popped first.
+    bool closed = false;
+    EXPECT_THAT(ball<triangle_cells>(hexagon(), 0, 2, 0, &closed), ElementsAre(2, 3, 4, 5, 0, 1));
+    EXPECT_TRUE(closed);
+}
+
+TEST(NodeBall, AtTheBoundaryBothSidesAreListedAndItIsOpen) {
+    bool closed = true;
+    EXPECT_THAT(ball<triangle_cells>(hexagon(), 3, 1, 0, &closed), ElementsAre(1, 2));
+    EXPECT_FALSE(closed);
+}
+
+TEST(NodeBall, ListsTheQuadrilateralsOfANode) {
+    const adjacent_mesh m("grid", zel::ELEMENT_Q4, grid_Q4(2, 2));
+    bool closed = false;
+    // Cell 0 holds the node as its third: edge 2 leads up to 2, edge 1 to the right, popped first.
+    EXPECT_THAT(ball<quad_cells>(m, 4, 0, 0, &closed), ElementsAre(0, 1, 3, 2));
+    EXPECT_TRUE(closed);
+    EXPECT_THAT(ball<quad_cells>(m, 0, 0), ElementsAre(0));
+}
+
+TEST(NodeBall, FollowsEachShapeOfAMixedMesh) {
+    // Left a quadrilateral, right two triangles, all at node 1.
+    const adjacent_mesh m("mixed", zel::ELEMENT_FACE,
+                          {points({{0, 0}, {1, 0}, {1, 1}, {0, 1}, {2, 0}, {2, 1}}),
+                           cells({{0, 1, 2, 3}, {1, 4, 5, no_node}, {1, 5, 2, no_node}})});
+    bool closed = true;
+    EXPECT_THAT(ball<mixed_cells>(m, 1, 0, 0, &closed), ElementsAre(0, 2, 1));
+    EXPECT_FALSE(closed);
+}
+
+TEST(NodeBall, WithoutAFirstElementIsEmpty) {
+    bool closed = true;
+    EXPECT_THAT(ball<triangle_cells>(hexagon(), 0, no_node, 0, &closed), IsEmpty());
+    EXPECT_FALSE(closed);
+}
+
+TEST(NodeBall, KeepsWhatItHasWhenAnElementDoesNotHoldTheNode) {
+    EXPECT_THAT(ball<triangle_cells>(hexagon(), 5, 0, -1), IsEmpty());
+    adjacent_mesh wrong = hexagon();
+    wrong.neighbors(1, 3) = 0; // the way from 3 leads to 0, which has node 0 but not node 5
+    wrong.neighbors(0, 3) = 0;
+    EXPECT_THAT(ball<triangle_cells>(wrong, 5, 4, -1), testing::Not(IsEmpty()));
+}
+
+TEST(NodeBall, ALargeFanIsListedCompletely) {
+    mesh g{dense2D<double>(2, 301, 0.0), {}};
+    for (unsigned k = 0; k < 300; ++k) {
+        g.pos(0, k + 1) = std::cos(k * std::acos(-1.0) / 150);
+        g.pos(1, k + 1) = std::sin(k * std::acos(-1.0) / 150);
+        const unsigned t[3] = {0, k + 1, (k + 1) % 300 + 1};
+        zel::push_back_column3(t, g.connect);
+    }
+    const adjacent_mesh m("fan", zel::ELEMENT_T3, g);
+    auto listed = ball<triangle_cells>(m, 0, 7);
+    std::sort(listed.begin(), listed.end());
+    ASSERT_EQ(300U, listed.size());
+    for (unsigned k = 0; k < 300; ++k) EXPECT_EQ(k, listed[k]);
+}
+
+// ---------------------------------------------------------------------------------------- the search
+
+TEST(Locate, StartsAtTheElementOfANodeNearby) {
+    const fixed_searcher searcher(3, no_node);
+    const auto got = locate_with<triangle_cells>(two_triangles(), searcher, {0.2, 0.8});
+    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(1U, got.element);
+    EXPECT_EQ(1U, got.steps);
+    EXPECT_EQ(0, searcher.asked_closest);
+}
+
+TEST(Locate, StartsAtAGivenElementWithoutAsking) {
+    const fixed_searcher searcher(no_node, no_node);
+    const auto got = locate_with<triangle_cells>(two_triangles(), searcher, {0.2, 0.8}, true, 0);
+    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(1U, got.element);
+    EXPECT_EQ(0, searcher.asked_close);
+}
+
+TEST(Locate, WithoutANodeOrAnElementOfItNothingIsFound) {
+    adjacent_mesh m = two_triangles();
+    const auto nobody = locate_with<triangle_cells>(m, fixed_searcher(no_node, 0), {0.2, 0.8});
+    EXPECT_EQ(not_found, nobody.status);
+    EXPECT_EQ(no_node, nobody.element);
+    m.ancestors[3] = no_node;
+    EXPECT_EQ(not_found, locate_with<triangle_cells>(m, fixed_searcher(3, 0), {0.2, 0.8}).status);
+}
+
+TEST(Locate, AncestorsThatAreNoElementsAndNodesBeyondTheMeshCountAsNone) {
+    adjacent_mesh m = two_triangles();
+    for (const unsigned wrong : {2U, 1000000U, 0xFFFFFFFEU}) {
+        m.ancestors[3] = wrong;
+        const auto got = locate_with<triangle_cells>(m, fixed_searcher(3, 3), {0.2, 0.8});
+        EXPECT_EQ(not_found, got.status);
+    }
+    EXPECT_EQ(not_found, locate_with<triangle_cells>(m, fixed_searcher(4, 0), {0.2, 0.8}).status);
+    EXPECT_EQ(not_found,
+              locate_with<triangle_cells>(m, fixed_searcher(0xFFFFFFFEU, 0), {0.2, 0.8}).status);
+}
+
+/// Two columns of cells with a hole between them that no walk can cross.
+adjacent_mesh two_islands() {
+    return {"islands", zel::ELEMENT_Q4,
+            without(grid_Q4(5, 1), [](double x, double) { return x > 0.4 && x < 0.6; })};
+}
+
+TEST(Locate, AWalkThatFallsOffIsFollowedByOthersAroundTheClosestNode) {
+    const adjacent_mesh m = two_islands();
+    const fixed_searcher searcher(0, 5);
+    const auto got = locate_with<quad_cells>(m, searcher, {0.9, 0.5});
+    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(3U, got.element);
+    EXPECT_EQ(1, searcher.asked_closest);
+}
+
+TEST(Locate, WithoutSearchAroundTheFirstWalkDecides) {
+    const fixed_searcher searcher(0, 5);
+    const auto got = locate_with<quad_cells>(two_islands(), searcher, {0.9, 0.5}, false);
+    EXPECT_EQ(not_found, got.status);
+    EXPECT_EQ(no_node, got.element);
+    EXPECT_EQ(0, searcher.asked_closest);
+}
+
+TEST(Locate, WithoutAClosestNodeOrItsElementNothingIsFound) {
+    adjacent_mesh m = two_islands();
+    EXPECT_EQ(not_found, locate_with<quad_cells>(m, fixed_searcher(0, no_node), {0.9, 0.5}).status);
+    m.ancestors[5] = no_node;
+    const auto got = locate_with<quad_cells>(m, fixed_searcher(0, 5), {0.9, 0.5});
+    EXPECT_EQ(not_found, got.status);
+    EXPECT_EQ(no_node, got.element);
+}
+
+TEST(Locate, ADegenerateElementEndsTheSearchAtOnce) {
+    adjacent_mesh m = two_islands();
+    std::swap(m.connect(1, 0), m.connect(3, 0)); // clockwise
+    const fixed_searcher searcher(0, 5);
+    const auto got = locate_with<quad_cells>(m, searcher, {0.9, 0.5});
+    EXPECT_EQ(met_degenerate, got.status);
+    EXPECT_EQ(no_node, got.element);
+    EXPECT_EQ(0, searcher.asked_closest);
+}
+
+TEST(Locate, AWalkThatEndsAtTheLastElementEndsTheSearch) {
+    const fixed_searcher searcher(0, 2);
+    const auto got = locate_with<triangle_cells>(one_triangle(), searcher, {2, 2});
+    EXPECT_EQ(ended_at_last, got.status);
+    EXPECT_EQ(no_node, got.element);
+    EXPECT_EQ(0, searcher.asked_closest);
+}
+
+template <class Shape>
+void expect_all_found(const adjacent_mesh& m, const std::vector<place>& at) {
+    node_tree tree(m.pos);
+    tree.fill<Shape>(m.connect);
+    const tree_searcher searcher{tree, view_of(m).held_nodes()};
+    std::size_t elsewhere = 0;
+    for (const place& p : at) {
+        const auto got = locate_with<Shape>(m, searcher, p);
+        if (got.status != found) {
+            ++elsewhere;
+            ADD_FAILURE() << m.name << ": nothing found at " << p[0] << ", " << p[1];
+        } else {
+            EXPECT_GE(share_inside(m, got.element, p), -slack)
+                << m.name << " " << p[0] << ", " << p[1];
+        }
+        if (elsewhere > 5) return;
+    }
+}
+
+TEST(Locate, FindsEveryNodeEdgeMidpointAndCentroid) {
+    for (const adjacent_mesh& m : assorted_meshes()) {
+        std::vector<place> at;
+        for (std::size_t e = 0; e < m.connect.cols; ++e) {
+            const unsigned n = corner_count(m.connect, e);
+            place centroid{0, 0};
+            for (unsigned k = 0; k < n; ++k) {
+                const place a = place_of(m.pos, m.connect(k, e));
+                const place b = place_of(m.pos, m.connect((k + 1) % n, e));
+                at.push_back(a);
+                at.push_back({(a[0] + b[0]) / 2, (a[1] + b[1]) / 2});
+                for (std::size_t i = 0; i < 2; ++i) centroid[i] += a[i] / n;
+            }
+            at.push_back(centroid);
+        }
+        switch (m.type) {
+        case zel::ELEMENT_T3:
+            expect_all_found<triangle_cells>(m, at);
+            break;
+        case zel::ELEMENT_Q4:
+            expect_all_found<quad_cells>(m, at);
+            break;
+        default:
+            expect_all_found<mixed_cells>(m, at);
+            break;
+        }
+    }
+}
+
+TEST(Locate, SharedMemoryForFansChangesNothing) {
+    const adjacent_mesh m("holes", zel::ELEMENT_T3,
+                          without(grid_T3(20, 20), [](double x, double y) {
+                              return x > 0.3 && x < 0.7 && y > 0.3 && y < 0.7;
+                          }));
+    node_tree tree(m.pos);
+    tree.fill<triangle_cells>(m.connect);
+    const tree_searcher searcher{tree, view_of(m).held_nodes()};
+    std::optional<node_fan> shared;
+    random_numbers random(4);
+    for (int i = 0; i < 500; ++i) {
+        const place p{random.unit(), random.unit()};
+        unsigned element = no_node;
+        std::uint64_t steps = 0;
+        const int status =
+            locate<triangle_cells>(view_of(m), searcher, p, slack, element, true, steps, shared);
+        const auto alone = locate_with<triangle_cells>(m, searcher, p);
+        EXPECT_EQ(alone.status, status);
+        EXPECT_EQ(alone.element, element);
+        EXPECT_EQ(alone.steps, steps);
+    }
+}
+
+TEST(Locate, ThePointOutsideIsNeverFoundInAHole) {
+    for (const adjacent_mesh& m : assorted_meshes()) {
+        if (m.name != "triangles, holes") continue;
+        node_tree tree(m.pos);
+        tree.fill<triangle_cells>(m.connect);
+        const tree_searcher searcher{tree, view_of(m).held_nodes()};
+        const auto got = locate_with<triangle_cells>(m, searcher, {0.5, 0.5});
+        EXPECT_EQ(not_found, got.status);
+        EXPECT_EQ(no_node, got.element);
+        return;
+    }
+    FAIL() << "the mesh is missing";
+}
+
+TEST(Locate, ExhaustedMemoryLosesElementsAndNothingElse) {
+    const adjacent_mesh m = hexagon();
+    // Around node 0 the walks reach the element on the other side; the first one starts on a triangle
+    // that leads nowhere.
+    adjacent_mesh torn = m;
+    torn.neighbors(1, 0) = torn.neighbors(2, 0) = torn.neighbors(0, 0) = no_node;
+    torn.ancestors[0] = 2;
+    const fixed_searcher searcher(1, 0);
+    torn.ancestors[1] = 0;
+    const place p{-0.5, 0.1};
+    ASSERT_EQ(found, locate_with<triangle_cells>(torn, searcher, p).status);
+    fail_each_allocation([&](std::size_t k) {
+        arm_allocator(k);
+        const auto got = locate_with<triangle_cells>(torn, searcher, p);
+        disarm_allocator();
+        EXPECT_TRUE(got.status == found || got.status == not_found);
+        EXPECT_EQ(got.status == found ? 2U : no_node, got.element);
+    });
+}
+
+} // namespace
