@@ -9,21 +9,25 @@ namespace {
 
 /// Along a vector for each node.
 struct nodal_translation {
+    static constexpr std::size_t numbers = 4;
+    using point_and_vector = vector_fixed<double, 4>;
+
     struct step {
-        columns<const double> vectors;
         double s;
 
-        point<2> operator()(const point<2>& p, unsigned node) const noexcept {
-            if (s == 0) return p;
-            const double* const v = vectors[node];
-            return {p[0] + s * v[0], p[1] + s * v[1]};
+        point<2> operator()(const point_and_vector& p) const noexcept {
+            if (s == 0) return {p[0], p[1]};
+            return {p[0] + s * p[2], p[1] + s * p[3]};
         }
     };
 
     columns<const double> vectors;
     double scale;
 
-    step at(double s) const noexcept { return {vectors, s * scale}; }
+    point_and_vector origin(const point<2>& p, unsigned node) const noexcept {
+        return {p[0], p[1], vectors[node][0], vectors[node][1]};
+    }
+    step at(double s) const noexcept { return {s * scale}; }
 };
 
 template <class Sides>

@@ -12,13 +12,14 @@ namespace {
 
 /// About a centre in the plane, anticlockwise.
 struct plane_rotation {
+    static constexpr std::size_t numbers = 2;
+
     struct step {
         point<2> centre;
         double cosine;
         double sine;
 
-        point<2> operator()(const point<2>& p, unsigned) const noexcept {
-            const point<2> d = difference<2>(p, centre);
+        point<2> operator()(const point<2>& d) const noexcept {
             return {(d[0] * cosine - d[1] * sine) + centre[0],
                     (d[1] * cosine + d[0] * sine) + centre[1]};
         }
@@ -27,6 +28,7 @@ struct plane_rotation {
     point<2> centre;
     double angle;
 
+    point<2> origin(const point<2>& p, unsigned) const noexcept { return difference<2>(p, centre); }
     step at(double s) const noexcept {
         const double phi = s * angle;
         return {centre, std::cos(phi), std::sin(phi)};
@@ -35,23 +37,13 @@ struct plane_rotation {
 
 /// About an axis through a centre in space, in the sense of the right hand.
 struct space_rotation {
-    struct step {
-        point<3> centre;
-        rotation_state state;
-
-        point<3> operator()(const point<3>& p, unsigned) const noexcept {
-            return rotated(state, centre, p);
-        }
-    };
+    static constexpr std::size_t numbers = 3;
 
     point<3> centre;
     point<3> vector;
 
-    step at(double s) const noexcept {
-        step turn{centre, {}};
-        make_rotation_state(turn.state, {s * vector[0], s * vector[1], s * vector[2]});
-        return turn;
-    }
+    point<3> origin(const point<3>& p, unsigned) const noexcept { return difference<3>(p, centre); }
+    rotation_about at(double s) const noexcept { return {centre, s, vector}; }
 };
 
 // The length of a sweep is the way of the first node of the first edge. A node of two rows lies at z = 0.

@@ -4,6 +4,8 @@
 // The rotation that a rotation vector stands for, with its tangent operator and their derivatives.
 #include "foundation/point.h"
 
+#include <algorithm>
+
 namespace zel::tessel2d {
 
 /// All that belongs to the rotation by the angle |w| about the direction of w, in the sense of the right
@@ -37,15 +39,23 @@ void skew_square(double factor, const point<3>& w, double (&S)[9]) noexcept;
 /// Fills the state for the rotation vector w; w = 0 gives R = I exactly.
 void make_rotation_state(rotation_state& state, const point<3>& w) noexcept;
 
-/// The point p turned about the centre: centre + R*(p - centre).
-inline point<3> rotated(const rotation_state& state, const point<3>& centre,
-                        const point<3>& p) noexcept {
-    const point<3> d = difference<3>(p, centre);
-    const double(&R)[9] = state.R;
-    point<3> turned;
-    for (std::size_t i = 0; i < 3; ++i)
-        turned[i] = centre[i] + (d[0] * R[i] + d[1] * R[3 + i] + d[2] * R[6 + i]);
-    return turned;
-}
+/// A rotation about a centre, ready for many points.
+struct rotation_about {
+    point<3> centre;
+    double R[9];
+
+    /// The rotation by the vector s*w.
+    rotation_about(const point<3>& about, double s, const point<3>& w) noexcept : centre(about) {
+        rotation_state state{};
+        make_rotation_state(state, {s * w[0], s * w[1], s * w[2]});
+        std::copy_n(state.R, 9, R);
+    }
+    /// The point at d from the centre, turned: centre + R*d.
+    point<3> operator()(const point<3>& d) const noexcept {
+        return {centre[0] + (d[0] * R[0] + d[1] * R[3] + d[2] * R[6]),
+                centre[1] + (d[0] * R[1] + d[1] * R[4] + d[2] * R[7]),
+                centre[2] + (d[0] * R[2] + d[1] * R[5] + d[2] * R[8])};
+    }
+};
 
 } // namespace zel::tessel2d

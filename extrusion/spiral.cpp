@@ -9,14 +9,15 @@ namespace {
 
 /// About an axis through a centre and along a vector, both together.
 struct screw {
+    static constexpr std::size_t numbers = 3;
+
     struct step {
-        point<3> centre;
-        rotation_state state;
+        rotation_about turned;
         point<3> shift;
 
-        point<3> operator()(const point<3>& p, unsigned) const noexcept {
-            const point<3> turned = rotated(state, centre, p);
-            return {turned[0] + shift[0], turned[1] + shift[1], turned[2] + shift[2]};
+        point<3> operator()(const point<3>& d) const noexcept {
+            const point<3> p = turned(d);
+            return {p[0] + shift[0], p[1] + shift[1], p[2] + shift[2]};
         }
     };
 
@@ -24,10 +25,10 @@ struct screw {
     point<3> rotation;
     point<3> translation;
 
+    point<3> origin(const point<3>& p, unsigned) const noexcept { return difference<3>(p, centre); }
     step at(double s) const noexcept {
-        step turn{centre, {}, {s * translation[0], s * translation[1], s * translation[2]}};
-        make_rotation_state(turn.state, {s * rotation[0], s * rotation[1], s * rotation[2]});
-        return turn;
+        return {{centre, s, rotation},
+                {s * translation[0], s * translation[1], s * translation[2]}};
     }
 };
 

@@ -7,6 +7,7 @@
 #include "foundation/point.h"
 #include "foundation/tessel.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -105,8 +106,24 @@ struct sweep_frame {
 int prepare_sweep(const sweep_frame& frame, dense2D<double>& pos, const dense2D<unsigned>& profile,
                   dense2D<unsigned>& connect, swept_profile& swept) noexcept;
 
-/// Writes the nodes of all layers, each from the node of the profile. `motion.at(s)` is the motion up to
-/// the fraction s; applied to a point and its number it gives the point moved.
+/// So many nodes of the profile are gathered at a time, for all layers.
+constexpr std::size_t strip_width = 512;
+
+/// Writes one layer of a strip, columns `ld` apart.
+template <int Dim, class Step, std::size_t N>
+void write_strip(const Step& moved, const double (&from)[N][strip_width], std::size_t width,
+                 double* out, std::size_t ld) noexcept {
+    for (std::size_t t = 0; t < width; ++t, out += ld) {
+        vector_fixed<double, N> origin;
+        for (std::size_t c = 0; c < N; ++c) origin[c] = from[c][t];
+        const point<Dim> p = moved(origin);
+        for (std::size_t c = 0; c < Dim; ++c) out[c] = p[c];
+    }
+}
+
+/// Writes the nodes of all layers, each from the node of the profile. `motion.origin(p, node)` are the
+/// numbers that it needs of a node, and `motion.at(s)` is the motion up to the fraction s: applied to
+/// these numbers it gives the point moved.
 template <int Dim, class Motion>
 void write_layers(const swept_profile& swept, const layer_plan& plan, const Motion& motion,
                   dense2D<double>& pos) noexcept {
@@ -114,13 +131,22 @@ void write_layers(const swept_profile& swept, const layer_plan& plan, const Moti
     const points_view<Dim> points(pos);
     const unsigned* const nodes = swept.nodes.data();
     const std::size_t n = swept.nodes.size;
-    const std::size_t ld = pos.ld;
-    double* out = pos[swept.first_new];
-    for (std::uint64_t k = 1; k <= plan.layers; ++k) {
-        const auto moved = motion.at(fraction(k));
-        for (std::size_t i = 0; i < n; ++i, out += ld) {
-            const point<Dim> p = moved(points[nodes[i]], nodes[i]);
-            for (std::size_t c = 0; c < Dim; ++c) out[c] = p[c];
+    double from[Motion::numbers][strip_width];
+    for (std::size_t first = 0; first < n; first += strip_width) {
+        const std::size_t width = std::min(strip_width, n - first);
+        for (std::size_t t = 0; t < width; ++t) {
+            const unsigned node = nodes[first + t];
+            const vector_fixed<double, Motion::numbers> origin = motion.origin(points[node], node);
+            for (std::size_t c = 0; c < Motion::numbers; ++c) from[c][t] = origin[c];
+        }
+        for (std::uint64_t k = 1; k <= plan.layers; ++k) {
+            const auto moved = motion.at(fraction(k));
+            double* const out = pos[swept.first_new + (k - 1) * n + first];
+            if (pos.ld == Dim) {
+                write_strip<Dim>(moved, from, width, out, Dim);
+            } else {
+                write_strip<Dim>(moved, from, width, out, pos.ld);
+            }
         }
     }
 }

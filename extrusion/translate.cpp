@@ -9,10 +9,12 @@ namespace {
 /// Along a straight vector.
 template <int Dim>
 struct translation {
+    static constexpr std::size_t numbers = Dim;
+
     struct step {
         point<Dim> shift;
 
-        point<Dim> operator()(const point<Dim>& p, unsigned) const noexcept {
+        point<Dim> operator()(const point<Dim>& p) const noexcept {
             point<Dim> moved;
             for (std::size_t i = 0; i < Dim; ++i) moved[i] = p[i] + shift[i];
             return moved;
@@ -21,6 +23,7 @@ struct translation {
 
     point<Dim> vector;
 
+    point<Dim> origin(const point<Dim>& p, unsigned) const noexcept { return p; }
     // At fraction 0 nodes are copied, whatever the vector: -0.0 changes no number.
     step at(double s) const noexcept {
         step moved;
