@@ -3,10 +3,18 @@
 
 // Normals at nodes as weighted sums over the elements around them; one algorithm for lines in the
 // plane and for surfaces in space.
+//
+// What is summed comes from `elements`, an object that knows the mesh. It has
+//
+//     corners(nodes)    how many of an element's nodes get its normal
+//     for_each(visit)   calls visit(e, nodes, v, size) for every element in its order, where v is its
+//                       vector made a unit vector and size the length that this had
 #include "foundation/point.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <type_traits>
 
 namespace zel::tessel2d {
 
@@ -22,32 +30,45 @@ inline double make_unit(point<Dim>& v) noexcept {
     return length;
 }
 
+// ----------------------------------------------------------------------------------------- weights
+
 /// The two powers that pick one element instead of weighting all.
 constexpr double largest_element = std::numeric_limits<double>::max();
 constexpr double smallest_element = -largest_element;
 
-/// The weight of an element of the given size. Powers beyond the extremes, and NaN, weight all alike.
+inline bool picks_one_element(double power) noexcept {
+    return power == largest_element || power == smallest_element;
+}
+
+/// All elements count alike: the power 0, NaN, and what lies beyond the extremes.
+inline bool weighs_alike(double power) noexcept {
+    return power == 0 || !(smallest_element <= power && power <= largest_element);
+}
+
+/// The weight of an element of the given size. In the extreme modes it is that of an element which is
+/// not picked.
 inline double element_weight(double size, double power) noexcept {
-    if (!(smallest_element < power && power < largest_element) || power == 0) return 1.0;
+    if (weighs_alike(power) || picks_one_element(power)) return 1.0;
     return power == 1 ? size : std::pow(size, power);
 }
 
-/// Sums the normals of all elements at their nodes.
-///
-/// `elements` has `count`, `operator[]` for the node numbers of an element, `corners` for how many they
-/// are and `normal` for the element's vector, whose length is its size. `normals` holds a zero vector
-/// per node, `weights` a zero.
+// -------------------------------------------------------------------------------------------- sums
+
+template <int Dim>
+inline void add_scaled(double weight, const point<Dim>& v, double* normal) noexcept {
+    for (int i = 0; i < Dim; ++i) normal[i] += weight * v[static_cast<std::size_t>(i)];
+}
+
+/// Sums the normals of all elements at their nodes. `normals` holds a zero vector per node, `weights` a
+/// zero.
 ///
 /// An element that does not win in one of the extreme modes is added with weight 1 all the same.
 template <int Dim, class Elements>
 void sum_normals(const Elements& elements, double power, columns<double> normals,
                  double* weights) noexcept {
-    for (std::size_t e = 0; e < elements.count; ++e) {
-        const unsigned* const nodes = elements[e];
-        point<Dim> v = elements.normal(nodes);
-        const double size = make_unit<Dim>(v);
+    elements.for_each([&](std::size_t, const unsigned* nodes, const point<Dim>& v, double size) {
         const double weight = element_weight(size, power);
-        const unsigned corners = elements.corners(nodes);
+        const unsigned corners = Elements::corners(nodes);
         for (unsigned k = 0; k < corners; ++k) {
             double* const normal = normals[nodes[k]];
             double& held = weights[nodes[k]];
@@ -58,37 +79,86 @@ void sum_normals(const Elements& elements, double power, columns<double> normals
                 std::copy_n(v.begin(), Dim, normal);
             } else {
                 held += weight;
-                for (int i = 0; i < Dim; ++i) normal[i] += weight * v[static_cast<std::size_t>(i)];
+                add_scaled<Dim>(weight, v, normal);
             }
         }
+    });
+}
+
+/// Makes the sums unit vectors, or divides them by the sums of the weights. A node without weight keeps
+/// its vector.
+template <int Dim>
+void scale_normals(std::size_t count, bool unit, columns<double> normals,
+                   const double* weights) noexcept {
+    for (std::size_t j = 0; j < count; ++j) {
+        if (weights[j] == 0) continue;
+        point<Dim> v;
+        std::copy_n(normals[j], Dim, v.begin());
+        if (unit) {
+            make_unit<Dim>(v);
+        } else {
+            const double factor = 1 / weights[j];
+            for (double& component : v) component *= factor;
+        }
+        std::copy_n(v.begin(), Dim, normals[j]);
     }
 }
 
-/// Makes the sums unit vectors, or divides them by the sums of the weights, once for each node; the
-/// sums of the extreme modes stay as they are.
+// ------------------------------------------------------------------------------- without weights
+
+/// The unit vectors of the sums can do without the sums of the weights: a node whose weights sum up to
+/// zero has a zero vector then, which stays what it is.
+///
+/// Other powers than 0 and 1 give no such promise: an infinite size has the weight 0 for a negative
+/// power, and a vector that is not a number.
+inline bool needs_no_weights(double power, bool unit) noexcept {
+    return unit && (weighs_alike(power) || power == 1);
+}
+
+/// `sum_normals` for what `needs_no_weights`.
 template <int Dim, class Elements>
-void scale_normals(const Elements& elements, double power, bool unit, columns<double> normals,
-                   double* weights) noexcept {
-    if (power == largest_element || power == smallest_element) return;
-    for (std::size_t e = 0; e < elements.count; ++e) {
-        const unsigned* const nodes = elements[e];
-        const unsigned corners = elements.corners(nodes);
-        for (unsigned k = 0; k < corners; ++k) {
-            double* const normal = normals[nodes[k]];
-            double& held = weights[nodes[k]];
-            if (held == 0) continue;
-            point<Dim> v;
-            std::copy_n(normal, Dim, v.begin());
-            if (unit) {
-                make_unit<Dim>(v);
-            } else {
-                const double factor = 1 / held;
-                for (double& component : v) component *= factor;
-            }
-            std::copy_n(v.begin(), Dim, normal);
-            held = 0;
-        }
+void sum_directions(const Elements& elements, double power, columns<double> normals) noexcept {
+    const auto sum = [&](auto by_size) {
+        elements.for_each(
+            [&](std::size_t, const unsigned* nodes, const point<Dim>& v, double size) {
+                const unsigned corners = Elements::corners(nodes);
+                for (unsigned k = 0; k < corners; ++k)
+                    add_scaled<Dim>(by_size ? size : 1.0, v, normals[nodes[k]]);
+            });
+    };
+    if (power == 1) {
+        sum(std::true_type{});
+    } else {
+        sum(std::false_type{});
     }
+}
+
+/// Makes all vectors unit vectors.
+template <int Dim>
+void make_units(std::size_t count, columns<double> vectors) noexcept {
+    for (std::size_t j = 0; j < count; ++j) {
+        point<Dim> v;
+        std::copy_n(vectors[j], Dim, v.begin());
+        make_unit<Dim>(v);
+        std::copy_n(v.begin(), Dim, vectors[j]);
+    }
+}
+
+/// Sums and scales. `normals` has a zero vector for each of its columns. False: memory is exhausted.
+template <int Dim, class Elements>
+bool find_node_normals(const Elements& elements, double power, bool unit,
+                       dense2D<double>& normals) noexcept {
+    const auto out = columns_of(normals);
+    if (needs_no_weights(power, unit)) {
+        sum_directions<Dim>(elements, power, out);
+        make_units<Dim>(normals.cols, out);
+        return true;
+    }
+    dense1D<double, 8> weights;
+    if (!weights.resize(normals.cols, 0.0)) return false;
+    sum_normals<Dim>(elements, power, out, weights.data());
+    if (!picks_one_element(power)) scale_normals<Dim>(normals.cols, unit, out, weights.data());
+    return true;
 }
 
 } // namespace zel::tessel2d

@@ -11,17 +11,23 @@ using namespace tessel2d;
 
 namespace {
 
-/// The edges of a line mesh, as `sum_normals` wants its elements.
+/// The edges of a line mesh, as node normals want their elements.
 struct line_elements {
     points_view<2> points;
     columns<const unsigned> edges;
     std::size_t count;
 
-    const unsigned* operator[](std::size_t e) const noexcept { return edges[e]; }
     static unsigned corners(const unsigned*) noexcept { return 2; }
-    point<2> normal(const unsigned* edge) const noexcept {
-        const point<2> d = difference<2>(points[edge[1]], points[edge[0]]);
-        return {-d[1], d[0]};
+
+    template <class Visit>
+    void for_each(Visit&& visit) const noexcept {
+        for (std::size_t e = 0; e < count; ++e) {
+            const unsigned* const edge = edges[e];
+            const point<2> d = difference<2>(points[edge[1]], points[edge[0]]);
+            point<2> v{-d[1], d[0]};
+            const double size = make_unit<2>(v);
+            visit(e, edge, v, size);
+        }
     }
 };
 
@@ -34,13 +40,12 @@ int normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, double
     if (given.empty() || connect.empty()) return status_ok;
     if (given.rows != 2) return -1;
     if (!tessel::check_IDs(connect, ELEMENT_E2, node_bound(given))) return -2;
-    dense1D<double, 8> weights;
-    if (!weights.resize(given.cols, 0.0) || !normals.resize(2, given.cols, 0.0)) {
+    if (!normals.resize(2, given.cols, 0.0)) return status_memory;
+    const line_elements elements{points_view<2>(given), columns_of(connect), connect.cols};
+    if (!find_node_normals<2>(elements, power, unit, normals)) {
+        normals.clear();
         return status_memory;
     }
-    const line_elements elements{points_view<2>(given), columns_of(connect), connect.cols};
-    sum_normals<2>(elements, power, columns_of(normals), weights.data());
-    scale_normals<2>(elements, power, unit, columns_of(normals), weights.data());
     return status_ok;
 }
 
