@@ -47,8 +47,7 @@ reference gather_and_write(const mesh& m) {
 /// Each of an element's nodes gets the same 24 bytes.
 template <std::size_t Corners>
 reference gather_and_scatter(const mesh& m) {
-    return {"gather+scatter",
-            [&m](stopwatch& watch) {
+    return {"gather+scatter", [&m](stopwatch& watch) {
                 gather(m, m.pos.cols, watch,
                        [](double* out, std::size_t, const unsigned* n, const double* const* p) {
                            for (std::size_t k = 0; k < Corners; ++k) {
@@ -142,8 +141,7 @@ void copy_along_vectors(benchmark::State& state) {
                 auto pos = fresh_copy(m.pos);
                 dense2D<unsigned> copied;
                 watch.start();
-                const int status =
-                    zel::tessel2d::copy_with_offset(pos, m.connect, N, 0.25, copied);
+                const int status = zel::tessel2d::copy_with_offset(pos, m.connect, N, 0.25, copied);
                 watch.stop();
                 if (status != 0) state.SkipWithError("failed");
             });

@@ -58,8 +58,7 @@ inline void find_vectors(element_run& r, std::size_t count) noexcept {
 /// The same as `make_unit` in each lane.
 inline void find_units(element_run& r, std::size_t count) noexcept {
     for (std::size_t i = 0; i < count; ++i) {
-        const double q =
-            r.v[0][i] * r.v[0][i] + r.v[1][i] * r.v[1][i] + r.v[2][i] * r.v[2][i];
+        const double q = r.v[0][i] * r.v[0][i] + r.v[1][i] * r.v[1][i] + r.v[2][i] * r.v[2][i];
         const double length = std::sqrt(q);
         const double factor = 1 / length;
         const bool stays = (q == 0) | (q == 1);
@@ -119,7 +118,8 @@ template <bool Unit, class Work>
 bool with_elements(const dense2D<double>& pos, const dense2D<unsigned>& connect, Work&& work) {
     const points_view<3> points(pos);
     const auto cells = columns_of(connect);
-    if (connect.rows == 3) return work(surface_elements<triangle_cells, Unit>{points, cells, connect.cols});
+    if (connect.rows == 3)
+        return work(surface_elements<triangle_cells, Unit>{points, cells, connect.cols});
     return work(surface_elements<mixed_cells, Unit>{points, cells, connect.cols});
 }
 

@@ -20,7 +20,8 @@ class named_nodes {
 public:
     /// All entries are below `node_count` or no node. False: memory is exhausted.
     bool gather(const dense2D<unsigned>& connect, std::size_t node_count) noexcept {
-        constexpr std::size_t sparse = 16; // nodes per column from which on hashing takes less memory
+        constexpr std::size_t sparse =
+            16; // nodes per column from which on hashing takes less memory
         hashed = node_count / sparse > connect.cols;
         return hashed ? gather_in_set(connect) : gather_in_table(connect, node_count);
     }
@@ -98,7 +99,8 @@ struct by_tensor {
     symmetric_fixed<double, 3> M;
 
     void move(const double* n, double* x) const noexcept {
-        for (std::size_t i = 0; i < 3; ++i) x[i] += M(i, 0) * n[0] + M(i, 1) * n[1] + M(i, 2) * n[2];
+        for (std::size_t i = 0; i < 3; ++i)
+            x[i] += M(i, 0) * n[0] + M(i, 1) * n[1] + M(i, 2) * n[2];
     }
 };
 
@@ -125,7 +127,8 @@ int move_nodes(dense2D<double>& pos, const dense2D<unsigned>& connect, const den
     return status_ok;
 }
 
-void renumber(const named_nodes& nodes, std::size_t first_new, dense2D<unsigned>& connect) noexcept {
+void renumber(const named_nodes& nodes, std::size_t first_new,
+              dense2D<unsigned>& connect) noexcept {
     for (unsigned& entry : connect)
         if (entry != no_node) entry = static_cast<unsigned>(first_new + nodes.place(entry));
 }
@@ -139,8 +142,7 @@ int copy_nodes(dense2D<double>& pos, const dense2D<unsigned>& connect, const den
     named_nodes nodes;
     dense2D<unsigned> copied;
     std::size_t total;
-    if (!separate(vectors, pos) ||
-        (has_elements(connect) && !nodes.gather(connect, first_new)) ||
+    if (!separate(vectors, pos) || (has_elements(connect) && !nodes.gather(connect, first_new)) ||
         !node_total(first_new, nodes.count(), total) || !copied.copy(connect)) {
         return status_memory;
     }

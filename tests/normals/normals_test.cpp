@@ -132,7 +132,8 @@ mesh random_mesh(std::uint64_t seed) {
     random_numbers random(seed);
     const bool on_lattice = random.below(2) == 0;
     const std::size_t rows = 3 + random.below(2);
-    mesh m{dense2D<double>(3, 5 + random.below(40)), dense2D<unsigned>(rows, 1 + random.below(300))};
+    mesh m{dense2D<double>(3, 5 + random.below(40)),
+           dense2D<unsigned>(rows, 1 + random.below(300))};
     for (double& x : m.pos) x = on_lattice ? random.below(3) : random.between(-1, 1);
     for (std::size_t e = 0; e < m.connect.cols; ++e)
         for (std::size_t k = 0; k < rows; ++k) {
@@ -236,8 +237,8 @@ TEST(Normals, TheLargestElementIsTakenWhenNoneLosesBehindIt) {
     const mesh m = crease(); // the second element is the larger one
     for (const bool unit : {false, true}) {
         const auto N = node_normals(m, largest, unit);
-        EXPECT_THAT(columns(N), ElementsAre(point(0, 1, 0), point(0, 1, 0), point(0, 0, 1),
-                                            point(0, 1, 0)));
+        EXPECT_THAT(columns(N),
+                    ElementsAre(point(0, 1, 0), point(0, 1, 0), point(0, 0, 1), point(0, 1, 0)));
     }
 }
 TEST(Normals, ALoserBehindTheLargestElementIsAddedWithWeightOne) {
@@ -279,7 +280,8 @@ TEST(Normals, PowersBeyondTheExtremesAndNaNWeightAlikeAndScale) {
     }
 }
 TEST(Normals, ThePowersNextToTheExtremesAreOrdinary) {
-    const mesh m = crease(); // 3^power is infinite, 1^power is 1: infinity times a zero is no number
+    const mesh m =
+        crease(); // 3^power is infinite, 1^power is 1: infinity times a zero is no number
     const double power = std::nextafter(largest, 0);
     const auto N = node_normals(m, power, true);
     EXPECT_TRUE(std::isnan(N(0, 0)));

@@ -26,8 +26,8 @@ using zel::tessel2d::offset;
 using tensor = symmetric_fixed<double, 3>;
 
 constexpr double epsilon = std::numeric_limits<double>::epsilon();
-const tensor stretched{{2, 0, 3, 0, 0, 5}};       // diagonal 2, 3, 5
-const tensor full{{1, 2, 3, 4, 5, 6}};            // a00, a01, a11, a02, a12, a22
+const tensor stretched{{2, 0, 3, 0, 0, 5}}; // diagonal 2, 3, 5
+const tensor full{{1, 2, 3, 4, 5, 6}};      // a00, a01, a11, a02, a12, a22
 const tensor zero_tensor{{0, 0, 0, 0, 0, 0}};
 
 /// A pyramid over six triangles around node 3; node 1 belongs to no element.
@@ -40,7 +40,8 @@ struct pyramid {
                                   {-2, 0, 0},
                                   {-1, -2, 0},
                                   {1, -2, 0}});
-    dense2D<unsigned> connect = cells({{3, 0, 2}, {3, 2, 4}, {3, 4, 5}, {3, 5, 6}, {3, 6, 7}, {3, 7, 0}});
+    dense2D<unsigned> connect =
+        cells({{3, 0, 2}, {3, 2, 4}, {3, 4, 5}, {3, 5, 6}, {3, 6, 7}, {3, 7, 0}});
     dense2D<double> N = points({{1, 0, 0},
                                 {zel_test::nan, zel_test::nan, zel_test::nan},
                                 {0, 1, 0},
@@ -120,16 +121,16 @@ TEST(Offset, APlaneMovesToItsCounterClockwiseSide) {
 TEST(Offset, ADistanceOfZeroDoesNothingWithoutComputingNormals) {
     pyramid s;
     s.connect(0, 0) = 77; // what normals would refuse
-    arm_allocator(0);
+    const dense2D<double> N(2, 1);
+    dense2D<double> planar(2, 3, 1.0);
+    const auto unchanged = snapshot(s.pos, planar);
     const std::size_t before = allocation_count();
-    const auto unchanged = snapshot(s.pos);
     EXPECT_EQ(0, offset(s.pos, s.connect, 0.0));
     EXPECT_EQ(0, offset(s.pos, s.connect, -0.0));
-    EXPECT_EQ(0, offset(s.pos, s.connect, dense2D<double>(2, 1), 0.0));
-    dense2D<double> planar(2, 3, 1.0);
+    EXPECT_EQ(0, offset(s.pos, s.connect, N, 0.0));
     EXPECT_EQ(0, offset(planar, s.connect, 0.0));
-    EXPECT_EQ(unchanged, snapshot(s.pos));
-    EXPECT_LE(allocation_count() - before, 2U) << "the two matrices of the test";
+    EXPECT_EQ(before, allocation_count());
+    EXPECT_EQ(unchanged, snapshot(s.pos, planar));
 }
 TEST(Offset, ATensorOfZerosGoesThroughAllTests) {
     pyramid s;
@@ -151,7 +152,8 @@ TEST(Offset, TheVectorsMayBeTheNodesThemselves) {
     pyramid s;
     const auto before = fresh_copy(s.pos);
     ASSERT_EQ(0, offset(s.pos, s.connect, s.pos, 2.0));
-    for (const std::size_t j : {0U, 2U, 7U}) EXPECT_EQ(moved(before, before, j, 2), column(s.pos, j));
+    for (const std::size_t j : {0U, 2U, 7U})
+        EXPECT_EQ(moved(before, before, j, 2), column(s.pos, j));
 }
 TEST(Offset, VectorsInTheSameStorageCountAsOnEntry) {
     dense2D<double> block(3, 9, 1.0);
@@ -233,7 +235,8 @@ TEST(CopyWithOffset, TheCopyOfACopyIsAppendedBehindIt) {
 }
 TEST(CopyWithOffset, TheElementsMayBeReplacedByThoseOfTheCopy) {
     pyramid reference;
-    ASSERT_EQ(0, copy_with_offset(reference.pos, reference.connect, reference.N, 2.0, reference.out));
+    ASSERT_EQ(0,
+              copy_with_offset(reference.pos, reference.connect, reference.N, 2.0, reference.out));
     pyramid s, t, u;
     ASSERT_EQ(0, copy_with_offset(s.pos, s.connect, s.N, 2.0, s.connect));
     EXPECT_EQ(snapshot(reference.pos, reference.out), snapshot(s.pos, s.connect));
@@ -245,7 +248,8 @@ TEST(CopyWithOffset, TheElementsMayBeReplacedByThoseOfTheCopy) {
 }
 TEST(CopyWithOffset, TheVectorsMayLieWhereNewNodesGoOrBeTheNodes) {
     pyramid reference;
-    ASSERT_EQ(0, copy_with_offset(reference.pos, reference.connect, reference.N, 0.5, reference.out));
+    ASSERT_EQ(0,
+              copy_with_offset(reference.pos, reference.connect, reference.N, 0.5, reference.out));
     dense2D<double> block(3, 100, 0.0);
     pyramid s;
     auto pos = block.sub_matrix(0, 0, 3, 8);
@@ -267,7 +271,8 @@ TEST(CopyWithOffset, FewElementsInALargeMeshAreCopiedTheSame) {
     dense2D<unsigned> out;
     auto in_place = fresh_copy(pos);
     ASSERT_EQ(0, copy_with_offset(pos, connect, N, 2.0, out));
-    EXPECT_THAT(columns(out), ElementsAre(cell(5000, 5001, 5002, no_node), cell(5001, 5003, 5000, 5004)));
+    EXPECT_THAT(columns(out),
+                ElementsAre(cell(5000, 5001, 5002, no_node), cell(5001, 5003, 5000, 5004)));
     ASSERT_EQ(5005U, pos.cols);
     EXPECT_EQ(point(4002, 2, 2), column(pos, 5000));
     EXPECT_EQ(point(5, 2, 2), column(pos, 5003));
@@ -291,11 +296,13 @@ TEST(Offset, ViewsWithALeadingDimensionAreFine) {
 }
 TEST(CopyWithOffset, ViewsWithALeadingDimensionAreFine) {
     pyramid reference;
-    ASSERT_EQ(0, copy_with_offset(reference.pos, reference.connect, reference.N, 0.5, reference.out));
+    ASSERT_EQ(0,
+              copy_with_offset(reference.pos, reference.connect, reference.N, 0.5, reference.out));
     pyramid s;
     auto pos = framed(s.pos);
     auto out = framed(s.connect);
-    ASSERT_EQ(0, copy_with_offset(pos.view, framed(s.connect).view, framed(s.N).view, 0.5, out.view));
+    ASSERT_EQ(0,
+              copy_with_offset(pos.view, framed(s.connect).view, framed(s.N).view, 0.5, out.view));
     EXPECT_EQ(snapshot(reference.pos, reference.out), snapshot(pos.view, out.view));
     EXPECT_TRUE(pos.surroundings_untouched(8));
     EXPECT_EQ(3U, out.parent(1, 2)) << "what others see stays";
@@ -313,9 +320,12 @@ struct form {
 };
 std::vector<form> forms() {
     return {
-        {"offset N M", true, false, false, [](pyramid& s) { return offset(s.pos, s.connect, s.N, full); }},
-        {"offset N d", true, false, true, [](pyramid& s) { return offset(s.pos, s.connect, s.N, 0.5); }},
-        {"offset M", false, false, false, [](pyramid& s) { return offset(s.pos, s.connect, full); }},
+        {"offset N M", true, false, false,
+         [](pyramid& s) { return offset(s.pos, s.connect, s.N, full); }},
+        {"offset N d", true, false, true,
+         [](pyramid& s) { return offset(s.pos, s.connect, s.N, 0.5); }},
+        {"offset M", false, false, false,
+         [](pyramid& s) { return offset(s.pos, s.connect, full); }},
         {"offset d", false, false, true, [](pyramid& s) { return offset(s.pos, s.connect, 0.5); }},
         {"copy N M", true, true, false,
          [](pyramid& s) { return copy_with_offset(s.pos, s.connect, s.N, full, s.out); }},
@@ -542,8 +552,7 @@ TEST(CopyWithOffset, RandomMeshesAgreeWithAMapOfNodes) {
         auto expected_out = fresh_copy(connect);
         for (unsigned& n : expected_out) {
             if (n == no_node) continue;
-            const auto found =
-                number.emplace(n, static_cast<unsigned>(nodes + number.size()));
+            const auto found = number.emplace(n, static_cast<unsigned>(nodes + number.size()));
             if (found.second) {
                 const auto p = moved(pos, N, n, d);
                 expected_pos.resize(3, expected_pos.cols + 1);

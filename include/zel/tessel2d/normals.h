@@ -158,8 +158,7 @@ ZEL_TESSEL2D_API int copy_with_offset(dense2D<double>& pos, const dense2D<unsign
 /// `connect_out` holds the elements of the copy and `pos` lacks its nodes.
 /// @snippet examples/normals.cpp copy_with_offset_by_tensor
 ZEL_TESSEL2D_API int copy_with_offset(dense2D<double>& pos, const dense2D<unsigned>& connect,
-                                      const dense2D<double>& N,
-                                      const symmetric_fixed<double, 3>& M,
+                                      const dense2D<double>& N, const symmetric_fixed<double, 3>& M,
                                       dense2D<unsigned>& connect_out);
 
 /// Appends a copy of a surface in space that is moved along its own normals: a parallel surface.
