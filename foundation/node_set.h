@@ -9,8 +9,9 @@
 namespace zel::tessel2d {
 
 /// Gathers the nodes of `connect` in `set`, which is emptied first. `Shape` tells how many leading rows
-/// of a column count (see cell_shapes.h). A node that finds no memory after the start is left out, and
-/// so may be values behind it: `set.complete()` and `position_in` tell.
+/// of a column count (see cell_shapes.h); entries among them that are no node are passed over. A node
+/// that finds no memory after the start is left out, and so may be values behind it: `set.complete()`
+/// and `position_in` tell.
 ///
 /// Returns 0, or -199 when memory ran out at the start and nothing was gathered.
 template <class Shape>
@@ -29,7 +30,8 @@ int collect_nodes(const dense2D<unsigned>& connect, vector_fast<unsigned>& set) 
                 set.positions.prefetch(hash_key(later[i]));
         }
         const unsigned* const cell = cells[j];
-        for (unsigned i = 0; i < Shape::corners(cell); ++i) vector_fast_insert(set, cell[i]);
+        for (unsigned i = 0; i < Shape::corners(cell); ++i)
+            if (cell[i] != no_node) vector_fast_insert(set, cell[i]);
     }
     return status_ok;
 }
@@ -49,7 +51,7 @@ inline unsigned position_in(const vector_fast<unsigned>& set, unsigned node) noe
 
 /// Lists the nodes of `connect` in `list`, each once in first-seen order, and tells in `places`, a matrix
 /// of its shape, where in the list each entry stands; entries behind the corners of a column are copied.
-/// All corners are below `node_count`. False: memory is exhausted.
+/// All corners are below `node_count` or no node; these are copied too. False: memory is exhausted.
 ///
 /// Where the connectivity names a fair share of all nodes, a table over the nodes serves better than
 /// hashing; the outcome is the same.
@@ -65,8 +67,11 @@ bool number_nodes(const dense2D<unsigned>& connect, std::size_t node_count,
         bool found = true;
         for (std::size_t j = 0; j < n; ++j) {
             const unsigned corners = Shape::corners(cells[j]);
-            for (unsigned i = 0; i < corners; ++i)
-                found &= (out[j][i] = place_of(cells[j][i])) != no_node;
+            for (unsigned i = 0; i < corners; ++i) {
+                const unsigned node = cells[j][i];
+                out[j][i] = node == no_node ? no_node : place_of(node);
+                found &= node == no_node || out[j][i] != no_node;
+            }
             for (std::size_t i = corners; i < connect.rows; ++i) out[j][i] = cells[j][i];
         }
         return found;

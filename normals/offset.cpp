@@ -1,6 +1,5 @@
 // zel tessel2d: planar and surface mesh tools.
-#include "foundation/call_frame.h"
-#include "foundation/hbuckets.h"
+#include "foundation/node_set.h"
 #include "zel/tessel2d/normals.h"
 
 #include <algorithm>
@@ -8,79 +7,6 @@
 namespace zel::tessel2d {
 
 namespace {
-
-// ------------------------------------------------------------------------------------------ nodes
-
-/// The nodes that a connectivity names, each once in first-seen order, and the place of each in the list.
-/// Entries that are no node are passed over.
-///
-/// Where the connectivity names a fair share of all nodes, a table over the nodes serves better than
-/// hashing; the outcome is the same.
-class named_nodes {
-public:
-    /// All entries are below `node_count` or no node. False: memory is exhausted.
-    bool gather(const dense2D<unsigned>& connect, std::size_t node_count) noexcept {
-        constexpr std::size_t sparse =
-            16; // nodes per column from which on hashing takes less memory
-        hashed = node_count / sparse > connect.cols;
-        return hashed ? gather_in_set(connect) : gather_in_table(connect, node_count);
-    }
-    std::size_t count() const noexcept { return hashed ? set.size : list.size; }
-    const unsigned* begin() const noexcept { return hashed ? set.begin() : list.begin(); }
-    const unsigned* end() const noexcept { return begin() + count(); }
-    unsigned place(unsigned node) const noexcept {
-        return hashed ? static_cast<unsigned>(set.positions.find(node)->value.second) : table[node];
-    }
-
-private:
-    template <class Visit>
-    static void for_each_named(const dense2D<unsigned>& connect, const Visit& visit) noexcept {
-        const auto cells = columns_of(connect);
-        for (std::size_t e = 0; e < connect.cols; ++e)
-            for (std::size_t k = 0; k < connect.rows; ++k)
-                if (cells[e][k] != no_node) visit(cells[e][k]);
-    }
-
-    bool gather_in_set(const dense2D<unsigned>& connect) noexcept {
-        if (!set.reserve(connect.cols, 1)) return false;
-        if (connect.cols > set.positions.bucket_count && !set.positions.rehash(connect.cols))
-            return false;
-        bool all = true;
-        for_each_named(connect, [&](unsigned node) {
-            vector_fast_insert(set, node);
-            all &= set.complete() && set.positions.contains(node);
-        });
-        return all;
-    }
-
-    bool gather_in_table(const dense2D<unsigned>& connect, std::size_t node_count) noexcept {
-        std::size_t entries;
-        if (!checked_multiply(connect.rows, connect.cols, entries) ||
-            !table.resize(node_count, no_node) || !list.resize(std::min(entries, node_count))) {
-            return false;
-        }
-        unsigned* const place_of = table.data();
-        unsigned* const node_at = list.data();
-        unsigned found = 0;
-        for_each_named(connect, [&](unsigned node) {
-            if (place_of[node] != no_node) return;
-            place_of[node] = found;
-            node_at[found++] = node;
-        });
-        list.size = found;
-        return true;
-    }
-
-    bool hashed = false;
-    vector_fast<unsigned> set;
-    dense1D<unsigned, 8> table;
-    dense1D<unsigned, 8> list;
-};
-
-/// Elements are triangles, quadrilaterals or both; of others no node is gathered.
-bool has_elements(const dense2D<unsigned>& connect) noexcept {
-    return connect.rows == 3 || connect.rows == 4;
-}
 
 // ----------------------------------------------------------------------------------------- motions
 
@@ -113,49 +39,61 @@ int check_offset(const dense2D<double>& pos, const dense2D<unsigned>& connect,
     return N.rows == 3 ? status_ok : -3;
 }
 
+/// What moves: the nodes that elements name, each once, and where in that list each entry of the elements
+/// stands.
+struct surface_nodes {
+    dense1D<unsigned, 8> list;
+    dense2D<unsigned> places;
+
+    /// Columns that are neither triangles nor quadrilaterals name no node. False: memory is exhausted.
+    bool gather(const dense2D<unsigned>& connect, std::size_t node_count) noexcept {
+        if (connect.rows == 3)
+            return number_nodes<triangle_cells>(connect, node_count, list, places);
+        if (connect.rows == 4) return number_nodes<mixed_cells>(connect, node_count, list, places);
+        return places.copy(connect);
+    }
+};
+
 template <class Motion>
 int move_nodes(dense2D<double>& pos, const dense2D<unsigned>& connect, const dense2D<double>& N,
                const Motion& motion) noexcept {
     if (const int status = check_offset(pos, connect, N)) return status;
-    if (!has_elements(connect)) return status_ok;
     dense2D<double> vectors = N;
-    named_nodes nodes;
+    surface_nodes nodes;
     if (!separate(vectors, pos) || !nodes.gather(connect, pos.cols)) return status_memory;
-    const auto vector = columns_of(vectors);
     const auto x = columns_of(pos);
-    for (const unsigned node : nodes) motion.move(vector[node], x[node]);
+    const auto n = columns_of(vectors);
+    for (const unsigned node : nodes.list) motion.move(n[node], x[node]);
     return status_ok;
 }
 
-void renumber(const named_nodes& nodes, std::size_t first_new,
-              dense2D<unsigned>& connect) noexcept {
-    for (unsigned& entry : connect)
-        if (entry != no_node) entry = static_cast<unsigned>(first_new + nodes.place(entry));
-}
-
+/// The elements of the copy appear before its nodes: when there is no memory for these, `connect_out`
+/// names nodes that do not exist.
 template <class Motion>
 int copy_nodes(dense2D<double>& pos, const dense2D<unsigned>& connect, const dense2D<double>& N,
                const Motion& motion, dense2D<unsigned>& connect_out) noexcept {
     if (const int status = check_offset(pos, connect, N)) return status;
     const std::size_t first_new = pos.cols;
     dense2D<double> vectors = N;
-    named_nodes nodes;
-    dense2D<unsigned> copied;
+    surface_nodes nodes;
     std::size_t total;
-    if (!separate(vectors, pos) || (has_elements(connect) && !nodes.gather(connect, first_new)) ||
-        !node_total(first_new, nodes.count(), total) || !copied.copy(connect)) {
+    if (!separate(vectors, pos) || !nodes.gather(connect, first_new) ||
+        !node_total(first_new, nodes.list.size, total)) {
         return status_memory;
     }
-    if (has_elements(connect)) renumber(nodes, first_new, copied);
-    connect_out.swap(copied);
+    if (!nodes.list.empty()) {
+        for (unsigned& entry : nodes.places)
+            if (entry != no_node) entry += static_cast<unsigned>(first_new);
+    }
+    connect_out.swap(nodes.places);
     if (!pos.resize(3, total)) return status_memory;
-    const auto vector = columns_of(vectors);
     const auto x = columns_of(pos);
+    const auto n = columns_of(vectors);
     std::size_t next = first_new;
-    for (const unsigned node : nodes) {
+    for (const unsigned node : nodes.list) {
         double* const moved = x[next++];
         std::copy_n(x[node], 3, moved);
-        motion.move(vector[node], moved);
+        motion.move(n[node], moved);
     }
     return status_ok;
 }
