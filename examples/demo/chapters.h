@@ -13,6 +13,8 @@ void patch_chapter(book& b);
 void sweep_chapter(book& b);
 /// A scanned surface and its measures.
 void surface_chapter(book& b);
+/// A field carried from an island's triangles to a grid.
+void field_chapter(book& b);
 /// Disks and spheres.
 void round_chapter(book& b);
 /// Elements of higher order, pieces of elements, triangles out of quadrilaterals.

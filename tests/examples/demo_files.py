@@ -42,11 +42,14 @@ MESHES = {
     "convert_blind": (17 * 11, 2 * 160),
     "convert_better": (17 * 11, 2 * 160),
     "surface": (1839, 3674),
+    "field_source": (6125, 11623),
+    "field_grid": (61 * 91, 60 * 90),
 }
 
 # Elements on each picture, where all of them are seen.
-OPEN = ("patch_", "sweep_", "disk_", "convert_")
+OPEN = ("patch_", "sweep_", "disk_", "convert_", "field_")
 PICTURES = {name: MESHES[name][1] for name in MESHES if name.startswith(OPEN)}
+PICTURES["field_mesh"] = 11623
 
 # Pictures of closed surfaces, where those that look away are left out.
 HALF_SEEN = {
