@@ -67,6 +67,13 @@ TEST(ConvertDegeneratedQ4, NoEntriesAreNothingToDoAndOtherRowsAreRefused) {
     }
 }
 
+TEST(ConvertDegeneratedQ4, NeedsNoMemory) {
+    dense2D<unsigned> connect(4, 40, 3U);
+    const auto before = allocation_count();
+    EXPECT_EQ(40, convert_degenerated_Q4(connect));
+    EXPECT_EQ(before, allocation_count());
+}
+
 // -------------------------------------------------------------------------------------- with a list
 
 TEST(ConvertDegeneratedQ, LinearElementsAreChangedAndListed) {

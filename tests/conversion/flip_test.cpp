@@ -3,6 +3,7 @@
 
 #include "examples/support/adjacency.h"
 #include "support/checks.h"
+#include "support/failing_alloc.h"
 #include "support/meshes.h"
 
 namespace {
@@ -232,6 +233,16 @@ TEST(FlipNeighbors, StatusesInTheirOrder) {
     EXPECT_EQ(-2, status(5, 4, zel::ELEMENT_FACE));
     EXPECT_EQ(-2, status(2, 2, zel::ELEMENT_FACE));
     EXPECT_EQ(-3, status(7, 4, zel::ELEMENT_Q8));
+}
+
+TEST(FlipMemory, NoFormNeedsMemory) {
+    auto connect = numbered(4, 100);
+    auto neighbors = numbered(4, 100);
+    const auto before = allocation_count();
+    EXPECT_EQ(0, flip(connect));
+    EXPECT_EQ(0, flip(connect, zel::ELEMENT_Q4));
+    EXPECT_EQ(0, flip(connect, neighbors, zel::ELEMENT_FACE));
+    EXPECT_EQ(before, allocation_count());
 }
 
 // -------------------------------------------------------------------------------------- properties

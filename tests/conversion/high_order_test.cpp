@@ -152,6 +152,30 @@ TEST(ConvertIntoQuadratic, StatusesAreThoseOfTheFullForm) {
     EXPECT_TRUE(connect.empty());
 }
 
+TEST(ConvertIntoQuadratic, ExhaustedMemoryLeavesThePositionsAndNoElements) {
+    const auto m = grid_mixed(5, 4);
+    const auto edges = cells({{0, 1, 7}});
+    for (const bool with_edges : {false, true}) {
+        fail_each_allocation([&](std::size_t k) {
+            auto pos = fresh_copy(m.pos);
+            auto connect = fresh_copy(m.connect);
+            const auto before = snapshot(pos);
+            arm_allocator(k);
+            const int status = with_edges ? convert_into_quadratic(pos, connect, edges)
+                                          : convert_into_quadratic(pos, connect);
+            const bool failed = disarm_allocator();
+            if (status != 0) {
+                EXPECT_TRUE(failed);
+                EXPECT_EQ(-199, status);
+                EXPECT_EQ(before, snapshot(pos));
+                EXPECT_TRUE(connect.empty());
+            } else {
+                EXPECT_EQ(m.connect.cols, connect.cols);
+            }
+        });
+    }
+}
+
 // -------------------------------------------------------------------------------------- any order
 
 TEST(ConvertIntoHighOrder, NodesOfASharedEdgeRunBothWays) {
