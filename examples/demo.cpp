@@ -32,6 +32,7 @@ void write_book(zel::demo::book& b) {
     zel::demo::round_chapter(b);
     zel::demo::conversion_chapter(b);
     zel::demo::surface_chapter(b);
+    zel::demo::offset_chapter(b);
     zel::demo::field_chapter(b);
     zel::examples::write_index_page(b.output / "index.html", b.page);
 }

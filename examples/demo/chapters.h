@@ -13,6 +13,8 @@ void patch_chapter(book& b);
 void sweep_chapter(book& b);
 /// A scanned surface and its measures.
 void surface_chapter(book& b);
+/// The scanned surface's normals and a copy of it outwards.
+void offset_chapter(book& b);
 /// A field carried from an island's triangles to a grid.
 void field_chapter(book& b);
 /// Disks and spheres.

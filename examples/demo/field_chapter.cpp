@@ -132,12 +132,11 @@ std::size_t count_located(const examples::mesh& land, const examples::adjacency&
 void field_chapter(book& b) {
     examples::section& s = begin_chapter(
         b, "A field on other nodes",
-        "An island in triangles carries a field of waves. A regular grid is laid over it, and each "
-        "of "
-        "its nodes finds the triangle it lies in and takes the field from there; a node in the sea "
-        "takes the value of the closest node ashore and is drawn pale. A search walks from "
-        "triangle to "
-        "triangle, so that beside a narrow inlet it may end on the wrong shore without a result.");
+        "An island in triangles carries a field of waves. A regular grid is laid over it, and "
+        "each of its nodes finds the triangle it lies in and takes the field from there; a node "
+        "in the sea takes the value of the closest node ashore and is drawn pale. A search walks "
+        "from triangle to triangle, so that beside a narrow inlet it may end on the wrong shore "
+        "without a result.");
     s.columns = 3;
     examples::mesh m = examples::read_off(b.data / "coast.off");
     const auto beside_alone = examples::adjacency_of(m.connect, m.pos.cols);

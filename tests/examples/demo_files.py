@@ -42,6 +42,8 @@ MESHES = {
     "convert_blind": (17 * 11, 2 * 160),
     "convert_better": (17 * 11, 2 * 160),
     "surface": (1839, 3674),
+    "surface_normals": (1839, 3674),
+    "surface_and_copy": (2 * 1839, 2 * 3674),
     "field_source": (6125, 11623),
     "field_grid": (61 * 91, 60 * 90),
 }
@@ -57,6 +59,9 @@ HALF_SEEN = {
     "sphere_triangles": 48 * 36,
     "surface": 3674,
     "surface_angles": 3674,
+    "surface_normals": 3674,
+    "surface_and_copy": 2 * 3674,
+    "surface_copy": 3674,
 }
 
 # VTK's number of an element and the nodes that it has.
