@@ -52,7 +52,7 @@ inline contents snapshot_of(const sweep_arguments& a) {
     return snapshot(a.pos, a.edges, a.V, a.out);
 }
 
-/// The elements of a sweep as the numbering promises them, made without any of the library's helpers.
+/// The elements of a sweep as the numbering promises them, made without any code of the library.
 inline std::vector<std::vector<unsigned>> expected_sides(const dense2D<unsigned>& edges,
                                                          std::size_t first_new, unsigned layers,
                                                          std::size_t rows, int pattern) {
