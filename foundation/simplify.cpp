@@ -23,9 +23,12 @@ struct renumbering {
 /// Calls visit(entry) for all entries of a matrix in storage order.
 template <class Visit>
 void each_entry(dense2D<unsigned>& connect, Visit visit) noexcept {
-    for (std::size_t j = 0; j < connect.cols; ++j) {
-        unsigned* const column = connect[j];
-        for (std::size_t i = 0; i < connect.rows; ++i) visit(column[i]);
+    const bool flat = connect.contiguous();
+    const std::size_t runs = flat ? 1 : connect.cols;
+    const std::size_t length = flat ? connect.rows * connect.cols : connect.rows;
+    for (std::size_t j = 0; j < runs; ++j) {
+        unsigned* const entries = connect[j];
+        for (std::size_t i = 0; i < length; ++i) visit(entries[i]);
     }
 }
 
@@ -37,12 +40,20 @@ std::size_t number_used(const renumbering& nodes) noexcept {
     return next;
 }
 
+/// Moves the nodes that stay to their new places, neighbours together.
 void close_gaps(dense2D<double>& pos, const renumbering& nodes, std::size_t left) noexcept {
-    const columns<double> points = columns_of(pos);
-    for (std::size_t k = 0; k < nodes.count; ++k) {
-        const unsigned to = nodes.numbers[k];
-        if (to == no_node || to == nodes.first + k) continue;
-        std::copy_n(points[nodes.first + k], pos.rows, points[to]);
+    const bool flat = pos.contiguous();
+    std::size_t k = 0;
+    while (k < nodes.count) {
+        if (nodes.numbers[k] == no_node) {
+            ++k;
+            continue;
+        }
+        const std::size_t begin = k++;
+        while (flat && k < nodes.count && nodes.numbers[k] != no_node) ++k;
+        double* const to = pos[nodes.numbers[begin]];
+        const double* const from = pos[nodes.first + begin];
+        if (to != from) std::memmove(to, from, (k - begin) * pos.rows * sizeof(double));
     }
     pos.resize(pos.rows, left);
 }
