@@ -1,6 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "examples/support/adjacency.h"
 #include "fixtures.h"
+#include "foundation/lapack.h"
 #include "zel/tessel2d.h"
 
 #include <cmath>
@@ -95,6 +96,91 @@ void get_connected_elements(benchmark::State& state) {
 BENCHMARK(get_connected_elements)
     ->ArgNames({"elements", "order"})
     ->ArgsProduct({{1000, 30000, 1000000, 4000000}, {by_rows, shuffled}})
+    ->UseManualTime();
+
+// ---------------------------------------------------------------------------------- curvatures
+
+/// As many eigenvalue problems of order 3 as there are nodes, on tensors like those of a surface.
+reference eigenvalues_alone(std::size_t count) {
+    return {"dspev", [count](stopwatch& watch) {
+                random_numbers random{7};
+                std::vector<double> tensors(6 * count);
+                for (double& x : tensors) x = random.unit() - 0.5;
+                watch.start();
+                double total = 0;
+                for (std::size_t i = 0; i < count; ++i) {
+                    double value[3], vectors[9], work[9];
+                    long info;
+                    zel::lapack::dspev('V', 'U', 3, tensors.data() + 6 * i, value, vectors, 3, work,
+                                       info);
+                    total += value[0];
+                }
+                benchmark::DoNotOptimize(total);
+                watch.stop();
+            }};
+}
+
+void principal_curvatures(benchmark::State& state) {
+    const mesh m = make_mesh(3, state.range(0), state.range(2));
+    const double cell = 1.0 / m.cells;
+    const double radius =
+        std::sqrt(static_cast<double>(state.range(1)) / 2 / 3.14159265) * cell * 1.1;
+    const dense2D<unsigned> no_edges;
+    measure(state, static_cast<double>(m.pos.cols), {eigenvalues_alone(m.pos.cols)},
+            [&](stopwatch& watch) {
+                dense2D<double> curvatures;
+                watch.start();
+                const int status = zel::tessel2d::principal_curvatures(
+                    m.pos, m.connect, m.beside.neighbors, radius, 1.5, 1000, no_edges, curvatures);
+                watch.stop();
+                if (status != 0) state.SkipWithError("failed");
+            });
+}
+BENCHMARK(principal_curvatures)
+    ->ArgNames({"elements", "patch", "order"})
+    ->ArgsProduct({{2000, 200000}, {0, 12, 30, 100}, {by_rows, shuffled}})
+    ->UseManualTime();
+
+/// Fetching parameters and derivatives of all corners: every number is added up.
+reference gather_corners(const mesh& m, const dense2D<double>& slopes) {
+    return {"gather", [&m, &slopes](stopwatch& watch) {
+                watch.start();
+                const double* const pos = m.pos.data();
+                const double* const D = slopes.data();
+                const unsigned* const nodes = m.connect.data();
+                double sums[8] = {};
+                for (std::size_t i = 0; i < m.connect.size; ++i) {
+                    const double* const p = pos + std::size_t{nodes[i]} * 2;
+                    const double* const d = D + std::size_t{nodes[i]} * 6;
+                    for (std::size_t k = 0; k < 2; ++k) sums[k] += p[k];
+                    for (std::size_t k = 0; k < 6; ++k) sums[2 + k] += d[k];
+                }
+                benchmark::DoNotOptimize(sums);
+                watch.stop();
+            }};
+}
+
+void parametric_curvatures(benchmark::State& state) {
+    const mesh m = make_mesh(2, state.range(0), state.range(1));
+    dense2D<double> slopes(6, m.pos.cols, 0.0);
+    for (std::size_t j = 0; j < m.pos.cols; ++j) {
+        slopes(0, j) = slopes(4, j) = 1;
+        slopes(2, j) = 1.4 * std::cos(7 * m.pos(0, j)) * std::cos(5 * m.pos(1, j));
+        slopes(5, j) = -std::sin(7 * m.pos(0, j)) * std::sin(5 * m.pos(1, j));
+    }
+    measure(state, static_cast<double>(m.connect.cols), {gather_corners(m, slopes)},
+            [&](stopwatch& watch) {
+                dense2D<double> H;
+                watch.start();
+                const int status =
+                    zel::tessel2d::parametric_curvatures(m.pos, m.connect, slopes, H);
+                watch.stop();
+                if (status != 0) state.SkipWithError("failed");
+            });
+}
+BENCHMARK(parametric_curvatures)
+    ->ArgNames({"elements", "order"})
+    ->ArgsProduct({{1000, 30000, 1000000}, {by_rows, shuffled}})
     ->UseManualTime();
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include "support/adjacency.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -32,6 +33,49 @@ bool lists_stars() {
            std::equal(expected, expected + 4, elements.begin() + 8);
 }
 
+bool bends_an_edge() {
+    //! [principal]
+    // Two unit squares at a right angle, cut into triangles; nodes 0 and 1 are on the common edge.
+    double corners[] = {0, 0, 0, 0, 1, 0, 1, 0, 0, 1, 1, 0, 0, 0, 1, 0, 1, 1};
+    unsigned nodes[] = {0, 2, 1, 1, 2, 3, 0, 1, 4, 1, 5, 4};
+    const auto pos = zel::dense2D<double>::wrap(corners, 3, 6);
+    const auto connect = zel::dense2D<unsigned>::wrap(nodes, 3, 4);
+    const auto neighbors = zel::examples::adjacency_of(connect, 6).neighbors;
+    const zel::dense2D<unsigned> no_hard_edges;
+
+    zel::dense2D<double> curvatures;
+    const double radius = 2;
+    const double any_angle = 3.2;
+    const int status = zel::tessel2d::principal_curvatures(
+        pos, connect, neighbors, radius, any_angle, 30, no_hard_edges, curvatures);
+    // One edge of length 1 bends by pi/2 in a patch of area 2, toward the normals: at node 0, k1 is
+    // pi/4 and k2 is 0. u1, in rows 0 to 2, runs along the edge: it is (0, 1, 0) or (0, -1, 0).
+    //! [principal]
+    return status == 0 && curvatures.rows == 8 && curvatures.cols == 6 &&
+           std::abs(curvatures(6, 0) - std::acos(-1.0) / 4) < 1e-12 &&
+           std::abs(curvatures(7, 0)) < 1e-12 && std::abs(std::abs(curvatures(1, 0)) - 1) < 1e-12;
+}
+
+bool finds_a_second_form() {
+    //! [parametric]
+    // The bowl S(u, v) = (u, v, (u^2 + v^2)/2): four triangles around the origin, and at each node the
+    // derivatives Su = (1, 0, u) and Sv = (0, 1, v).
+    double parameters[] = {0, 0, 1, 0, 0, 1, -1, 0, 0, -1};
+    unsigned nodes[] = {0, 1, 2, 0, 2, 3, 0, 3, 4, 0, 4, 1};
+    double slopes[] = {1, 0, 0, 0, 1, 0,  1, 0, 1, 0, 1, 0, 1, 0, 0,
+                       0, 1, 1, 1, 0, -1, 0, 1, 0, 1, 0, 0, 0, 1, -1};
+    const auto pos = zel::dense2D<double>::wrap(parameters, 2, 5);
+    const auto connect = zel::dense2D<unsigned>::wrap(nodes, 3, 4);
+    const auto D = zel::dense2D<double>::wrap(slopes, 6, 5);
+
+    zel::dense2D<double> H;
+    const int status = zel::tessel2d::parametric_curvatures(pos, connect, D, H);
+    // Column 0 of H is (-1, 0, -1): the bowl bends toward its normal.
+    //! [parametric]
+    return status == 0 && H.rows == 3 && H.cols == 5 && std::abs(H(0, 0) + 1) < 1e-12 &&
+           std::abs(H(1, 0)) < 1e-12 && std::abs(H(2, 0) + 1) < 1e-12;
+}
+
 } // namespace
 
 int main() {
@@ -39,6 +83,10 @@ int main() {
         std::puts("the elements around a node are not as expected");
         return 1;
     }
-    std::puts("stars are as expected");
+    if (!bends_an_edge() || !finds_a_second_form()) {
+        std::puts("a curvature is not as expected");
+        return 1;
+    }
+    std::puts("stars and curvatures are as expected");
     return 0;
 }

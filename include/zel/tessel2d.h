@@ -2,6 +2,7 @@
 #pragma once
 
 #include "zel/tessel2d/conversion.h"
+#include "zel/tessel2d/curvatures.h"
 #include "zel/tessel2d/disks.h"
 #include "zel/tessel2d/extrusion.h"
 #include "zel/tessel2d/generators.h"

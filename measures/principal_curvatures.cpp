@@ -1,0 +1,359 @@
+// zel tessel2d: planar and surface mesh tools.
+//
+// The normal-cycle tensor of a patch of triangles: the sum over its inner edges of
+//
+//     (dihedral angle) (length) (direction of the edge) (direction of the edge)^T
+//
+// over the area of the patch. See D. Cohen-Steiner and J.-M. Morvan, "Restricted Delaunay
+// triangulations and normal cycle", Symposium on Computational Geometry 2003.
+//
+// A patch of thirty triangles meets each edge of the mesh in some thirty patches. What an edge adds does
+// not depend on the patch, nor does it whether a patch may grow across it; so both are found once for
+// each edge, with memory proportional to the mesh.
+#include "foundation/hbuckets.h"
+#include "foundation/lapack.h"
+#include "foundation/tessel.h"
+#include "foundation/topology.h"
+#include "measures/kernels.h"
+#include "measures/stamp_marks.h"
+#include "measures/tangent_frame.h"
+#include "zel/tessel2d/curvatures.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace zel::tessel2d {
+
+namespace {
+
+/// What patches ask of a triangle: one line of the cache.
+struct alignas(64) face {
+    double centroid[3];
+    double size;             // twice the area
+    unsigned beside[3];      // across the edge opposite each corner, or `no_node`
+    unsigned passable;       // bit j: a patch may grow across edge j
+    std::size_t first_hinge; // those of its edges j with beside[j] <= its own number, in order
+};
+
+/// An edge between two triangles: its direction, and its length times the signed angle between their
+/// normals. All zero where the surface is flat.
+struct hinge {
+    double direction[3];
+    double weight;
+};
+
+using edge_set = hbuckets<elfes::edge2>;
+
+/// False: memory is exhausted.
+bool collect_edges(const dense2D<unsigned>& edges, edge_set& set) noexcept {
+    const std::size_t count = edges.empty() ? 0 : edges.cols;
+    set.initialise(count, count, 1.0);
+    const auto ends = columns_of(edges);
+    for (std::size_t j = 0; j < count; ++j)
+        if (set.insert({ends[j][0], ends[j][1]}) == nullptr) return false;
+    return true;
+}
+
+/// How far patches grow.
+struct limits {
+    double squared_radius;
+    double cosine;        // of the largest angle between the normals of two neighbours
+    std::size_t elements; // no step is made from a patch of this size
+};
+
+/// A triangulated surface with what its patches need.
+struct surface {
+    points_view<3> points;
+    columns<const unsigned> cells;
+    columns<const unsigned> across;
+    std::size_t count;
+    dense2D<double> normals{}; // as long as twice the area; row 3: the squared length
+    dense1D<face, 8> faces{};
+    dense1D<hinge, 8> hinges{};
+
+    /// False: memory is exhausted.
+    bool start(const edge_set& hard, const limits& most) noexcept {
+        if (!normals.resize(4, count) || !faces.resize(count)) return false;
+        std::size_t edges = 0;
+        for (std::size_t e = 0; e < count; ++e) edges += measure_face(e, edges);
+        if (!hinges.resize(edges)) return false;
+        for (std::size_t e = 0; e < count; ++e) {
+            measure_hinges(e);
+            faces[e].passable = passable_edges(e, hard, most.cosine);
+        }
+        return true;
+    }
+
+    point<3> normal(std::size_t e) const noexcept {
+        const double* const n = normals[e];
+        return {n[0], n[1], n[2]};
+    }
+
+private:
+    /// Everything but `passable`; returns how many hinges the face has.
+    std::size_t measure_face(std::size_t e, std::size_t first_hinge) noexcept {
+        const unsigned* const nodes = cells[e];
+        const point<3> p[3] = {points[nodes[0]], points[nodes[1]], points[nodes[2]]};
+        const point<3> n = triangle_normal(p[0], p[1], p[2]);
+        const double q = squared_length<3>(n);
+        std::copy(n.begin(), n.end(), normals[e]);
+        normals(3, e) = q;
+        face& f = faces[e];
+        for (std::size_t i = 0; i < 3; ++i)
+            f.centroid[i] = (p[0][i] + p[1][i] + p[2][i]) * 0.3333333333333333;
+        f.size = std::sqrt(q);
+        f.first_hinge = first_hinge;
+        std::size_t owned = 0;
+        for (std::size_t j = 0; j < 3; ++j) {
+            f.beside[j] = across[e][j] < count ? across[e][j] : no_node;
+            owned += f.beside[j] <= e;
+        }
+        return owned;
+    }
+
+    void measure_hinges(std::size_t e) noexcept {
+        const face& f = faces[e];
+        hinge* next = hinges.data() + f.first_hinge;
+        for (std::size_t j = 0; j < 3; ++j)
+            if (f.beside[j] <= e) *next++ = measure_hinge(e, j, f.beside[j]);
+    }
+
+    hinge measure_hinge(std::size_t e, std::size_t j, std::size_t other) const noexcept {
+        const unsigned* const nodes = cells[e];
+        const point<3> n1 = normal(e);
+        const point<3> n2 = normal(other);
+        point<3> along = difference<3>(points[nodes[(j + 2) % 3]], points[nodes[(j + 1) % 3]]);
+        const double length = make_unit<3>(along);
+        const point<3> inward = cross(along, n1);
+        const point<3> outward{-inward[0], -inward[1], -inward[2]};
+        const double angle = std::atan2(dot<3>(outward, n2), dot<3>(n1, n2));
+        const double weight = angle * length;
+        if (weight == 0) return {{0, 0, 0}, 0};
+        return {{along[0], along[1], along[2]}, weight};
+    }
+
+    unsigned passable_edges(std::size_t e, const edge_set& hard, double cosine) const noexcept {
+        const double bound = cosine * std::abs(cosine);
+        const unsigned* const nodes = cells[e];
+        unsigned passable = 0;
+        for (unsigned j = 0; j < 3; ++j) {
+            const unsigned other = faces[e].beside[j];
+            if (other == no_node) continue;
+            if (hard.item_count != 0 && hard.contains(edge_nodes(nodes, 3, j))) continue;
+            if (cosine > -1) {
+                const double d = dot<3>(normal(e), normal(other));
+                const double s = d * std::abs(d);
+                if (!(s > bound * normals(3, e) * normals(3, other))) continue;
+            }
+            passable |= 1u << j;
+        }
+        return passable;
+    }
+};
+
+/// The triangles around one node after the other.
+struct patch {
+    dense1D<unsigned, 8> list{};
+    stamp_marks marks{};
+    unsigned* members = nullptr;
+    std::size_t size = 0;
+
+    /// False: memory is exhausted.
+    bool start(std::size_t elements, const limits& most) noexcept {
+        constexpr std::size_t overshoot = 2; // a step adds up to three
+        std::size_t room;
+        if (!checked_add(most.elements, overshoot, room)) room = elements;
+        room = std::max<std::size_t>(std::min(room, elements), 1);
+        if (!list.resize(room) || !marks.start(elements)) return false;
+        members = list.data();
+        return true;
+    }
+
+    /// Gathers the triangles around `center`, breadth first from the seed on. A triangle that one of its
+    /// neighbours has turned down is not asked again.
+    void gather(const surface& s, const point<3>& center, unsigned seed,
+                const limits& most) noexcept {
+        const face* const faces = s.faces.data();
+        marks.renew();
+        marks.add(seed);
+        members[0] = seed;
+        size = 1;
+        if (!(most.squared_radius > 0)) return;
+        for (std::size_t i = 0; i < size && size < most.elements; ++i) {
+            const face& from = faces[members[i]];
+            const std::size_t batch = size;
+            for (unsigned j = 0; j < 3; ++j) {
+                const unsigned e = from.beside[j];
+                if (e == no_node || marks.holds(e)) continue;
+                marks.add(e);
+                const double* const g = faces[e].centroid;
+                const point<3> offset = difference<3>({g[0], g[1], g[2]}, center);
+                if (squared_length<3>(offset) > most.squared_radius) continue;
+                if ((from.passable >> j & 1u) != 0) insert(batch, e);
+            }
+        }
+    }
+
+    /// The sum of what the inner edges add, each seen from its higher-numbered triangle, and twice the
+    /// area.
+    symmetric_fixed<double, 3> sum_hinges(const surface& s, double& area) noexcept {
+        const face* const faces = s.faces.data();
+        const hinge* const hinges = s.hinges.data();
+        marks.renew();
+        for (std::size_t i = 0; i < size; ++i) marks.add(members[i]);
+        area = 0;
+        symmetric_fixed<double, 3> sum{};
+        for (std::size_t i = 0; i < size; ++i) {
+            const unsigned e = members[i];
+            const face& f = faces[e];
+            area += f.size;
+            const hinge* next = hinges + f.first_hinge;
+            for (const unsigned other : f.beside) {
+                if (other > e) continue;
+                if (marks.holds(other)) add(*next, sum);
+                ++next;
+            }
+        }
+        return sum;
+    }
+
+private:
+    /// Puts e among the members behind `batch`, which are in ascending order.
+    void insert(std::size_t batch, unsigned e) noexcept {
+        std::size_t at = size++;
+        for (; at > batch && members[at - 1] > e; --at) members[at] = members[at - 1];
+        members[at] = e;
+    }
+
+    static void add(const hinge& h, symmetric_fixed<double, 3>& sum) noexcept {
+        const double x = h.weight * h.direction[0];
+        const double y = h.weight * h.direction[1];
+        const double z = h.weight * h.direction[2];
+        sum[0] += x * h.direction[0];
+        sum[1] += y * h.direction[0];
+        sum[2] += y * h.direction[1];
+        sum[3] += z * h.direction[0];
+        sum[4] += z * h.direction[1];
+        sum[5] += z * h.direction[2];
+    }
+};
+
+/// Eigenvalues in ascending order with a right-handed frame of unit vectors.
+struct eigenpairs {
+    double value[3];
+    point<3> vector[3];
+};
+
+/// False: the matrix has none to offer.
+bool find_eigenpairs(symmetric_fixed<double, 3> m, eigenpairs& found) noexcept {
+    double vectors[9];
+    double work[9];
+    long info;
+    lapack::dspev('V', 'U', 3, m.elements, found.value, vectors, 3, work, info);
+    if (info != 0) return false;
+    for (std::size_t k = 0; k < 2; ++k)
+        found.vector[k] = {vectors[3 * k], vectors[3 * k + 1], vectors[3 * k + 2]};
+    found.vector[2] = cross(found.vector[0], found.vector[1]);
+    return true;
+}
+
+/// Which eigenvalues are the largest and the middle one in magnitude.
+struct ranking {
+    std::size_t largest;
+    std::size_t middle;
+};
+
+ranking rank(const double (&value)[3]) noexcept {
+    const double a0 = std::abs(value[0]);
+    const double a1 = std::abs(value[1]);
+    const double a2 = std::abs(value[2]);
+    const std::size_t smaller = a0 > a1 ? 1 : 0;
+    const std::size_t least = (smaller == 1 ? a1 : a0) > a2 ? 2 : smaller;
+    const std::size_t larger = a1 > a0 ? 1 : 0;
+    const std::size_t largest = a2 > (larger == 1 ? a1 : a0) ? 2 : larger;
+    return {largest, largest == least ? (largest + 1) % 3 : 3 - largest - least};
+}
+
+/// Fills the column of a node: u1, u2, k1, k2. A tensor without eigenvalues leaves it zero.
+void write_curvatures(const symmetric_fixed<double, 3>& tensor, double double_area,
+                      const point<3>& normal, double* column) noexcept {
+    constexpr double undetermined = 0.001; // of k1: a smaller k2 has no direction of its own
+    eigenpairs found;
+    if (double_area == 0 || !find_eigenpairs(tensor, found)) return;
+    const double factor = 2 / double_area;
+    if (factor != 1)
+        for (double& value : found.value) value *= factor;
+    const ranking order = rank(found.value);
+    const double k1 = found.value[order.largest];
+    const double k2 = found.value[order.middle];
+    point<3> u1 = found.vector[order.largest];
+    point<3> u2 = found.vector[order.middle];
+    if (!(std::abs(k2) > std::abs(k1) * undetermined)) {
+        point<3> n = normal;
+        tangent_frame(u1, n, u2);
+    }
+    std::copy(u1.begin(), u1.end(), column);
+    std::copy(u2.begin(), u2.end(), column + 3);
+    column[6] = k1;
+    column[7] = k2;
+}
+
+/// The normal of a triangle times its length; zero where that is 0.
+point<3> weighted_normal(const surface& s, std::size_t e) noexcept {
+    const double a = s.faces[e].size;
+    const point<3> n = s.normal(e);
+    if (a == 0) return {0, 0, 0};
+    return {a * n[0], a * n[1], a * n[2]};
+}
+
+/// Fills the columns of all nodes that the elements use, each from the first element that holds it.
+/// False: memory is exhausted.
+bool measure_nodes(surface& s, std::size_t nodes, const edge_set& hard, const limits& most,
+                   dense2D<double>& curvatures) noexcept {
+    patch around;
+    element_set done;
+    if (!s.start(hard, most) || !around.start(s.count, most) || !done.start(nodes)) return false;
+    const auto out = columns_of(curvatures);
+    for (std::size_t e = 0; e < s.count; ++e) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            const unsigned node = s.cells[e][i];
+            if (done.holds(node)) continue;
+            done.add(node);
+            double double_area;
+            around.gather(s, s.points[node], static_cast<unsigned>(e), most);
+            const auto tensor = around.sum_hinges(s, double_area);
+            write_curvatures(tensor, double_area, weighted_normal(s, e), out[node]);
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+int principal_curvatures(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                         const dense2D<unsigned>& neighbors, double radius, double max_angle,
+                         unsigned max_elements, const dense2D<unsigned>& hard_edges,
+                         dense2D<double>& curvatures) {
+    if (connect.empty()) return status_ok;
+    if (pos.rows != 3) return -1;
+    const unsigned bound = node_bound(pos);
+    if (!tessel::check_IDs(connect, ELEMENT_T3, bound)) return -2;
+    if (neighbors.cols != connect.cols || neighbors.rows < 3) return -3;
+    if (!tessel::check_IDs(hard_edges, ELEMENT_E2, bound)) return -7;
+    if (connect.cols > most_nodes) return status_memory;
+    edge_set hard;
+    if (!collect_edges(hard_edges, hard)) return status_memory;
+    // A view of its own keeps the coordinates when `curvatures` shares their block or is `pos` itself.
+    const dense2D<double> points = pos;
+    curvatures.clear();
+    surface s{points_view<3>(points), columns_of(connect), columns_of(neighbors), connect.cols};
+    const limits most{radius * radius, std::cos(max_angle), max_elements};
+    if (curvatures.resize(8, points.cols, 0.0) &&
+        measure_nodes(s, points.cols, hard, most, curvatures)) {
+        return status_ok;
+    }
+    curvatures.clear();
+    return status_memory;
+}
+
+} // namespace zel::tessel2d
