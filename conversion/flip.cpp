@@ -28,8 +28,16 @@ void turn_over_quadratic(unsigned* cell) noexcept {
     }
 }
 
+/// A leading dimension that is known at compile time lets the columns of linear elements share vectors.
+template <std::size_t Leading, class TurnOver>
+void for_each_packed_column(unsigned* first, std::size_t count, TurnOver turn) noexcept {
+    for (std::size_t e = 0; e < count; ++e) turn(first + e * Leading);
+}
+
 template <class TurnOver>
 void for_each_column(dense2D<unsigned>& connect, TurnOver turn) noexcept {
+    if (connect.ld == 3) return for_each_packed_column<3>(connect.data(), connect.cols, turn);
+    if (connect.ld == 4) return for_each_packed_column<4>(connect.data(), connect.cols, turn);
     const auto cells = columns_of(connect);
     for (std::size_t e = 0; e < connect.cols; ++e) turn(cells[e]);
 }
