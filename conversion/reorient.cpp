@@ -54,8 +54,8 @@ struct surface {
 };
 
 /// Asks for the columns that are needed in a few steps: those of an element far behind the head of the
-/// queue, and those of the neighbours, not met before, of a nearer one, whose own column has come by
-/// then.
+/// queue, and those of the neighbours of a nearer one, whose own column has come by then. What is no
+/// neighbour counts as the last element: asking for it in vain costs less than a test.
 template <class Shape>
 [[gnu::always_inline]] inline void prefetch_ahead(const surface& mesh,
                                                   const reorientation& walk) noexcept {
