@@ -23,7 +23,7 @@ int get_element_containing_point(const dense2D<double>& pos, const dense2D<unsig
                                  const dense2D<unsigned>& neighbors,
                                  const dense1D<unsigned, 8>& ancestors,
                                  const tessel::node_detector& detector, element_type type,
-                                 const vector_fixed<double, 2>& P, unsigned& element,
+                                 const vector_fixed<double, 2>& p, unsigned& element,
                                  double tolerance) {
     element = no_node;
     if (const int status = check_located_mesh(pos, connect, neighbors, ancestors, type))
@@ -31,11 +31,11 @@ int get_element_containing_point(const dense2D<double>& pos, const dense2D<unsig
     const located_mesh mesh(pos, connect, neighbors, ancestors);
     int status = not_found;
     if (connect.rows == 3 && type == ELEMENT_T3) {
-        status = locate_once<triangle_cells>(mesh, detector, P, tolerance, element);
+        status = locate_once<triangle_cells>(mesh, detector, p, tolerance, element);
     } else if (connect.rows == 4 && type == ELEMENT_Q4) {
-        status = locate_once<quad_cells>(mesh, detector, P, tolerance, element);
+        status = locate_once<quad_cells>(mesh, detector, p, tolerance, element);
     } else if (connect.rows == 4 && type == ELEMENT_FACE) {
-        status = locate_once<mixed_cells>(mesh, detector, P, tolerance, element);
+        status = locate_once<mixed_cells>(mesh, detector, p, tolerance, element);
     }
     return status < met_degenerate ? not_found : status;
 }

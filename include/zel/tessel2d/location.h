@@ -14,11 +14,11 @@ namespace zel::tessel2d {
 ///
 ///        +-------+         The search walks from element to element, across sides that have the
 ///       / \  2  / \        point on their outer side. It starts beside a node that `detector`
-///      / 1 \   / P \       finds near the point. When it falls off the mesh, in a hole or at a bay,
+///      / 1 \   / p \       finds near the point. When it falls off the mesh, in a hole or at a bay,
 ///     +-----\-/-3---+      it starts again from each element around the node nearest to the point.
 ///
 /// A point is inside an element when for each side from A to B the doubled signed area of the triangle
-/// (A, B, P) is at least -`tolerance` times the doubled area of the element. On a shared side or a node
+/// (A, B, p) is at least -`tolerance` times the doubled area of the element. On a shared side or a node
 /// the answer is one of the elements there, the same at every call. Which of several failing sides the
 /// walk crosses is chosen by a fixed sequence of numbers, and it looks at no more elements than the
 /// mesh has, so that it always ends (O. Devillers, S. Pion, M. Teillaud, 2002).
@@ -34,7 +34,7 @@ namespace zel::tessel2d {
 /// @param detector   a search structure over the nodes of the mesh.
 /// @param type       ELEMENT_T3 with 3 rows, ELEMENT_Q4 or ELEMENT_FACE with 4. Another combination that
 ///                   fits `connect` finds nothing.
-/// @param P          the point.
+/// @param p          the point.
 /// @param[out] element  the element, or 0xFFFFFFFF. What it holds on entry does not matter.
 /// @param tolerance  how far outside a side the point may lie: the share of the element's doubled area
 ///                   that the triangle of point and side may have, doubled too. 1e-6 is a good value.
@@ -62,7 +62,7 @@ get_element_containing_point(const dense2D<double>& pos, const dense2D<unsigned>
                              const dense2D<unsigned>& neighbors,
                              const dense1D<unsigned, 8>& ancestors,
                              const tessel::node_detector& detector, element_type type,
-                             const vector_fixed<double, 2>& P, unsigned& element, double tolerance);
+                             const vector_fixed<double, 2>& p, unsigned& element, double tolerance);
 
 /// Carries a nodal field onto nodes that belong to no element.
 ///
