@@ -231,7 +231,7 @@ bool grow_outputs(dense2D<double>& pos, std::size_t n1, std::size_t n, std::size
     if (!pos.reserve(pos.rows, nodes, 1) || !connect.reserve(rows, elements, 1)) return false;
     pos.resize(pos.rows, nodes);
     if (rows <= 4) {
-        connect.resize(rows, elements); // every new entry is written
+        grow_columns(connect, rows, elements, no_node); // every new entry is written
     } else {
         connect.resize(rows, elements, no_node); // an empty matrix that came with so many rows
     }

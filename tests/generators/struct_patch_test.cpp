@@ -284,6 +284,18 @@ TEST(MeshStructT3, IntoAnEmptyMatrixThreeRowsOrTheRowsItHad) {
     EXPECT_EQ(3U, flat.rows);
 }
 
+TEST(MeshStruct, ColumnsWithoutRowsBecomeColumnsWithoutNodes) {
+    auto patch = square_loop(1, 1);
+    dense2D<unsigned> quads(0, 2), triangles(0, 1);
+    ASSERT_EQ(0, mesh_struct_Q4(patch.pos, patch.boundary, 1, quads));
+    EXPECT_THAT(columns(quads),
+                ElementsAre(cell(no_node, no_node, no_node, no_node),
+                            cell(no_node, no_node, no_node, no_node), cell(0, 1, 2, 3)));
+    ASSERT_EQ(0, mesh_struct_T3(patch.pos, patch.boundary, 1, 1, triangles));
+    EXPECT_THAT(columns(triangles),
+                ElementsAre(cell(no_node, no_node, no_node), cell(0, 1, 2), cell(0, 2, 3)));
+}
+
 TEST(MeshStruct, ViewsWithOddLayoutsGiveTheSameMesh) {
     for (const unsigned rows : {2U, 3U}) {
         const auto patch = scattered_loop(5, 6, rows, 3);
@@ -522,8 +534,8 @@ TEST(MeshStruct, CoincidentNodesGiveCoincidentNodes) {
 
 TEST(MeshStruct, NaNAndInfinityPassThroughTheFormula) {
     auto patch = square_loop(3, 3);
-    patch.pos(0, 0) = zel_test::nan;      // a corner: every interior node has it
-    patch.pos(1, 1) = infinity; // on the bottom at i = 1: only that line
+    patch.pos(0, 0) = zel_test::nan; // a corner: every interior node has it
+    patch.pos(1, 1) = infinity;      // on the bottom at i = 1: only that line
     dense2D<unsigned> quads;
     ASSERT_EQ(0, mesh_struct_Q4(patch.pos, patch.boundary, 3, quads));
     for (std::size_t k = 12; k < 16; ++k) EXPECT_TRUE(std::isnan(patch.pos(0, k)));
