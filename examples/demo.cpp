@@ -5,6 +5,7 @@
 //
 //     demo [<output directory> [<data directory>]]
 #include "demo/chapters.h"
+#include "support/off_reader.h"
 #include "support/require.h"
 #include "zel/tessel2d.h"
 
@@ -14,7 +15,9 @@
 
 namespace {
 
-void write_book(zel::demo::book& b) {
+void write_book(zel::demo::book& b, const std::filesystem::path& data) {
+    b.surface = zel::examples::read_off(data / "bunny.off");
+    b.island = zel::examples::read_off(data / "coast.off");
     std::error_code problem;
     std::filesystem::create_directories(b.output, problem);
     zel::examples::require(!problem,
@@ -43,9 +46,8 @@ int main(int argc, char** argv) {
     try {
         zel::demo::book b;
         b.output = argc > 1 ? argv[1] : "build/demo";
-        b.data = argc > 2 ? argv[2] : ZEL_EXAMPLE_DATA;
         std::printf("zel tessel2d %s\n", zel::tessel2d::version());
-        write_book(b);
+        write_book(b, argc > 2 ? argv[2] : ZEL_EXAMPLE_DATA);
         std::printf("\nAll files are in %s; index.html shows them.\n", b.output.string().c_str());
         return 0;
     } catch (const std::exception& problem) {

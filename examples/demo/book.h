@@ -11,10 +11,12 @@
 
 namespace zel::demo {
 
-/// What a chapter works with: where its files go, where the data lies, and the page it adds to.
+/// What a chapter works with: where its files go, the meshes that come from files, and the page it
+/// adds to.
 struct book {
     std::filesystem::path output;
-    std::filesystem::path data;
+    examples::mesh surface; ///< a scanned surface, closed, in space
+    examples::mesh island;  ///< an island in the plane
     examples::index_page page;
 };
 

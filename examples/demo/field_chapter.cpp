@@ -3,7 +3,6 @@
 #include "demo/measure.h"
 #include "foundation/tessel.h"
 #include "support/adjacency.h"
-#include "support/off_reader.h"
 #include "support/outline.h"
 #include "support/require.h"
 #include "zel/tessel2d.h"
@@ -138,7 +137,7 @@ void field_chapter(book& b) {
         "from triangle to triangle, so that beside a narrow inlet it may end on the wrong shore "
         "without a result.");
     s.columns = 3;
-    examples::mesh m = examples::read_off(b.data / "coast.off");
+    examples::mesh m = examples::deep_copy(b.island);
     const auto beside_alone = examples::adjacency_of(m.connect, m.pos.cols);
     const std::vector<segment> border = border_of(m, beside_alone);
     const std::size_t nodes = m.pos.cols;

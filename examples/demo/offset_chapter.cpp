@@ -1,7 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "demo/chapters.h"
 #include "demo/measure.h"
-#include "support/off_reader.h"
 #include "support/require.h"
 #include "zel/tessel2d.h"
 
@@ -42,7 +41,7 @@ void offset_chapter(book& b) {
         "these normals a copy of the surface is placed outwards, 2 % of the diagonal of its box "
         "away.");
     s.columns = 3;
-    examples::mesh m = examples::read_off(b.data / "bunny.off");
+    examples::mesh m = examples::deep_copy(b.surface);
     const double distance = 0.02 * examples::extent(m);
 
     dense2D<double> normals;

@@ -2,7 +2,6 @@
 #include "demo/chapters.h"
 #include "demo/measure.h"
 #include "support/bar_chart.h"
-#include "support/off_reader.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -28,7 +27,7 @@ std::vector<double> corner_angles(const measures& result) {
 } // namespace
 
 void surface_chapter(book& b) {
-    const examples::mesh m = examples::read_off(b.data / "bunny.off");
+    const examples::mesh& m = b.surface;
     const measures result = measure(m);
     const std::vector<double> smallest = in_degrees(result.smallest_angles);
 
