@@ -15,6 +15,8 @@ void sweep_chapter(book& b);
 void surface_chapter(book& b);
 /// The scanned surface's normals and a copy of it outwards.
 void offset_chapter(book& b);
+/// The scanned surface's curvatures.
+void curvature_chapter(book& b);
 /// A field carried from an island's triangles to a grid.
 void field_chapter(book& b);
 /// Disks and spheres.

@@ -44,6 +44,7 @@ MESHES = {
     "surface": (1839, 3674),
     "surface_normals": (1839, 3674),
     "surface_and_copy": (2 * 1839, 2 * 3674),
+    "surface_curvature": (1839, 3674),
     "field_source": (6125, 11623),
     "field_grid": (61 * 91, 60 * 90),
 }
@@ -62,6 +63,9 @@ HALF_SEEN = {
     "surface_normals": 3674,
     "surface_and_copy": 2 * 3674,
     "surface_copy": 3674,
+    "surface_curvature": 3674,
+    "surface_curvature_back": 3674,
+    "surface_directions": 3674,
 }
 
 # VTK's number of an element and the nodes that it has.
