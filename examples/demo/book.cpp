@@ -12,6 +12,7 @@ examples::section& begin_chapter(book& b, const std::string& title, const std::s
 }
 
 void add_table(examples::section& s, const examples::table& t) {
+    if (!s.tables.empty()) std::printf("\n");
     examples::print_table(t);
     s.tables.push_back(t);
 }

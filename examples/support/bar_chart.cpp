@@ -92,8 +92,9 @@ void print_histogram(const histogram& h, const std::string& unit) {
     for (std::size_t k = 0; k < h.counts.size(); ++k) {
         const double from = h.first + h.step * static_cast<double>(k);
         const std::size_t length = (h.counts[k] * longest + most / 2) / most;
-        std::printf("  %5g to %5g %s %7zu  %s\n", from, from + h.step, unit.c_str(), h.counts[k],
-                    std::string(length, '#').c_str());
+        const std::string bar = length == 0 ? "" : "  " + std::string(length, '#');
+        std::printf("  %5g to %5g %s %7zu%s\n", from, from + h.step, unit.c_str(), h.counts[k],
+                    bar.c_str());
     }
 }
 

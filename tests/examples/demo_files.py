@@ -142,6 +142,18 @@ class Demonstration(unittest.TestCase):
                 self.assertEqual(len(connect), offsets[-1])
                 self.assertEqual(set(range(nodes)), set(connect), "nodes that elements use")
 
+    def test_nodes_on_sides_follow_the_sides(self):
+        grid = xml.parse(self.output / "convert_quadratic.vtu").getroot()
+        flat = numbers(grid, "Points")
+        points = [flat[k : k + 2] for k in range(0, len(flat), 3)]
+        connect = numbers(grid, "connectivity", int)
+        for cell in (connect[k : k + 6] for k in range(0, len(connect), 6)):
+            corners = [points[n] for n in cell[:3]]
+            middles = [[(x + y) / 2 for x, y in zip(corners[k], corners[(k + 1) % 3])] for k in range(3)]
+            for side, node in enumerate(cell[3:]):
+                away = [math.dist(points[node], middle) for middle in middles]
+                self.assertEqual(side, away.index(min(away)), f"node {node} of element {cell}")
+
     def test_fields_fit_their_mesh(self):
         for name, (nodes, elements) in MESHES.items():
             grid = xml.parse(self.output / f"{name}.vtu").getroot()
