@@ -171,23 +171,26 @@ struct node_counts {
 /// exhausted, or 32-bit numbers are.
 ///
 /// The columns are filled during the walk if no mesh of this size can run out of numbers. Otherwise
-/// they are not touched before it is known that they are needed.
+/// there are none before it is known that they are needed.
 template <class Shape>
 bool number_edges(const dense2D<unsigned>& connect, const dense2D<unsigned>& edges,
-                  const element_counts& counts, std::size_t edge_nodes, node_counts& nodes,
+                  const element_counts& counts, const element_order& order, node_counts& nodes,
                   dense2D<unsigned>& raised) noexcept {
+    const std::size_t rows = counts.rows(order);
     edge_map map;
     start_map(edges, counts, map);
-    edge_numbering<Shape> walk{columns_of(connect), connect.cols, edge_nodes, map};
+    edge_numbering<Shape> walk{columns_of(connect), connect.cols, order.edge_nodes, map};
     bool complete = true;
     std::size_t most_on_edges, most;
-    const bool enough_numbers =
-        checked_multiply(3 * counts.triangles + 4 * counts.quads, edge_nodes, most_on_edges) &&
-        checked_add(most_on_edges, nodes.total, most) && most <= most_nodes;
+    const bool enough_numbers = checked_multiply(3 * counts.triangles + 4 * counts.quads,
+                                                 order.edge_nodes, most_on_edges) &&
+                                checked_add(most_on_edges, nodes.total, most) && most <= most_nodes;
+    if (enough_numbers && !raised.resize(rows, connect.cols)) return false;
     const std::uint64_t behind = enough_numbers
                                      ? walk.template number<true>(nodes.present, raised, complete)
                                      : walk.template number<false>(nodes.present, raised, complete);
     if (!nodes.ends_edges_at(behind)) return false;
+    if (!enough_numbers && !raised.resize(rows, connect.cols)) return false;
     if (!enough_numbers || !complete) walk.fill(raised);
     return true;
 }
@@ -196,12 +199,11 @@ bool number_nodes(const dense2D<unsigned>& connect, const dense2D<unsigned>& edg
                   const element_counts& counts, const element_order& order, node_counts& nodes,
                   dense2D<unsigned>& raised) noexcept {
     if (!nodes.count_inside(order, counts)) return false;
-    if (!raised.resize(counts.rows(order), connect.cols)) return false;
-    if (order.edge_nodes == 0) return true;
+    if (order.edge_nodes == 0) return raised.resize(counts.rows(order), connect.cols);
     const auto number = connect.rows == 3       ? number_edges<triangle_cells>
                         : counts.triangles == 0 ? number_edges<quad_cells>
                                                 : number_edges<mixed_cells>;
-    return number(connect, edges, counts, order.edge_nodes, nodes, raised);
+    return number(connect, edges, counts, order, nodes, raised);
 }
 
 // ------------------------------------------------------------------------------- positions of nodes
