@@ -6,9 +6,11 @@
 //
 // What is summed comes from `elements`, an object that knows the mesh. It has
 //
-//     corners(nodes)    how many of an element's nodes get its normal
-//     for_each(visit)   calls visit(e, nodes, v, size) for every element in its order, where v is its
-//                       vector made a unit vector and size the length that this had
+//     has_gap(nodes)        an element with a gap adds to no node
+//     corners(nodes)        how many of another element's nodes get its normal
+//     for_each(visit)       calls visit(e, nodes, v, size) for every element in its order, where v is its
+//                           vector made a unit vector and size the length that this had
+//     make_units(n, cols)   makes n vectors unit vectors
 #include "foundation/point.h"
 
 #include <algorithm>
@@ -67,6 +69,7 @@ template <int Dim, class Elements>
 void sum_normals(const Elements& elements, double power, columns<double> normals,
                  double* weights) noexcept {
     elements.for_each([&](std::size_t, const unsigned* nodes, const point<Dim>& v, double size) {
+        if (Elements::has_gap(nodes)) return;
         const double weight = element_weight(size, power);
         const unsigned corners = Elements::corners(nodes);
         for (unsigned k = 0; k < corners; ++k) {
@@ -121,6 +124,7 @@ void sum_directions(const Elements& elements, double power, columns<double> norm
     const auto sum = [&](auto by_size) {
         elements.for_each(
             [&](std::size_t, const unsigned* nodes, const point<Dim>& v, double size) {
+                if (Elements::has_gap(nodes)) return;
                 const unsigned corners = Elements::corners(nodes);
                 for (unsigned k = 0; k < corners; ++k)
                     add_scaled<Dim>(by_size ? size : 1.0, v, normals[nodes[k]]);
@@ -133,9 +137,9 @@ void sum_directions(const Elements& elements, double power, columns<double> norm
     }
 }
 
-/// Makes all vectors unit vectors.
+/// Makes all vectors unit vectors, one by one.
 template <int Dim>
-void make_units(std::size_t count, columns<double> vectors) noexcept {
+void make_unit_columns(std::size_t count, columns<double> vectors) noexcept {
     for (std::size_t j = 0; j < count; ++j) {
         point<Dim> v;
         std::copy_n(vectors[j], Dim, v.begin());
@@ -151,7 +155,7 @@ bool find_node_normals(const Elements& elements, double power, bool unit,
     const auto out = columns_of(normals);
     if (needs_no_weights(power, unit)) {
         sum_directions<Dim>(elements, power, out);
-        make_units<Dim>(normals.cols, out);
+        Elements::make_units(normals.cols, out);
         return true;
     }
     dense1D<double, 8> weights;

@@ -4,71 +4,30 @@
 #include "foundation/cell_shapes.h"
 #include "foundation/node_normals.h"
 #include "foundation/tessel.h"
+#include "measures/kernels.h"
+#include "normals/four_elements.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace zel::tessel2d {
 
 namespace {
 
-// Elements that are worked on in one go: first all corners are fetched, component by component, so that
-// the formulas run over vectors of elements.
+// Elements that are worked on in one go: their normals are found before any is used, so that the
+// processor can fetch the corners of many at a time.
 constexpr std::size_t run_length = 64;
 
-/// The normals of a run of elements. They are a x b or a x c: of a triangle with the sides a, b from its
-/// third corner and c from its first to its second those of the two that cancel less.
-struct element_run {
-    double a[3][run_length];
-    double b[3][run_length];
-    double c[3][run_length];
+/// The normals of a run of elements, component by component.
+struct normal_run {
     double v[3][run_length];
     double size[run_length];
 
-    void set(std::size_t i, const point<3>& first, const point<3>& second,
-             const point<3>& other) noexcept {
-        for (std::size_t k = 0; k < 3; ++k) {
-            a[k][i] = first[k];
-            b[k][i] = second[k];
-            c[k][i] = other[k];
-        }
-    }
     point<3> vector(std::size_t i) const noexcept { return {v[0][i], v[1][i], v[2][i]}; }
+    void set(std::size_t i, const point<3>& n, double length) noexcept {
+        for (std::size_t k = 0; k < 3; ++k) v[k][i] = n[k];
+        size[i] = length;
+    }
 };
-
-/// The same as `triangle_normal` in each lane; of a quadrilateral, whose b and c are the same, the
-/// product of its diagonals.
-inline void find_vectors(element_run& r, std::size_t count) noexcept {
-    for (std::size_t i = 0; i < count; ++i) {
-        const point<3> a{r.a[0][i], r.a[1][i], r.a[2][i]};
-        const point<3> b{r.b[0][i], r.b[1][i], r.b[2][i]};
-        const point<3> c{r.c[0][i], r.c[1][i], r.c[2][i]};
-        const double aa = squared_length<3>(a);
-        const double bb = squared_length<3>(b);
-        const double shorter = bb < aa ? bb : aa;
-        const bool from_b = squared_length<3>(c) > shorter;
-        const point<3> d{from_b ? b[0] : c[0], from_b ? b[1] : c[1], from_b ? b[2] : c[2]};
-        const point<3> n = cross(a, d);
-        r.v[0][i] = n[0];
-        r.v[1][i] = n[1];
-        r.v[2][i] = n[2];
-    }
-}
-
-/// The same as `make_unit` in each lane.
-inline void find_units(element_run& r, std::size_t count) noexcept {
-    for (std::size_t i = 0; i < count; ++i) {
-        const double q = r.v[0][i] * r.v[0][i] + r.v[1][i] * r.v[1][i] + r.v[2][i] * r.v[2][i];
-        const double length = std::sqrt(q);
-        const double factor = 1 / length;
-        const bool stays = (q == 0) | (q == 1);
-        r.size[i] = stays ? q : length;
-        const double times = stays ? 1.0 : factor;
-        r.v[0][i] *= times;
-        r.v[1][i] *= times;
-        r.v[2][i] *= times;
-    }
-}
 
 /// The elements of a surface, as node normals want theirs.
 template <class Shape, bool Unit>
@@ -80,37 +39,53 @@ struct surface_elements {
     static bool has_gap(const unsigned* nodes) noexcept {
         return std::max(std::max(nodes[0], nodes[1]), nodes[2]) == no_node;
     }
-    static unsigned corners(const unsigned* nodes) noexcept {
-        return has_gap(nodes) ? 0 : Shape::corners(nodes);
+    static constexpr unsigned corners(const unsigned* nodes) noexcept {
+        return Shape::corners(nodes);
     }
 
-    void fetch(const unsigned* nodes, std::size_t i, element_run& r) const noexcept {
-        if (has_gap(nodes)) {
-            r.set(i, {}, {}, {});
-            return;
+    normal_corners corners_of(std::size_t e) const noexcept {
+        static constexpr double origin[3] = {0, 0, 0}; // an element with a gap collapses in it
+        const unsigned* const n = cells[e];
+        if (has_gap(n)) return {{origin, origin, origin, origin, origin}};
+        const auto p = [&](std::size_t k) { return points.first + n[k] * points.ld; };
+        if (Shape::corners(n) == 3) return {{p(0), p(2), p(1), p(2), p(0)}};
+        return {{p(2), p(0), p(3), p(1), p(1)}};
+    }
+    point<3> normal(const unsigned* n) const noexcept {
+        if (has_gap(n)) return {};
+        if (Shape::corners(n) == 3) return triangle_normal(n[0], n[1], n[2], points);
+        return cross(difference<3>(points[n[2]], points[n[0]]),
+                     difference<3>(points[n[3]], points[n[1]]));
+    }
+
+    void find_run(std::size_t first, std::size_t n, bool by_four, normal_run& r) const noexcept {
+        std::size_t i = 0;
+        if (by_four) {
+            i = find_normals_by_four<Unit>([this](std::size_t e) { return corners_of(e); }, first,
+                                           n, r.v[0], run_length, r.size);
         }
-        const point<3> p0 = points[nodes[0]];
-        const point<3> p1 = points[nodes[1]];
-        const point<3> p2 = points[nodes[2]];
-        if (Shape::corners(nodes) == 3) {
-            r.set(i, difference<3>(p0, p2), difference<3>(p1, p2), difference<3>(p1, p0));
-        } else {
-            const point<3> across = difference<3>(points[nodes[3]], p1);
-            r.set(i, difference<3>(p2, p0), across, across);
+        for (; i < n; ++i) {
+            point<3> v = normal(cells[first + i]);
+            const double size = Unit ? make_unit<3>(v) : 0;
+            r.set(i, v, size);
         }
     }
 
     template <class Visit>
     void for_each(Visit&& visit) const noexcept {
-        element_run r{};
+        const bool by_four = has_four_lanes();
+        normal_run r;
         for (std::size_t first = 0; first < count; first += run_length) {
             const std::size_t n = std::min(run_length, count - first);
-            for (std::size_t i = 0; i < n; ++i) fetch(cells[first + i], i, r);
-            find_vectors(r, n);
-            if constexpr (Unit) find_units(r, n);
+            find_run(first, n, by_four, r);
             for (std::size_t i = 0; i < n; ++i)
-                visit(first + i, cells[first + i], r.vector(i), r.size[i]);
+                visit(first + i, cells[first + i], r.vector(i), Unit ? r.size[i] : 0);
         }
+    }
+
+    static void make_units(std::size_t n, columns<double> vectors) noexcept {
+        const std::size_t done = has_four_lanes() ? make_units_by_four(vectors, n) : 0;
+        make_unit_columns<3>(n - done, {vectors[done], vectors.ld});
     }
 };
 
