@@ -126,8 +126,13 @@ void sum_directions(const Elements& elements, double power, columns<double> norm
             [&](std::size_t, const unsigned* nodes, const point<Dim>& v, double size) {
                 if (Elements::has_gap(nodes)) return;
                 const unsigned corners = Elements::corners(nodes);
-                for (unsigned k = 0; k < corners; ++k)
-                    add_scaled<Dim>(by_size ? size : 1.0, v, normals[nodes[k]]);
+                point<Dim> weighted = v;
+                if (by_size)
+                    for (double& component : weighted) component *= size;
+                for (unsigned k = 0; k < corners; ++k) {
+                    double* const normal = normals[nodes[k]];
+                    for (std::size_t i = 0; i < Dim; ++i) normal[i] += weighted[i];
+                }
             });
     };
     if (power == 1) {

@@ -9,9 +9,22 @@
 
 namespace zel::tessel2d {
 
-/// What an element's normal is made of: a x b or a x c with a = p0 - p1, b = p2 - p3 and c = p2 - p4, for
-/// a triangle by the rule of `triangle_normal`; for a quadrilateral b and c are the same.
-struct normal_corners {
+/// A unit normal and the size of its element, or a normal as long as that and nothing.
+struct sized_normal {
+    double n[4];
+
+    point<3> vector() const noexcept { return {n[0], n[1], n[2]}; }
+    double size() const noexcept { return n[3]; }
+};
+
+/// The corners of a triangle.
+struct triangle_corners {
+    const double* p[3];
+};
+
+/// What the normal of an element of any kind is made of: a x b or a x c with a = p0 - p1, b = p2 - p3 and
+/// c = p2 - p4. Of a quadrilateral b and c are the same.
+struct any_corners {
     const double* p[5];
 };
 
@@ -27,8 +40,9 @@ four_nodes(const double* p, const double* q, const double* r, const double* s) n
     return {{_mm256_unpacklo_pd(even, odd), _mm256_unpackhi_pd(even, odd),
              _mm256_insertf128_pd(_mm256_castpd128_pd256(low), high, 1)}};
 }
+template <class Corners>
 [[gnu::target("avx2"), gnu::always_inline]] inline four_vectors<3>
-four_nodes(const normal_corners (&c)[4], std::size_t k) noexcept {
+four_nodes(const Corners (&c)[4], std::size_t k) noexcept {
     return four_nodes(c[0].p[k], c[1].p[k], c[2].p[k], c[3].p[k]);
 }
 
@@ -50,36 +64,61 @@ differences(const four_vectors<3>& a, const four_vectors<3>& b) noexcept {
     return _mm256_blendv_pd(length, q, stays);
 }
 
-/// The normals of four elements, as unit vectors if `Unit`, and then their sizes; the components are
-/// `stride` apart.
-template <bool Unit>
+/// The sides a, b and c that normals are made of.
+struct normal_sides {
+    four_vectors<3> a, b, c;
+};
+[[gnu::target("avx2"), gnu::always_inline]] inline normal_sides
+sides_of(const triangle_corners (&corners)[4]) noexcept {
+    const four_vectors<3> p0 = four_nodes(corners, 0);
+    const four_vectors<3> p1 = four_nodes(corners, 1);
+    const four_vectors<3> p2 = four_nodes(corners, 2);
+    return {differences(p0, p2), differences(p1, p2), differences(p1, p0)};
+}
+[[gnu::target("avx2"), gnu::always_inline]] inline normal_sides
+sides_of(const any_corners (&corners)[4]) noexcept {
+    const four_vectors<3> a = differences(four_nodes(corners, 0), four_nodes(corners, 1));
+    const four_vectors<3> p2 = four_nodes(corners, 2);
+    return {a, differences(p2, four_nodes(corners, 3)), differences(p2, four_nodes(corners, 4))};
+}
+
+[[gnu::target("avx2"), gnu::always_inline]] inline four_vectors<3>
+four_normals(const normal_sides& s) noexcept {
+    const __m256d shorter = _mm256_min_pd(squared_lengths<3>(s.b), squared_lengths<3>(s.a));
+    const __m256d mask = _mm256_cmp_pd(squared_lengths<3>(s.c), shorter, _CMP_GT_OQ);
+    four_vectors<3> d;
+    for (std::size_t i = 0; i < 3; ++i) d.x[i] = _mm256_blendv_pd(s.c.x[i], s.b.x[i], mask);
+    return {{minors<3>(s.a, d, 1, 2), minors<3>(s.a, d, 2, 0), minors<3>(s.a, d, 0, 1)}};
+}
+
+/// Writes four normals, one behind the other.
 [[gnu::target("avx2"), gnu::always_inline]] inline void
-find_four_normals(const normal_corners (&c)[4], double* v, std::size_t stride,
-                  double* size) noexcept {
-    const four_vectors<3> p2 = four_nodes(c, 2);
-    const four_vectors<3> a = differences(four_nodes(c, 0), four_nodes(c, 1));
-    const four_vectors<3> from_3 = differences(p2, four_nodes(c, 3));
-    const four_vectors<3> from_4 = differences(p2, four_nodes(c, 4));
-    const __m256d shorter = _mm256_min_pd(squared_lengths<3>(from_3), squared_lengths<3>(a));
-    const __m256d mask = _mm256_cmp_pd(squared_lengths<3>(from_4), shorter, _CMP_GT_OQ);
-    four_vectors<3> b;
-    for (std::size_t i = 0; i < 3; ++i) b.x[i] = _mm256_blendv_pd(from_4.x[i], from_3.x[i], mask);
-    four_vectors<3> n{{minors<3>(a, b, 1, 2), minors<3>(a, b, 2, 0), minors<3>(a, b, 0, 1)}};
-    if constexpr (Unit) _mm256_storeu_pd(size, make_units(n));
-    for (std::size_t i = 0; i < 3; ++i) _mm256_storeu_pd(v + i * stride, n.x[i]);
+store(const four_vectors<3>& v, __m256d size, sized_normal* out) noexcept {
+    const __m256d xy_even = _mm256_unpacklo_pd(v.x[0], v.x[1]);
+    const __m256d xy_odd = _mm256_unpackhi_pd(v.x[0], v.x[1]);
+    const __m256d zs_even = _mm256_unpacklo_pd(v.x[2], size);
+    const __m256d zs_odd = _mm256_unpackhi_pd(v.x[2], size);
+    _mm256_storeu_pd(out[0].n, _mm256_permute2f128_pd(xy_even, zs_even, 0x20));
+    _mm256_storeu_pd(out[1].n, _mm256_permute2f128_pd(xy_odd, zs_odd, 0x20));
+    _mm256_storeu_pd(out[2].n, _mm256_permute2f128_pd(xy_even, zs_even, 0x31));
+    _mm256_storeu_pd(out[3].n, _mm256_permute2f128_pd(xy_odd, zs_odd, 0x31));
 }
 
 /// The normals of the elements first ... first + count - 1, four by four; `corners_of(e)` tells what
 /// element e is made of. Returns how many were found; the rest is left over.
 template <bool Unit, class CornersOf>
 [[gnu::target("avx2")]] inline std::size_t
-find_normals_by_four(const CornersOf& corners_of, std::size_t first, std::size_t count, double* v,
-                     std::size_t stride, double* size) noexcept {
+find_normals_by_four(const CornersOf& corners_of, std::size_t first, std::size_t count,
+                     sized_normal* out) noexcept {
+    using corners = decltype(corners_of(first));
     std::size_t i = 0;
     for (; count - i >= 4; i += 4) {
-        const normal_corners c[4] = {corners_of(first + i), corners_of(first + i + 1),
-                                     corners_of(first + i + 2), corners_of(first + i + 3)};
-        find_four_normals<Unit>(c, v + i, stride, size + i);
+        const corners c[4] = {corners_of(first + i), corners_of(first + i + 1),
+                              corners_of(first + i + 2), corners_of(first + i + 3)};
+        four_vectors<3> n = four_normals(sides_of(c));
+        __m256d size = _mm256_setzero_pd();
+        if constexpr (Unit) size = make_units(n);
+        store(n, size, out + i);
     }
     return i;
 }
@@ -111,8 +150,8 @@ find_normals_by_four(const CornersOf& corners_of, std::size_t first, std::size_t
 #else
 
 template <bool Unit, class CornersOf>
-inline std::size_t find_normals_by_four(const CornersOf&, std::size_t, std::size_t, double*,
-                                        std::size_t, double*) noexcept {
+inline std::size_t find_normals_by_four(const CornersOf&, std::size_t, std::size_t,
+                                        sized_normal*) noexcept {
     return 0;
 }
 

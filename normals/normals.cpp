@@ -8,6 +8,7 @@
 #include "normals/four_elements.h"
 
 #include <algorithm>
+#include <type_traits>
 
 namespace zel::tessel2d {
 
@@ -16,18 +17,6 @@ namespace {
 // Elements that are worked on in one go: their normals are found before any is used, so that the
 // processor can fetch the corners of many at a time.
 constexpr std::size_t run_length = 64;
-
-/// The normals of a run of elements, component by component.
-struct normal_run {
-    double v[3][run_length];
-    double size[run_length];
-
-    point<3> vector(std::size_t i) const noexcept { return {v[0][i], v[1][i], v[2][i]}; }
-    void set(std::size_t i, const point<3>& n, double length) noexcept {
-        for (std::size_t k = 0; k < 3; ++k) v[k][i] = n[k];
-        size[i] = length;
-    }
-};
 
 /// The elements of a surface, as node normals want theirs.
 template <class Shape, bool Unit>
@@ -43,13 +32,18 @@ struct surface_elements {
         return Shape::corners(nodes);
     }
 
-    normal_corners corners_of(std::size_t e) const noexcept {
+    auto corners_of(std::size_t e) const noexcept {
         static constexpr double origin[3] = {0, 0, 0}; // an element with a gap collapses in it
         const unsigned* const n = cells[e];
-        if (has_gap(n)) return {{origin, origin, origin, origin, origin}};
         const auto p = [&](std::size_t k) { return points.first + n[k] * points.ld; };
-        if (Shape::corners(n) == 3) return {{p(0), p(2), p(1), p(2), p(0)}};
-        return {{p(2), p(0), p(3), p(1), p(1)}};
+        if constexpr (std::is_same_v<Shape, triangle_cells>) {
+            if (has_gap(n)) return triangle_corners{{origin, origin, origin}};
+            return triangle_corners{{p(0), p(1), p(2)}};
+        } else {
+            if (has_gap(n)) return any_corners{{origin, origin, origin, origin, origin}};
+            if (Shape::corners(n) == 3) return any_corners{{p(0), p(2), p(1), p(2), p(0)}};
+            return any_corners{{p(2), p(0), p(3), p(1), p(1)}};
+        }
     }
     point<3> normal(const unsigned* n) const noexcept {
         if (has_gap(n)) return {};
@@ -58,28 +52,29 @@ struct surface_elements {
                      difference<3>(points[n[3]], points[n[1]]));
     }
 
-    void find_run(std::size_t first, std::size_t n, bool by_four, normal_run& r) const noexcept {
+    void find_run(std::size_t first, std::size_t n, bool by_four,
+                  sized_normal* run) const noexcept {
         std::size_t i = 0;
         if (by_four) {
             i = find_normals_by_four<Unit>([this](std::size_t e) { return corners_of(e); }, first,
-                                           n, r.v[0], run_length, r.size);
+                                           n, run);
         }
         for (; i < n; ++i) {
             point<3> v = normal(cells[first + i]);
             const double size = Unit ? make_unit<3>(v) : 0;
-            r.set(i, v, size);
+            run[i] = {{v[0], v[1], v[2], size}};
         }
     }
 
     template <class Visit>
     void for_each(Visit&& visit) const noexcept {
         const bool by_four = has_four_lanes();
-        normal_run r;
+        sized_normal run[run_length];
         for (std::size_t first = 0; first < count; first += run_length) {
             const std::size_t n = std::min(run_length, count - first);
-            find_run(first, n, by_four, r);
+            find_run(first, n, by_four, run);
             for (std::size_t i = 0; i < n; ++i)
-                visit(first + i, cells[first + i], r.vector(i), Unit ? r.size[i] : 0);
+                visit(first + i, cells[first + i], run[i].vector(), run[i].size());
         }
     }
 
