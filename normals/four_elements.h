@@ -9,6 +9,10 @@
 
 namespace zel::tessel2d {
 
+/// Elements that are worked on in one go: their normals are found before any is used, so that the
+/// processor can fetch the corners of many at a time.
+constexpr std::size_t normal_run = 64;
+
 /// A unit normal and the size of its element, or a normal as long as that and nothing.
 struct sized_normal {
     double n[4];
@@ -104,23 +108,32 @@ store(const four_vectors<3>& v, __m256d size, sized_normal* out) noexcept {
     _mm256_storeu_pd(out[3].n, _mm256_permute2f128_pd(xy_odd, zs_odd, 0x31));
 }
 
-/// The normals of the elements first ... first + count - 1, four by four; `corners_of(e)` tells what
-/// element e is made of. Returns how many were found; the rest is left over.
+/// The normals of `count` elements, at most `normal_run`, from `first` on, four by four; `corners_of(e)`
+/// tells what element e is made of. Returns how many were found; the rest is left over.
+///
+/// Roots and divisions come in a loop of their own: behind the fetching of corners they would be waited
+/// for one after the other.
 template <bool Unit, class CornersOf>
 [[gnu::target("avx2")]] inline std::size_t
-find_normals_by_four(const CornersOf& corners_of, std::size_t first, std::size_t count,
+find_normals_by_four(const CornersOf corners_of, std::size_t first, std::size_t count,
                      sized_normal* out) noexcept {
     using corners = decltype(corners_of(first));
-    std::size_t i = 0;
-    for (; count - i >= 4; i += 4) {
+    const std::size_t done = count / 4 * 4;
+    double v[3][normal_run];
+    for (std::size_t i = 0; i < done; i += 4) {
         const corners c[4] = {corners_of(first + i), corners_of(first + i + 1),
                               corners_of(first + i + 2), corners_of(first + i + 3)};
-        four_vectors<3> n = four_normals(sides_of(c));
+        const four_vectors<3> n = four_normals(sides_of(c));
+        for (std::size_t k = 0; k < 3; ++k) _mm256_storeu_pd(v[k] + i, n.x[k]);
+    }
+    for (std::size_t i = 0; i < done; i += 4) {
+        four_vectors<3> n;
+        for (std::size_t k = 0; k < 3; ++k) n.x[k] = _mm256_loadu_pd(v[k] + i);
         __m256d size = _mm256_setzero_pd();
         if constexpr (Unit) size = make_units(n);
         store(n, size, out + i);
     }
-    return i;
+    return done;
 }
 
 /// Makes `count` vectors unit vectors, four by four. Returns how many were done; the rest is left over.

@@ -14,19 +14,16 @@ namespace zel::tessel2d {
 
 namespace {
 
-// Elements that are worked on in one go: their normals are found before any is used, so that the
-// processor can fetch the corners of many at a time.
-constexpr std::size_t run_length = 64;
-
-/// The elements of a surface, as node normals want theirs.
-template <class Shape, bool Unit>
+/// The elements of a surface, as node normals want theirs. `Gaps` tells whether a corner may be no node;
+/// such an element has no normal.
+template <class Shape, bool Unit, bool Gaps>
 struct surface_elements {
     points_view<3> points;
     columns<const unsigned> cells;
     std::size_t count;
 
     static bool has_gap(const unsigned* nodes) noexcept {
-        return std::max(std::max(nodes[0], nodes[1]), nodes[2]) == no_node;
+        return Gaps && std::max(std::max(nodes[0], nodes[1]), nodes[2]) == no_node;
     }
     static constexpr unsigned corners(const unsigned* nodes) noexcept {
         return Shape::corners(nodes);
@@ -56,7 +53,7 @@ struct surface_elements {
                   sized_normal* run) const noexcept {
         std::size_t i = 0;
         if (by_four) {
-            i = find_normals_by_four<Unit>([this](std::size_t e) { return corners_of(e); }, first,
+            i = find_normals_by_four<Unit>([*this](std::size_t e) { return corners_of(e); }, first,
                                            n, run);
         }
         for (; i < n; ++i) {
@@ -69,9 +66,9 @@ struct surface_elements {
     template <class Visit>
     void for_each(Visit&& visit) const noexcept {
         const bool by_four = has_four_lanes();
-        sized_normal run[run_length];
-        for (std::size_t first = 0; first < count; first += run_length) {
-            const std::size_t n = std::min(run_length, count - first);
+        sized_normal run[normal_run];
+        for (std::size_t first = 0; first < count; first += normal_run) {
+            const std::size_t n = std::min(normal_run, count - first);
             find_run(first, n, by_four, run);
             for (std::size_t i = 0; i < n; ++i)
                 visit(first + i, cells[first + i], run[i].vector(), run[i].size());
@@ -84,19 +81,29 @@ struct surface_elements {
     }
 };
 
-template <bool Unit, class Work>
-bool with_elements(const dense2D<double>& pos, const dense2D<unsigned>& connect, Work&& work) {
+template <bool Unit, bool Gaps, class Work>
+bool with_shape(const dense2D<double>& pos, const dense2D<unsigned>& connect, const Work& work) {
     const points_view<3> points(pos);
     const auto cells = columns_of(connect);
     if (connect.rows == 3)
-        return work(surface_elements<triangle_cells, Unit>{points, cells, connect.cols});
-    return work(surface_elements<mixed_cells, Unit>{points, cells, connect.cols});
+        return work(surface_elements<triangle_cells, Unit, Gaps>{points, cells, connect.cols});
+    return work(surface_elements<mixed_cells, Unit, Gaps>{points, cells, connect.cols});
 }
 
-int check_surface(const dense2D<double>& pos, const dense2D<unsigned>& connect) noexcept {
+/// Calls `work` with the elements, whose normals are unit vectors if `Unit`.
+template <bool Unit, class Work>
+bool with_elements(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool gaps,
+                   const Work& work) {
+    return gaps ? with_shape<Unit, true>(pos, connect, work)
+                : with_shape<Unit, false>(pos, connect, work);
+}
+
+int check_surface(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                  bool& gaps) noexcept {
     if (pos.rows != 3) return -1;
-    if (connect.rows < 3 || !tessel::check_IDs(connect, node_bound(pos))) return -2;
-    return connect.rows > 4 ? -2 : status_ok;
+    if (connect.rows != 3 && connect.rows != 4) return -2;
+    gaps = !tessel::check_IDs(connect, ELEMENT_FACE, node_bound(pos));
+    return !gaps || tessel::check_IDs(connect, node_bound(pos)) ? status_ok : -2;
 }
 
 } // namespace
@@ -106,9 +113,10 @@ int normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, double
     const dense2D<double> given = pos; // keeps its block if `N` is the same matrix
     N.clear();
     if (given.empty() || connect.empty()) return status_ok;
-    if (const int status = check_surface(given, connect)) return status;
+    bool gaps;
+    if (const int status = check_surface(given, connect, gaps)) return status;
     if (!N.resize(3, given.cols, 0.0)) return status_memory;
-    const bool done = with_elements<true>(given, connect, [&](const auto& elements) {
+    const bool done = with_elements<true>(given, connect, gaps, [&](const auto& elements) {
         return find_node_normals<3>(elements, power, unit, N);
     });
     if (done) return status_ok;
@@ -121,7 +129,8 @@ int normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool u
     const dense2D<double> given = pos;
     N.clear();
     if (given.empty() || connect.empty()) return status_ok;
-    if (const int status = check_surface(given, connect)) return status;
+    bool gaps;
+    if (const int status = check_surface(given, connect, gaps)) return status;
     if (!N.resize(3, connect.cols)) return status_memory; // every entry is written
     const auto out = columns_of(N);
     const auto write = [&](const auto& elements) {
@@ -131,9 +140,9 @@ int normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool u
         return true;
     };
     if (unit) {
-        with_elements<true>(given, connect, write);
+        with_elements<true>(given, connect, gaps, write);
     } else {
-        with_elements<false>(given, connect, write);
+        with_elements<false>(given, connect, gaps, write);
     }
     return status_ok;
 }
