@@ -95,7 +95,7 @@ four_normals(const normal_sides& s) noexcept {
     return {{minors<3>(s.a, d, 1, 2), minors<3>(s.a, d, 2, 0), minors<3>(s.a, d, 0, 1)}};
 }
 
-/// Writes four normals, one behind the other.
+/// Writes four vectors with their sizes, one behind the other.
 [[gnu::target("avx2"), gnu::always_inline]] inline void
 store(const four_vectors<3>& v, __m256d size, sized_normal* out) noexcept {
     const __m256d xy_even = _mm256_unpacklo_pd(v.x[0], v.x[1]);
@@ -108,15 +108,40 @@ store(const four_vectors<3>& v, __m256d size, sized_normal* out) noexcept {
     _mm256_storeu_pd(out[3].n, _mm256_permute2f128_pd(xy_odd, zs_odd, 0x31));
 }
 
+/// Writes four vectors into columns; their sizes are dropped.
+[[gnu::target("avx2"), gnu::always_inline]] inline void store(const four_vectors<3>& v, __m256d,
+                                                              columns<double> out) noexcept {
+    const __m256d even = _mm256_unpacklo_pd(v.x[0], v.x[1]);
+    const __m256d odd = _mm256_unpackhi_pd(v.x[0], v.x[1]);
+    const __m128d low = _mm256_castpd256_pd128(v.x[2]);
+    const __m128d high = _mm256_extractf128_pd(v.x[2], 1);
+    _mm_storeu_pd(out[0], _mm256_castpd256_pd128(even));
+    _mm_storel_pd(out[0] + 2, low);
+    _mm_storeu_pd(out[1], _mm256_castpd256_pd128(odd));
+    _mm_storeh_pd(out[1] + 2, low);
+    _mm_storeu_pd(out[2], _mm256_extractf128_pd(even, 1));
+    _mm_storel_pd(out[2] + 2, high);
+    _mm_storeu_pd(out[3], _mm256_extractf128_pd(odd, 1));
+    _mm_storeh_pd(out[3] + 2, high);
+}
+
+inline sized_normal* shifted(sized_normal* out, std::size_t i) noexcept {
+    return out + i;
+}
+inline columns<double> shifted(const columns<double>& out, std::size_t i) noexcept {
+    return {out[i], out.ld};
+}
+
 /// The normals of `count` elements, at most `normal_run`, from `first` on, four by four; `corners_of(e)`
-/// tells what element e is made of. Returns how many were found; the rest is left over.
+/// tells what element e is made of. `out` is where they go, `sized_normal*` or columns. Returns how many
+/// were found; the rest is left over.
 ///
 /// Roots and divisions come in a loop of their own: behind the fetching of corners they would be waited
 /// for one after the other.
-template <bool Unit, class CornersOf>
+template <bool Unit, class CornersOf, class Out>
 [[gnu::target("avx2")]] inline std::size_t
 find_normals_by_four(const CornersOf corners_of, std::size_t first, std::size_t count,
-                     sized_normal* out) noexcept {
+                     const Out& out) noexcept {
     using corners = decltype(corners_of(first));
     const std::size_t done = count / 4 * 4;
     double v[3][normal_run];
@@ -131,7 +156,7 @@ find_normals_by_four(const CornersOf corners_of, std::size_t first, std::size_t 
         for (std::size_t k = 0; k < 3; ++k) n.x[k] = _mm256_loadu_pd(v[k] + i);
         __m256d size = _mm256_setzero_pd();
         if constexpr (Unit) size = make_units(n);
-        store(n, size, out + i);
+        store(n, size, shifted(out, i));
     }
     return done;
 }
@@ -141,30 +166,18 @@ find_normals_by_four(const CornersOf corners_of, std::size_t first, std::size_t 
                                                               std::size_t count) noexcept {
     std::size_t j = 0;
     for (; count - j >= 4; j += 4) {
-        double* const p[4] = {vectors[j], vectors[j + 1], vectors[j + 2], vectors[j + 3]};
-        four_vectors<3> v = four_nodes(p[0], p[1], p[2], p[3]);
-        make_units(v);
-        const __m256d even = _mm256_unpacklo_pd(v.x[0], v.x[1]);
-        const __m256d odd = _mm256_unpackhi_pd(v.x[0], v.x[1]);
-        const __m128d low = _mm256_castpd256_pd128(v.x[2]);
-        const __m128d high = _mm256_extractf128_pd(v.x[2], 1);
-        _mm_storeu_pd(p[0], _mm256_castpd256_pd128(even));
-        _mm_storeu_pd(p[1], _mm256_castpd256_pd128(odd));
-        _mm_storeu_pd(p[2], _mm256_extractf128_pd(even, 1));
-        _mm_storeu_pd(p[3], _mm256_extractf128_pd(odd, 1));
-        _mm_storel_pd(p[0] + 2, low);
-        _mm_storeh_pd(p[1] + 2, low);
-        _mm_storel_pd(p[2] + 2, high);
-        _mm_storeh_pd(p[3] + 2, high);
+        four_vectors<3> v = four_nodes(vectors[j], vectors[j + 1], vectors[j + 2], vectors[j + 3]);
+        const __m256d size = make_units(v);
+        store(v, size, shifted(vectors, j));
     }
     return j;
 }
 
 #else
 
-template <bool Unit, class CornersOf>
+template <bool Unit, class CornersOf, class Out>
 inline std::size_t find_normals_by_four(const CornersOf&, std::size_t, std::size_t,
-                                        sized_normal*) noexcept {
+                                        const Out&) noexcept {
     return 0;
 }
 

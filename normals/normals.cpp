@@ -49,29 +49,39 @@ struct surface_elements {
                      difference<3>(points[n[3]], points[n[1]]));
     }
 
-    void find_run(std::size_t first, std::size_t n, bool by_four,
-                  sized_normal* run) const noexcept {
-        std::size_t i = 0;
-        if (by_four) {
-            i = find_normals_by_four<Unit>([*this](std::size_t e) { return corners_of(e); }, first,
-                                           n, run);
-        }
-        for (; i < n; ++i) {
-            point<3> v = normal(cells[first + i]);
-            const double size = Unit ? make_unit<3>(v) : 0;
-            run[i] = {{v[0], v[1], v[2], size}};
-        }
+    /// The first normals of a run, as far as they are found four at a time; answers how many.
+    template <class Out>
+    std::size_t find_by_four(std::size_t first, std::size_t n, const Out& out) const noexcept {
+        if (!has_four_lanes()) return 0;
+        return find_normals_by_four<Unit>([*this](std::size_t e) { return corners_of(e); }, first,
+                                          n, out);
+    }
+
+    sized_normal find_one(std::size_t e) const noexcept {
+        point<3> v = normal(cells[e]);
+        const double size = Unit ? make_unit<3>(v) : 0;
+        return {{v[0], v[1], v[2], size}};
     }
 
     template <class Visit>
     void for_each(Visit&& visit) const noexcept {
-        const bool by_four = has_four_lanes();
         sized_normal run[normal_run];
         for (std::size_t first = 0; first < count; first += normal_run) {
             const std::size_t n = std::min(normal_run, count - first);
-            find_run(first, n, by_four, run);
+            for (std::size_t i = find_by_four(first, n, &run[0]); i < n; ++i)
+                run[i] = find_one(first + i);
             for (std::size_t i = 0; i < n; ++i)
                 visit(first + i, cells[first + i], run[i].vector(), run[i].size());
+        }
+    }
+
+    /// Writes the normals of all elements.
+    void write(columns<double> out) const noexcept {
+        for (std::size_t first = 0; first < count; first += normal_run) {
+            const std::size_t n = std::min(normal_run, count - first);
+            const columns<double> run{out[first], out.ld};
+            for (std::size_t i = find_by_four(first, n, run); i < n; ++i)
+                std::copy_n(find_one(first + i).n, 3, run[i]);
         }
     }
 
@@ -134,9 +144,7 @@ int normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool u
     if (!N.resize(3, connect.cols)) return status_memory; // every entry is written
     const auto out = columns_of(N);
     const auto write = [&](const auto& elements) {
-        elements.for_each([&](std::size_t e, const unsigned*, const point<3>& v, double) {
-            std::copy_n(v.begin(), 3, out[e]);
-        });
+        elements.write(out);
         return true;
     };
     if (unit) {
