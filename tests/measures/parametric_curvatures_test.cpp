@@ -185,6 +185,20 @@ TEST(ParametricCurvatures, ATriangleWithoutAreaAddsNothing) {
     EXPECT_EQ(expected, snapshot(form_of(c)));
 }
 
+TEST(ParametricCurvatures, DoNotDependOnHowManyTrianglesAreTakenAtATime) {
+    for (std::uint64_t seed = 1; seed <= 100; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        random_numbers random(seed);
+        chart c{{dense2D<double>(2, 6), dense2D<unsigned>(3, 3)}, dense2D<double>(6, 6)};
+        for (double& x : c.m.pos) x = seed % 2 == 0 ? random.below(3) : random.between(-1, 1);
+        for (double& x : c.D) x = random.between(-1, 1);
+        for (unsigned& n : c.m.connect) n = random.below(6);
+        const auto three = snapshot(form_of(c));
+        ASSERT_TRUE(c.m.connect.resize(3, 8, 5U)); // with triangles that have no area
+        EXPECT_EQ(three, snapshot(form_of(c)));
+    }
+}
+
 TEST(ParametricCurvatures, OfAMeshWithoutAreaAreZero) {
     auto c = chart_of(3, 1, of_quadric);
     for (double& x : c.m.pos) x = 2;

@@ -89,7 +89,7 @@ ZEL_TESSEL2D_API int principal_curvatures(const dense2D<double>& pos,
 ///
 /// Columns of nodes without elements are zero. A triangle without area in the parameter plane adds
 /// nothing; where Su and Sv are parallel the normal is zero and so are the coefficients. At the border
-/// of the mesh the mean is one-sided and of first order only; docs/curvatures.md has numbers.
+/// of the mesh the mean is one-sided. docs/curvatures.md tells how large errors are inside.
 ///
 /// Cost: one pass over the triangles; memory of 64 bytes per node besides the result. Views with a
 /// leading dimension larger than their rows are fine.
