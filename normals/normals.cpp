@@ -108,12 +108,37 @@ bool with_elements(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                 : with_shape<Unit, false>(pos, connect, work);
 }
 
-int check_surface(const dense2D<double>& pos, const dense2D<unsigned>& connect,
-                  bool& gaps) noexcept {
-    if (pos.rows != 3) return -1;
-    if (connect.rows != 3 && connect.rows != 4) return -2;
+/// Every entry is a node of `pos` or no node; `gaps` tells whether a corner may be none.
+bool nodes_exist(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                 bool& gaps) noexcept {
     gaps = !tessel::check_IDs(connect, ELEMENT_FACE, node_bound(pos));
-    return !gaps || tessel::check_IDs(connect, node_bound(pos)) ? status_ok : -2;
+    return !gaps || tessel::check_IDs(connect, node_bound(pos));
+}
+
+int check_rows(const dense2D<double>& pos, const dense2D<unsigned>& connect) noexcept {
+    if (pos.rows != 3) return -1;
+    return connect.rows == 3 || connect.rows == 4 ? status_ok : -2;
+}
+
+// Columns that are tested and worked on in one go: the node numbers are still in the first cache when
+// they are read again.
+constexpr std::size_t tested_run = 8 * normal_run;
+
+/// Writes the normals of all elements. False: a node does not exist.
+template <bool Unit>
+bool write_normals(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                   columns<double> out) noexcept {
+    for (std::size_t first = 0; first < connect.cols; first += tested_run) {
+        const std::size_t count = std::min(tested_run, connect.cols - first);
+        const auto part = connect.sub_matrix(0, first, connect.rows, count);
+        bool gaps;
+        if (!nodes_exist(pos, part, gaps)) return false;
+        with_elements<Unit>(pos, part, gaps, [&](const auto& elements) {
+            elements.write({out[first], out.ld});
+            return true;
+        });
+    }
+    return true;
 }
 
 } // namespace
@@ -123,8 +148,9 @@ int normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, double
     const dense2D<double> given = pos; // keeps its block if `N` is the same matrix
     N.clear();
     if (given.empty() || connect.empty()) return status_ok;
+    if (const int status = check_rows(given, connect)) return status;
     bool gaps;
-    if (const int status = check_surface(given, connect, gaps)) return status;
+    if (!nodes_exist(given, connect, gaps)) return -2;
     if (!N.resize(3, given.cols, 0.0)) return status_memory;
     const bool done = with_elements<true>(given, connect, gaps, [&](const auto& elements) {
         return find_node_normals<3>(elements, power, unit, N);
@@ -139,20 +165,18 @@ int normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool u
     const dense2D<double> given = pos;
     N.clear();
     if (given.empty() || connect.empty()) return status_ok;
-    bool gaps;
-    if (const int status = check_surface(given, connect, gaps)) return status;
-    if (!N.resize(3, connect.cols)) return status_memory; // every entry is written
-    const auto out = columns_of(N);
-    const auto write = [&](const auto& elements) {
-        elements.write(out);
-        return true;
-    };
-    if (unit) {
-        with_elements<true>(given, connect, gaps, write);
-    } else {
-        with_elements<false>(given, connect, gaps, write);
+    if (const int status = check_rows(given, connect)) return status;
+    if (!N.resize(3, connect.cols)) { // every entry is written
+        bool gaps;
+        return nodes_exist(given, connect, gaps) ? status_memory : -2;
     }
-    return status_ok;
+    const auto out = columns_of(N);
+    if (unit ? write_normals<true>(given, connect, out)
+             : write_normals<false>(given, connect, out)) {
+        return status_ok;
+    }
+    N.clear();
+    return -2;
 }
 
 } // namespace zel::tessel2d

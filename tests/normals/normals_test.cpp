@@ -518,6 +518,36 @@ TEST(Normals, OfElementsReportExhaustedMemory) {
     EXPECT_EQ(1U, tried) << "one allocation for the output";
 }
 
+TEST(Normals, ANodeThatDoesNotExistIsReportedBeforeExhaustedMemory) {
+    mesh m = grid_T3(30, 30, 3);
+    m.connect(2, 1700) = 961; // far behind the first elements
+    for (const bool of_nodes : {true, false}) {
+        dense2D<double> N(2, 5, 1.0);
+        fail_for_good(true);
+        arm_allocator(1);
+        const int status =
+            of_nodes ? normals(m.pos, m.connect, 1.0, true, N) : normals(m.pos, m.connect, true, N);
+        disarm_allocator();
+        fail_for_good(false);
+        EXPECT_EQ(-2, status);
+        EXPECT_EQ(-2, normals(m.pos, m.connect, true, N));
+        EXPECT_EQ(0U, N.rows);
+        EXPECT_EQ(0U, N.cols);
+    }
+}
+TEST(Normals, AGapFarBehindTheFirstElementsIsFound) {
+    mesh m = bumpy(grid_T3(30, 30, 3));
+    const auto before = element_normals(m, true);
+    m.connect(1, 1700) = no_node;
+    const auto N = element_normals(m, true);
+    EXPECT_EQ(point(0, 0, 0), column(N, 1700));
+    for (std::size_t e = 0; e < N.cols; ++e) {
+        if (e != 1700) {
+            ASSERT_EQ(column(before, e), column(N, e));
+        }
+    }
+}
+
 // ------------------------------------------------------------------------------------ random input
 
 TEST(Normals, OfRandomMeshesAreThoseOfOneElementAtATimeToTheBit) {
