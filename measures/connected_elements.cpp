@@ -75,13 +75,16 @@ constexpr unsigned pick(unsigned mask, unsigned yes, unsigned no) noexcept {
 /// 0xFFFFFFFF when there is none or when the element does not hold the node.
 template <class Shape>
 unsigned next_around(unsigned node, const unsigned* cell, const unsigned* beside) noexcept {
-    const unsigned at0 = mask_of(cell[0] == node);
-    const unsigned at1 = mask_of(cell[1] == node) & ~at0;
-    const unsigned at2 = mask_of(cell[2] == node) & ~(at0 | at1);
     if constexpr (std::is_same_v<Shape, triangle_cells>) {
-        const unsigned found = at0 | at1 | at2;
-        return (beside[1] & at0) | (beside[2] & at1) | (beside[0] & at2) | ~found;
+        const auto at0 = static_cast<unsigned>(cell[0] == node);
+        const auto at1 = static_cast<unsigned>(cell[1] == node);
+        const auto at2 = static_cast<unsigned>(cell[2] == node);
+        const unsigned row = at0 + 2 * (at1 & ~at0); // 1, 2 or 0
+        return beside[row] | ((at0 | at1 | at2) - 1);
     } else {
+        const unsigned at0 = mask_of(cell[0] == node);
+        const unsigned at1 = mask_of(cell[1] == node) & ~at0;
+        const unsigned at2 = mask_of(cell[2] == node) & ~(at0 | at1);
         const unsigned triangle = mask_of(cell[3] == no_node);
         const unsigned at3 = mask_of(cell[3] == node) & ~(at0 | at1 | at2 | triangle);
         const unsigned found = at0 | at1 | at2 | at3;
