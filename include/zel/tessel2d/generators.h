@@ -80,4 +80,58 @@ ZEL_TESSEL2D_API int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned
 ZEL_TESSEL2D_API int mesh_struct_T3(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary,
                                     unsigned n, int pattern, dense2D<unsigned>& connect);
 
+/// Sizes for the nodes that `mesh_struct_Q4` and `mesh_struct_T3` put inside a patch, from the sizes at
+/// the nodes of its loop.
+///
+/// The new entries are those of the interior nodes, in the order in which the generators append them.
+/// Each is the mean of two sizes: one linear from the left to the right node of its line, and one linear
+/// from the bottom to the top node.
+///
+/// @param boundary      2*(m+n) + 1 node numbers below N, the closed loop of the patch: bottom, right,
+///                      top, left; first and last are equal.
+/// @param n             cells in the second direction; 0 means nothing to do.
+/// @param[in,out] metrics  N sizes, one per node, at least for the nodes of the loop. Grows by
+///                      (m-1)*(n-1) entries; present ones keep their values. 0, a negative number and NaN
+///                      stand for no size: the nodes inside that lie on a line with such a node at one of
+///                      its ends get 0.
+///
+/// @retval 0     done, or nothing to do (`n` or the loop is zero).
+/// @retval -1    the loop has fewer than 5 entries, is not closed, or names a node that has no entry.
+/// @retval -2    `n` does not fit the length of the loop, or that length is even.
+/// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+/// A negative status leaves `metrics` as it was.
+///
+/// A loop of 2*n + 1 entries leaves no cell in the first direction (m = 0). It is not refused: `metrics`
+/// loses its last n - 1 entries and the result is 0; with fewer than n - 1 entries the result is -199.
+///
+/// Cost: proportional to the grid, one allocation. Calls on different blocks may run at the same time.
+/// @snippet examples/metrics.cpp sizes_in_a_patch
+ZEL_TESSEL2D_API int metrics_struct(const dense1D<unsigned, 8>& boundary, unsigned n,
+                                    dense1D<double, 8>& metrics);
+
+/// The same for anisotropic size tensors: M asks for the size 1/sqrt(e' M e) along the unit vector e.
+///
+/// Between two tensors the sizes along their common basis are linear, the basis in which both are
+/// diagonal. The new tensor is half way between that of the line from left to right and that of the line
+/// from bottom to top.
+///
+/// @param boundary      as for sizes.
+/// @param n             as for sizes.
+/// @param[in,out] metrics  3 x N tensors m00, m01, m11, or 6 x N tensors m00, m01, m11, m02, m12, m22, one
+///                      per column. Grows by (m-1)*(n-1) columns. Where a line has an end whose tensor is
+///                      not positive definite or not finite, the nodes inside on it get zero tensors.
+///
+/// @retval 0     done, or nothing to do (`n` or the loop is zero).
+/// @retval -1    the loop has fewer than 5 entries, is not closed, or names a node that has no column.
+/// @retval -2    `n` does not fit the length of the loop, or that length is even.
+/// @retval -3    `metrics` has neither 3 nor 6 rows. This comes before everything else.
+/// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+/// A negative status leaves `metrics` as it was. A loop of 2*n + 1 entries does as for sizes.
+///
+/// Cost: proportional to the grid, one allocation; an eigenvalue problem of order 3 per new column of 6
+/// rows. Views with a leading dimension larger than their rows are fine.
+/// @snippet examples/metrics.cpp tensors_in_a_patch
+ZEL_TESSEL2D_API int metrics_struct(const dense1D<unsigned, 8>& boundary, unsigned n,
+                                    dense2D<double>& metrics);
+
 } // namespace zel::tessel2d
