@@ -226,7 +226,8 @@ inline tensor<Order> from_basis(const metric_reduction<Order>& r,
     for (std::size_t j = 0, at = 0; j < Order; ++j)
         for (std::size_t i = 0; i <= j; ++i, ++at) {
             double sum = 0;
-            for (std::size_t k = 0; k < Order; ++k) sum += mu[k] * r.inverse[k][i] * r.inverse[k][j];
+            for (std::size_t k = 0; k < Order; ++k)
+                sum += mu[k] * r.inverse[k][i] * r.inverse[k][j];
             m[at] = sum;
         }
     return m;

@@ -33,8 +33,7 @@ void fill_sizes(const struct_patch& patch, double* sizes) noexcept {
         const double top = sizes[patch.top(i)];
         for (std::size_t j = 1; j < patch.n; ++j) {
             const double v = share(j, patch.n);
-            const double across =
-                size_between(sizes[patch.left(j)], sizes[patch.right(j)], u);
+            const double across = size_between(sizes[patch.left(j)], sizes[patch.right(j)], u);
             const double up = size_between(bottom, top, v);
             *out++ = up > 0 && across > 0 ? (across - up) * 0.5 + up : 0.0;
         }
@@ -69,8 +68,8 @@ void fill_tensors(const struct_patch& patch, const columns<double>& metrics) noe
     for (std::size_t first_j = 1; first_j < patch.n; first_j += strip_width) {
         const std::size_t width = std::min(strip_width, patch.n - first_j);
         for (std::size_t t = 0; t < width; ++t)
-            across[t] = line_between<Order>(metrics, patch.left(first_j + t),
-                                            patch.right(first_j + t));
+            across[t] =
+                line_between<Order>(metrics, patch.left(first_j + t), patch.right(first_j + t));
         for (std::size_t i = 1; i < patch.n1; ++i) {
             const auto up = line_between<Order>(metrics, patch.bottom(i), patch.top(i));
             const double u = share(i, patch.n1);

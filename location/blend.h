@@ -40,7 +40,7 @@ inline double size_eigenvalue(double h) noexcept {
 }
 
 template <std::size_t Order>
-constexpr std::size_t tensor_entries = Order * (Order + 1) / 2;
+constexpr std::size_t tensor_entries = Order*(Order + 1) / 2;
 
 /// A column of packed tensors.
 template <std::size_t Order>

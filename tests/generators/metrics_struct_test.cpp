@@ -56,8 +56,7 @@ TEST(MetricsStruct, EverySizeIsTheMeanOfTheTwoLinesThroughItsNode) {
                 const long double u = static_cast<long double>(i) / m;
                 const long double v = static_cast<long double>(j) / n;
                 // Around the loop: i along the bottom, up the right side, back along the top, down.
-                const long double across =
-                    (1 - u) * before[2 * m + 2 * n - j] + u * before[m + j];
+                const long double across = (1 - u) * before[2 * m + 2 * n - j] + u * before[m + j];
                 const long double up = (1 - v) * before[i] + v * before[m + n + (m - i)];
                 EXPECT_NEAR(static_cast<double>((across + up) / 2), h[at], 1e-15 * 4)
                     << i << ", " << j;

@@ -24,7 +24,8 @@ constexpr double most = std::numeric_limits<double>::max();
 /// Cases for both orders.
 template <class Order>
 struct BlendOf : testing::Test {};
-using orders = testing::Types<std::integral_constant<std::size_t, 2>, std::integral_constant<std::size_t, 3>>;
+using orders =
+    testing::Types<std::integral_constant<std::size_t, 2>, std::integral_constant<std::size_t, 3>>;
 TYPED_TEST_SUITE(BlendOf, orders);
 
 template <std::size_t N>
@@ -37,8 +38,7 @@ template <std::size_t N>
 zel::vector_fixed<long double, N> sizes_between(const numbers<N>& p, const numbers<N>& q,
                                                 double t) {
     zel::vector_fixed<long double, N> h{};
-    for (std::size_t k = 0; k < N; ++k)
-        h[k] = (static_cast<long double>(q[k]) - p[k]) * t + p[k];
+    for (std::size_t k = 0; k < N; ++k) h[k] = (static_cast<long double>(q[k]) - p[k]) * t + p[k];
     return h;
 }
 
@@ -56,14 +56,16 @@ TEST(Blend, HalfWayBetweenTheUnitAndFourTimesItTheSizeIsThreeQuarters) {
 TYPED_TEST(BlendOf, DiagonalTensorsHaveTheirSizesInterpolatedAxisByAxis) {
     constexpr std::size_t n = TypeParam::value;
     random_numbers random(1);
+    // Each tensor has eigenvalues up to 100 apart, in the basis of the other up to 10^4, and the smaller
+    // eigenvalue of order 2 comes from a difference: a few parts in 10^12.
     for (int round = 0; round < 500; ++round) {
-        const auto p = random_sizes<n>(random, 1);
-        const auto q = random_sizes<n>(random, 1);
+        const auto p = random_sizes<n>(random, 0.5);
+        const auto q = random_sizes<n>(random, 0.5);
         const double t = random.unit();
         zel::symmetric_fixed<double, n> m;
         ASSERT_TRUE(blend<n>(upright_tensor<n>(p), upright_tensor<n>(q), t, m));
         const auto h = sizes_between<n>(p, q, t);
-        expect_tensor_near<n>(exact_size_tensor<n>(upright<n>(), h), m, 1e-14);
+        expect_tensor_near<n>(exact_size_tensor<n>(upright<n>(), h), m, 1e-11);
     }
 }
 
@@ -72,13 +74,12 @@ TYPED_TEST(BlendOf, TurnedTensorsWithTheSameAxesKeepThem) {
     random_numbers random(2);
     for (int round = 0; round < 500; ++round) {
         const auto axes = random_rotation<n>(random);
-        const auto p = random_sizes<n>(random, 1);
-        const auto q = random_sizes<n>(random, 1);
+        const auto p = random_sizes<n>(random, 0.5);
+        const auto q = random_sizes<n>(random, 0.5);
         const double t = random.unit();
         zel::symmetric_fixed<double, n> m;
         ASSERT_TRUE(blend<n>(size_tensor<n>(axes, p), size_tensor<n>(axes, q), t, m));
-        // Tensors of ratio 1e4 in rounded entries: the small eigenvalues carry 1e-12 at best.
-        expect_tensor_near<n>(exact_size_tensor<n>(axes, sizes_between<n>(p, q, t)), m, 2e-11);
+        expect_tensor_near<n>(exact_size_tensor<n>(axes, sizes_between<n>(p, q, t)), m, 1e-11);
     }
 }
 
@@ -314,7 +315,8 @@ TYPED_TEST(BlendOf, TheReductionMakesBothTensorsDiagonal) {
         const auto b = size_tensor<n>(random_rotation<n>(random), random_sizes<n>(random, 0.5));
         metric_reduction<n> r;
         ASSERT_TRUE(reduce_metrics(a, b, r));
-        const auto form = [&r](const zel::symmetric_fixed<double, n>& m, std::size_t k, std::size_t l) {
+        const auto form = [&r](const zel::symmetric_fixed<double, n>& m, std::size_t k,
+                               std::size_t l) {
             long double sum = 0;
             for (std::size_t i = 0; i < n; ++i)
                 for (std::size_t j = 0; j < n; ++j)

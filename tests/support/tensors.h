@@ -38,8 +38,7 @@ template <std::size_t N>
 square_matrix<N> random_rotation(random_numbers& random) {
     square_matrix<N> c = upright<N>();
     for (std::size_t p = 0; p < N; ++p)
-        for (std::size_t q = p + 1; q < N; ++q)
-            turn_rows<N>(c, p, q, random.between(-3.2, 3.2));
+        for (std::size_t q = p + 1; q < N; ++q) turn_rows<N>(c, p, q, random.between(-3.2, 3.2));
     return c;
 }
 

@@ -1,0 +1,139 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "fixtures.h"
+#include "meshes.h"
+
+#include "foundation/lapack.h"
+#include "location/blend.h"
+#include "zel/tessel2d/generators.h"
+
+namespace {
+
+using namespace zel_bench;
+using namespace zel::tessel2d;
+
+// ------------------------------------------------------------------------------------------ fixtures
+
+/// Positive definite tensors of order 2 or 3 with random axes and sizes.
+template <std::size_t Order>
+dense2D<double> random_tensors(std::size_t n) {
+    random_numbers random{5};
+    dense2D<double> tensors(tensor_entries<Order>, n);
+    for (std::size_t t = 0; t < n; ++t) {
+        double rows[Order][Order];
+        for (auto& row : rows)
+            for (double& x : row) x = random.unit() - 0.5;
+        for (std::size_t j = 0, at = 0; j < Order; ++j)
+            for (std::size_t i = 0; i <= j; ++i, ++at) {
+                tensors(at, t) = i == j ? 0.1 : 0.0;
+                for (std::size_t k = 0; k < Order; ++k) tensors(at, t) += rows[k][i] * rows[k][j];
+            }
+    }
+    return tensors;
+}
+
+/// What eigenvalues and vectors of every tensor of order 3 cost, `times` times over.
+reference eigenproblems(const char* name, const dense2D<double>& tensors, int times) {
+    return {name, [&tensors, times](stopwatch& watch) {
+                double sum = 0;
+                watch.start();
+                for (std::size_t t = 0; t < tensors.cols; ++t)
+                    for (int repeat = 0; repeat < times; ++repeat) {
+                        double ap[6], w[3], z[9], work[9];
+                        long info = 0;
+                        std::copy_n(tensors[t], 6, ap);
+                        zel::lapack::dspev('V', 'U', 3, ap, w, z, 3, work, info);
+                        sum += w[0] + z[0];
+                    }
+                benchmark::DoNotOptimize(sum);
+                watch.stop();
+            }};
+}
+
+// -------------------------------------------------------------------------------------------- blends
+
+template <std::size_t Order>
+void blend_all(const dense2D<double>& tensors, stopwatch& watch) {
+    double sum = 0;
+    watch.start();
+    for (std::size_t t = 0; t + 1 < tensors.cols; ++t) {
+        tensor<Order> m;
+        blend<Order>(tensor_at<Order>(tensors[t]), tensor_at<Order>(tensors[t + 1]), 0.375, m);
+        sum += m[0];
+    }
+    benchmark::DoNotOptimize(sum);
+    watch.stop();
+}
+
+void blend_order_2(benchmark::State& state) {
+    const auto tensors = random_tensors<2>(10001);
+    measure(state, 10000, {}, [&](stopwatch& watch) { blend_all<2>(tensors, watch); });
+}
+BENCHMARK(blend_order_2)->UseManualTime();
+
+void blend_order_3(benchmark::State& state) {
+    const auto tensors = random_tensors<3>(10001);
+    measure(state, 10000, {eigenproblems("two dspev", tensors, 2)},
+            [&](stopwatch& watch) { blend_all<3>(tensors, watch); });
+}
+BENCHMARK(blend_order_3)->UseManualTime();
+
+// ---------------------------------------------------------------------------------- sizes in a patch
+
+dense1D<unsigned, 8> square_loop(unsigned n) {
+    dense1D<unsigned, 8> boundary(std::size_t{4} * n + 1);
+    for (unsigned k = 0; k <= 4 * n; ++k) boundary[k] = k % (4 * n);
+    return boundary;
+}
+
+void metrics_struct_sizes(benchmark::State& state) {
+    const auto n = static_cast<unsigned>(state.range(0));
+    const auto boundary = square_loop(n);
+    const std::size_t inside = std::size_t{n - 1} * (n - 1);
+    measure(state, static_cast<double>(inside), {fresh_write(inside * sizeof(double))},
+            [&](stopwatch& watch) {
+                dense1D<double, 8> sizes(std::size_t{4} * n, 1.5);
+                watch.start();
+                const int status = metrics_struct(boundary, n, sizes);
+                watch.stop();
+                if (status != 0) state.SkipWithError("failed");
+            });
+}
+BENCHMARK(metrics_struct_sizes)->ArgName("n")->Arg(32)->Arg(256)->Arg(1024)->UseManualTime();
+
+/// One blend per node, each with a reduction of its own.
+template <std::size_t Order>
+reference one_blend_each(const dense2D<double>& tensors, std::size_t nodes) {
+    return {"blend", [&tensors, nodes](stopwatch& watch) {
+                double sum = 0;
+                watch.start();
+                for (std::size_t i = 0; i < nodes; ++i) {
+                    const std::size_t t = i % (tensors.cols - 1);
+                    tensor<Order> m;
+                    blend<Order>(tensor_at<Order>(tensors[t]), tensor_at<Order>(tensors[t + 1]),
+                                 0.5, m);
+                    sum += m[0];
+                }
+                benchmark::DoNotOptimize(sum);
+                watch.stop();
+            }};
+}
+
+template <std::size_t Order>
+void metrics_struct_tensors(benchmark::State& state) {
+    const auto n = static_cast<unsigned>(state.range(0));
+    const auto boundary = square_loop(n);
+    const auto tensors = random_tensors<Order>(std::size_t{4} * n);
+    const std::size_t inside = std::size_t{n - 1} * (n - 1);
+    measure(state, static_cast<double>(inside), {one_blend_each<Order>(tensors, inside)},
+            [&](stopwatch& watch) {
+                auto metrics = fresh_copy(tensors);
+                watch.start();
+                const int status = metrics_struct(boundary, n, metrics);
+                watch.stop();
+                if (status != 0) state.SkipWithError("failed");
+            });
+}
+BENCHMARK(metrics_struct_tensors<2>)->ArgName("n")->Arg(32)->Arg(256)->UseManualTime();
+BENCHMARK(metrics_struct_tensors<3>)->ArgName("n")->Arg(32)->Arg(256)->UseManualTime();
+
+} // namespace
