@@ -19,6 +19,8 @@ void offset_chapter(book& b);
 void curvature_chapter(book& b);
 /// A field carried from an island's triangles to a grid.
 void field_chapter(book& b);
+/// Sizes by direction, drawn as ellipses.
+void metric_chapter(book& b);
 /// Disks and spheres.
 void round_chapter(book& b);
 /// Elements of higher order, pieces of elements, triangles out of quadrilaterals.

@@ -47,12 +47,14 @@ MESHES = {
     "surface_curvature": (1839, 3674),
     "field_source": (6125, 11623),
     "field_grid": (61 * 91, 60 * 90),
+    "metric_blended": (11 * 11, 10 * 10),
 }
 
 # Elements on each picture, where all of them are seen.
-OPEN = ("patch_", "sweep_", "disk_", "convert_", "field_")
+OPEN = ("patch_", "sweep_", "disk_", "convert_", "field_", "metric_")
 PICTURES = {name: MESHES[name][1] for name in MESHES if name.startswith(OPEN)}
 PICTURES["field_mesh"] = 11623
+PICTURES["metric_sides"] = 10 * 10
 
 # Pictures of closed surfaces, where those that look away are left out.
 HALF_SEEN = {
