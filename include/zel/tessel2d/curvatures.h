@@ -56,7 +56,7 @@ namespace zel::tessel2d {
 /// the elements.
 ///
 /// Cost: proportional to the sizes of the patches, and one eigenvalue problem of order 3 per node.
-/// Memory of about 180 bytes per triangle besides the result. Views with a leading dimension larger
+/// Memory of about 150 bytes per triangle besides the result. Views with a leading dimension larger
 /// than their rows are fine.
 /// @snippet examples/curvatures.cpp principal
 ZEL_TESSEL2D_API int principal_curvatures(const dense2D<double>& pos,
