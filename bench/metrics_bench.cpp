@@ -3,8 +3,12 @@
 #include "meshes.h"
 
 #include "foundation/lapack.h"
+#include "foundation/tessel.h"
 #include "location/blend.h"
 #include "zel/tessel2d/generators.h"
+#include "zel/tessel2d/metrics.h"
+
+#include <cmath>
 
 namespace {
 
@@ -135,5 +139,72 @@ void metrics_struct_tensors(benchmark::State& state) {
 }
 BENCHMARK(metrics_struct_tensors<2>)->ArgName("n")->Arg(32)->Arg(256)->UseManualTime();
 BENCHMARK(metrics_struct_tensors<3>)->ArgName("n")->Arg(32)->Arg(256)->UseManualTime();
+
+// ------------------------------------------------------------------------------ sizes of a surface
+
+/// Merging three tensors per triangle into the columns of its nodes, and nothing else. The tensors
+/// are at hand.
+reference merging_alone(const zel_bench::mesh& m, const dense2D<double>& asked) {
+    return {"merge", [&m, &asked](stopwatch& watch) {
+                dense2D<double> metrics(6, m.pos.cols, 0.0);
+                watch.start();
+                for (std::size_t e = 0; e < m.connect.cols; ++e)
+                    for (std::size_t k = 0; k < 3; ++k) {
+                        double* const column = metrics[m.connect(k, e)];
+                        tensor3 result{};
+                        zel::tessel::minimum_metric(tensor_at<3>(asked[3 * e + k]),
+                                                    tensor_at<3>(column), result);
+                        std::copy(result.begin(), result.end(), column);
+                    }
+                benchmark::DoNotOptimize(metrics.data());
+                watch.stop();
+            }};
+}
+
+/// A wavy surface over the unit square.
+zel_bench::mesh wavy_surface(std::int64_t triangles) {
+    auto m = make_mesh(3, 3, triangles, jittered);
+    for (std::size_t j = 0; j < m.pos.cols; ++j)
+        m.pos(2, j) = 0.1 * std::sin(7 * m.pos(0, j)) * std::cos(5 * m.pos(1, j));
+    return m;
+}
+
+/// What each triangle asks for at each of its nodes: the tensors that a mesh of it alone has.
+dense2D<double> asked_by_triangles(const zel_bench::mesh& m, double normal_size) {
+    dense2D<double> asked(6, 3 * m.connect.cols);
+    dense2D<double> corners(3, 3);
+    dense2D<unsigned> triangle(3, 1);
+    for (std::size_t e = 0; e < m.connect.cols; ++e) {
+        for (unsigned k = 0; k < 3; ++k) {
+            std::copy_n(m.pos[m.connect(k, e)], 3, corners[k]);
+            triangle(k, 0) = k;
+        }
+        dense2D<double> own;
+        if (zel::tessel2d::metrics_gen_aniso3d(corners, triangle, normal_size, own) != 0)
+            std::abort();
+        for (std::size_t k = 0; k < 3; ++k) std::copy_n(own[k], 6, asked[3 * e + k]);
+    }
+    return asked;
+}
+
+void metrics_gen_aniso3d(benchmark::State& state) {
+    const auto m = wavy_surface(state.range(0));
+    const auto asked = asked_by_triangles(m, -0.1);
+    measure(state, static_cast<double>(m.connect.cols), {merging_alone(m, asked)},
+            [&](stopwatch& watch) {
+                dense2D<double> metrics;
+                watch.start();
+                const int status =
+                    zel::tessel2d::metrics_gen_aniso3d(m.pos, m.connect, -0.1, metrics);
+                watch.stop();
+                if (status != 0) state.SkipWithError("failed");
+            });
+}
+BENCHMARK(metrics_gen_aniso3d)
+    ->ArgName("triangles")
+    ->Arg(1000)
+    ->Arg(30000)
+    ->Arg(1000000)
+    ->UseManualTime();
 
 } // namespace

@@ -1,6 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
 //
-// Size fields: inside a patch from those of its outline.
+// Size fields: inside a patch from those of its outline, and from the edges of a surface.
 // Ends with status 1 if a result is not the expected one.
 #include "zel/tessel2d.h"
 
@@ -47,6 +47,24 @@ bool fills_a_patch_with_tensors() {
            std::abs(tensors(1, 8)) < 1e-12 && is_near(4, tensors(2, 8));
 }
 
+bool takes_sizes_from_a_surface() {
+    //! [sizes_of_a_surface]
+    // Two triangles of a horizontal square: edges of length 1, and the diagonal from node 0 to node 2.
+    double corners[] = {0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0};
+    unsigned triangles[] = {0, 1, 2, 0, 2, 3};
+    const auto pos = zel::dense2D<double>::wrap(corners, 3, 4);
+    const auto connect = zel::dense2D<unsigned>::wrap(triangles, 3, 2);
+
+    // Along the normal, elements shall be a tenth as thick as they are long.
+    zel::dense2D<double> metrics;
+    const int status = zel::tessel2d::metrics_gen_aniso3d(pos, connect, -0.1, metrics);
+    // status is 0. Node 1 has two edges of length 1: column 1 asks for the eigenvalues 1 and 1 in the
+    // plane, and 100 along z.
+    //! [sizes_of_a_surface]
+    return status == 0 && metrics.rows == 6 && metrics.cols == 4 && is_near(1, metrics(0, 1)) &&
+           is_near(1, metrics(2, 1)) && is_near(100, metrics(5, 1));
+}
+
 } // namespace
 
 int main() {
@@ -55,7 +73,8 @@ int main() {
         bool (*run)();
     };
     const example examples[] = {{"sizes in a patch", fills_a_patch_with_sizes},
-                                {"tensors in a patch", fills_a_patch_with_tensors}};
+                                {"tensors in a patch", fills_a_patch_with_tensors},
+                                {"sizes of a surface", takes_sizes_from_a_surface}};
     bool good = true;
     for (const example& e : examples) {
         const bool as_expected = e.run();

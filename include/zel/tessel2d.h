@@ -8,6 +8,7 @@
 #include "zel/tessel2d/generators.h"
 #include "zel/tessel2d/location.h"
 #include "zel/tessel2d/measures.h"
+#include "zel/tessel2d/metrics.h"
 #include "zel/tessel2d/normals.h"
 #include "zel/tessel2d/orientation.h"
 #include "zel/tessel2d/spheres.h"
