@@ -71,8 +71,8 @@ reference table_alone(const dense2D<unsigned>& connect) {
 }
 
 void quadratic(benchmark::State& state, bool triangles) {
-    const auto m = grid(triangles, side_for(state.range(0), triangles),
-                        static_cast<order>(state.range(1)));
+    const auto m =
+        grid(triangles, side_for(state.range(0), triangles), static_cast<order>(state.range(1)));
     measure(state, static_cast<double>(m.connect.cols), {table_alone(m.connect)},
             [&](stopwatch& watch) {
                 auto pos = fresh_copy(m.pos);
@@ -107,8 +107,8 @@ void convert_into_high_order_cubic(benchmark::State& state) {
                 auto pos = fresh_copy(m.pos);
                 dense2D<unsigned> raised;
                 watch.start();
-                const int status = convert_into_high_order(pos, m.connect, 2, 4, 1, raised,
-                                                           dense2D<unsigned>());
+                const int status =
+                    convert_into_high_order(pos, m.connect, 2, 4, 1, raised, dense2D<unsigned>());
                 watch.stop();
                 if (status != 0) state.SkipWithError("failed");
             });
@@ -121,8 +121,8 @@ BENCHMARK(convert_into_high_order_cubic)
 void convert_into_linear_Q9(benchmark::State& state) {
     auto m = grid(false, side_for(state.range(0), false), as_generated);
     if (convert_into_quadratic(m.pos, m.connect) != 0) return state.SkipWithError("failed");
-    measure(state, static_cast<double>(m.connect.cols), {read_pass(m.connect.data(), m.connect.size * 4)},
-            [&](stopwatch& watch) {
+    measure(state, static_cast<double>(m.connect.cols),
+            {read_pass(m.connect.data(), m.connect.size * 4)}, [&](stopwatch& watch) {
                 auto connect = fresh_copy(m.connect);
                 watch.start();
                 const int status = convert_into_linear(connect);
@@ -231,9 +231,8 @@ void split_Q4_into_T3_selected(benchmark::State& state) {
         dense2D<unsigned> out;
         dense1D<unsigned, 8> kept, split;
         watch.start();
-        const int result =
-            split_Q4_into_T3(m.pos, m.connect, 0.8, 0.7, 0.7, static_cast<int>(state.range(2)),
-                             kept, split, out);
+        const int result = split_Q4_into_T3(m.pos, m.connect, 0.8, 0.7, 0.7,
+                                            static_cast<int>(state.range(2)), kept, split, out);
         watch.stop();
         if (result < 0) state.SkipWithError("failed");
     });

@@ -108,7 +108,7 @@ ZEL_TESSEL2D_API int mesh_disk_Q4(dense2D<double>& pos, const vector_fixed<doubl
 /// @retval -7    `boundary` holds columns of another height than 2.
 /// @snippet examples/disk.cpp disk
 ZEL_TESSEL2D_API int mesh_disk_T3(dense2D<double>& pos, const vector_fixed<double, 2>& center,
-                                  double radius, unsigned n, int pattern, dense2D<unsigned>& connect,
-                                  dense2D<unsigned>& boundary);
+                                  double radius, unsigned n, int pattern,
+                                  dense2D<unsigned>& connect, dense2D<unsigned>& boundary);
 
 } // namespace zel::tessel2d
