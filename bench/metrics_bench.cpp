@@ -2,10 +2,12 @@
 #include "fixtures.h"
 #include "meshes.h"
 
+#include "examples/support/adjacency.h"
 #include "foundation/lapack.h"
 #include "foundation/tessel.h"
 #include "location/blend.h"
 #include "zel/tessel2d/generators.h"
+#include "zel/tessel2d/location.h"
 #include "zel/tessel2d/metrics.h"
 
 #include <cmath>
@@ -206,5 +208,86 @@ BENCHMARK(metrics_gen_aniso3d)
     ->Arg(30000)
     ->Arg(1000000)
     ->UseManualTime();
+
+// ------------------------------------------------------------------------------- carrying onto nodes
+
+/// A planar mesh of triangles and 10^5 nodes of no element inside it.
+struct with_orphans {
+    zel_bench::mesh m;
+    zel::examples::adjacency beside;
+    dense1D<unsigned, 8> nodes{100000};
+
+    explicit with_orphans(std::int64_t triangles) : m(make_mesh(2, 3, triangles, jittered)) {
+        beside = zel::examples::adjacency_of(m.connect, m.pos.cols);
+        const std::size_t first = m.pos.cols;
+        m.pos.resize(2, first + nodes.size);
+        beside.ancestors.resize(first + nodes.size, zel::no_node);
+        random_numbers random{7};
+        for (std::size_t k = 0; k < nodes.size; ++k) {
+            for (std::size_t i = 0; i < 2; ++i) m.pos(i, first + k) = random.unit();
+            nodes[k] = static_cast<unsigned>(first + k);
+        }
+    }
+};
+
+/// `interpolate` of the same matrix, and two blends per node.
+template <std::size_t Order>
+reference interpolate_and_blend(const with_orphans& w, const dense2D<double>& tensors) {
+    return {"interpolate", [&w, &tensors](stopwatch& watch) {
+                auto field = fresh_copy(tensors);
+                double sum = 0;
+                watch.start();
+                zel::tessel2d::interpolate(w.m.pos, w.m.connect, w.beside.neighbors,
+                                           w.beside.ancestors, field, w.nodes, zel::ELEMENT_T3);
+                for (std::size_t k = 0; k < w.nodes.size; ++k)
+                    for (std::size_t i = 0; i < 2; ++i) {
+                        tensor<Order> m;
+                        blend<Order>(tensor_at<Order>(tensors[k + i]),
+                                     tensor_at<Order>(tensors[k + 1 + i]), 0.375, m);
+                        sum += m[0];
+                    }
+                benchmark::DoNotOptimize(sum);
+                watch.stop();
+            }};
+}
+
+template <std::size_t Order>
+void interpolate_metrics_tensors(benchmark::State& state) {
+    const with_orphans w(state.range(0));
+    const auto tensors = random_tensors<Order>(w.m.pos.cols);
+    measure(state, static_cast<double>(w.nodes.size), {interpolate_and_blend<Order>(w, tensors)},
+            [&](stopwatch& watch) {
+                auto metrics = fresh_copy(tensors);
+                watch.start();
+                const int status = interpolate_metrics(w.m.pos, w.m.connect, w.beside.neighbors,
+                                                       w.beside.ancestors, metrics, w.nodes, false,
+                                                       zel::ELEMENT_T3);
+                watch.stop();
+                if (status != 0) state.SkipWithError("failed");
+            });
+}
+BENCHMARK(interpolate_metrics_tensors<2>)->Arg(10000)->Arg(1000000)->UseManualTime();
+BENCHMARK(interpolate_metrics_tensors<3>)->Arg(10000)->Arg(1000000)->UseManualTime();
+
+void interpolate_metrics_sizes(benchmark::State& state) {
+    const with_orphans w(state.range(0));
+    dense1D<double, 8> sizes(w.m.pos.cols, 1.5);
+    const reference plain{"interpolate", [&](stopwatch& watch) {
+                              watch.start();
+                              zel::tessel2d::interpolate(w.m.pos, w.m.connect, w.beside.neighbors,
+                                                         w.beside.ancestors, sizes, w.nodes,
+                                                         zel::ELEMENT_T3);
+                              watch.stop();
+                          }};
+    measure(state, static_cast<double>(w.nodes.size), {plain}, [&](stopwatch& watch) {
+        watch.start();
+        const int status =
+            interpolate_metrics(w.m.pos, w.m.connect, w.beside.neighbors, w.beside.ancestors, sizes,
+                                w.nodes, false, zel::ELEMENT_T3);
+        watch.stop();
+        if (status != 0) state.SkipWithError("failed");
+    });
+}
+BENCHMARK(interpolate_metrics_sizes)->Arg(10000)->Arg(1000000)->UseManualTime();
 
 } // namespace

@@ -1,6 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 //
-// Size fields: inside a patch from those of its outline, and from the edges of a surface.
+// Size fields: inside a patch from those of its outline, from the edges of a surface, and
+// carried onto nodes of no element.
 // Ends with status 1 if a result is not the expected one.
 #include "zel/tessel2d.h"
 
@@ -65,6 +66,57 @@ bool takes_sizes_from_a_surface() {
            is_near(1, metrics(2, 1)) && is_near(100, metrics(5, 1));
 }
 
+bool carries_sizes_onto_a_node() {
+    //! [carry_sizes]
+    // A triangle, and node 3 inside it, which belongs to no element.
+    double places[] = {0, 0, 4, 0, 0, 4, 1, 1};
+    unsigned corners[] = {0, 1, 2};
+    unsigned beside[] = {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF};
+    unsigned holders[] = {0, 0, 0, 0xFFFFFFFF};
+    const auto pos = zel::dense2D<double>::wrap(places, 2, 4);
+    const auto connect = zel::dense2D<unsigned>::wrap(corners, 3, 1);
+    const auto neighbors = zel::dense2D<unsigned>::wrap(beside, 3, 1);
+    const auto ancestors = zel::dense1D<unsigned, 8>::wrap(holders, 4);
+
+    double at_nodes[] = {1, 2, 4, 0};
+    auto sizes = zel::dense1D<double, 8>::wrap(at_nodes, 4);
+    unsigned wanted[] = {3};
+    const auto nodes = zel::dense1D<unsigned, 8>::wrap(wanted, 1);
+    const int one = zel::tessel2d::interpolate_metrics(pos, connect, neighbors, ancestors, sizes,
+                                                       nodes, false, zel::ELEMENT_T3);
+    // one is 0 and sizes[3] is 1 * 0.5 + 2 * 0.25 + 4 * 0.25 = 2. Without a list all such nodes are
+    // served, here only those that have no valid size yet.
+    const int all = zel::tessel2d::interpolate_metrics(pos, connect, neighbors, ancestors, sizes,
+                                                       true, zel::ELEMENT_T3);
+    //! [carry_sizes]
+    return one == 0 && all == 0 && sizes[3] == 2;
+}
+
+bool carries_tensors_onto_a_node() {
+    double places[] = {0, 0, 4, 0, 0, 4, 1, 1};
+    unsigned corners[] = {0, 1, 2};
+    unsigned beside[] = {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF};
+    unsigned holders[] = {0, 0, 0, 0xFFFFFFFF};
+    const auto pos = zel::dense2D<double>::wrap(places, 2, 4);
+    const auto connect = zel::dense2D<unsigned>::wrap(corners, 3, 1);
+    const auto neighbors = zel::dense2D<unsigned>::wrap(beside, 3, 1);
+    const auto ancestors = zel::dense1D<unsigned, 8>::wrap(holders, 4);
+    unsigned wanted[] = {3};
+    const auto nodes = zel::dense1D<unsigned, 8>::wrap(wanted, 1);
+    //! [carry_tensors]
+    // The same mesh. Sizes 1, 2 and 4 along x, and 1 along y at all corners: m00, m01, m11.
+    double at_nodes[] = {1, 0, 1, 0.25, 0, 1, 0.0625, 0, 1, 0, 0, 0};
+    auto tensors = zel::dense2D<double>::wrap(at_nodes, 3, 4);
+    const int one = zel::tessel2d::interpolate_metrics(pos, connect, neighbors, ancestors, tensors,
+                                                       nodes, false, zel::ELEMENT_T3);
+    const int all = zel::tessel2d::interpolate_metrics(pos, connect, neighbors, ancestors, tensors,
+                                                       true, zel::ELEMENT_T3);
+    // Both are 0, and column 3 asks for size 2 along x and 1 along y: the eigenvalues 0.25 and 1.
+    //! [carry_tensors]
+    return one == 0 && all == 0 && is_near(0.25, tensors(0, 3)) && tensors(1, 3) == 0 &&
+           is_near(1, tensors(2, 3));
+}
+
 } // namespace
 
 int main() {
@@ -74,7 +126,9 @@ int main() {
     };
     const example examples[] = {{"sizes in a patch", fills_a_patch_with_sizes},
                                 {"tensors in a patch", fills_a_patch_with_tensors},
-                                {"sizes of a surface", takes_sizes_from_a_surface}};
+                                {"sizes of a surface", takes_sizes_from_a_surface},
+                                {"carried sizes", carries_sizes_onto_a_node},
+                                {"carried tensors", carries_tensors_onto_a_node}};
     bool good = true;
     for (const example& e : examples) {
         const bool as_expected = e.run();

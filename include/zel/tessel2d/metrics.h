@@ -48,4 +48,85 @@ ZEL_TESSEL2D_API int metrics_gen_aniso3d(const dense2D<double>& pos,
                                          const dense2D<unsigned>& connect, double normal_size,
                                          dense2D<double>& metrics);
 
+/// Carries size tensors onto nodes that belong to no element: the counterpart of `interpolate`, with the
+/// same location of nodes.
+///
+/// Between two tensors the sizes along their common basis are linear. A node in a triangle gets the
+/// tensor between those of nodes 0 and 1, and between that and the one of node 2. On a side only the
+/// tensors of its ends count, and at a corner that of the corner, bit for bit. When one that counts is
+/// not positive definite or not finite, the node keeps what it holds. A node in no element, but inside
+/// the bounding box of the mesh nodes, gets the tensor of the closest node that has an ancestor, as it
+/// stands; one outside that box keeps its own.
+///
+/// @param pos        2 x N coordinates, one node per column, with those of the listed nodes.
+/// @param connect    3 x E node numbers below N, triangles counter-clockwise.
+/// @param neighbors  3 x E: entry (k, e) is the element opposite node k of element e, or 0xFFFFFFFF.
+/// @param ancestors  N entries: an element that holds the node, or 0xFFFFFFFF for one to be served.
+/// @param[in,out] metrics  3 x N tensors m00, m01, m11, or 6 x N tensors m00, m01, m11, m02, m12, m22,
+///                   one column per node. It may share its storage with `pos`, which counts as it is on
+///                   entry.
+/// @param nodes      node numbers below N, in any order; a node may be listed twice.
+/// @param keep_valid true: a node whose tensor is positive definite keeps it.
+/// @param type       ELEMENT_T3; with another nothing is changed.
+///
+/// @retval 0   done, or nothing to do (`nodes` is empty). A node that cannot be served keeps its tensor,
+///             also for lack of memory.
+/// @retval -1  `pos` does not have 2 rows.
+/// @retval -2  `connect` does not have 3 rows, whatever `type` says, or names a node that does not exist.
+/// @retval -3  `neighbors` has another shape than `connect`, or names an element that does not exist.
+/// @retval -4  `ancestors` does not have one entry per node.
+/// @retval -5  `metrics` does not have one column per node, or neither 3 nor 6 rows.
+/// @retval -6  `nodes` names a node that does not exist.
+/// A negative status leaves `metrics` as it was.
+///
+/// Cost: that of `interpolate`, and two reductions of tensors for each node inside a triangle. Views with
+/// a leading dimension larger than their rows are fine. Calls on different blocks may run at the same time.
+/// @snippet examples/metrics.cpp carry_tensors
+ZEL_TESSEL2D_API int
+interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                    const dense2D<unsigned>& neighbors, const dense1D<unsigned, 8>& ancestors,
+                    dense2D<double>& metrics, const dense1D<unsigned, 8>& nodes, bool keep_valid,
+                    element_type type);
+
+/// The same for all nodes of `pos`.
+/// @snippet examples/metrics.cpp carry_tensors
+ZEL_TESSEL2D_API int
+interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                    const dense2D<unsigned>& neighbors, const dense1D<unsigned, 8>& ancestors,
+                    dense2D<double>& metrics, bool keep_valid, element_type type);
+
+/// The same for sizes, on triangles, quadrilaterals and both.
+///
+/// Sizes are linear in a triangle. On the sides of an element only its ends count, at a corner only the
+/// corner. Inside a quadrilateral, and on its side 1-2, the bilinear formula is evaluated at ((s + 1)/2,
+/// (t + 1)/2), where (s, t) from 0 to 1 are the node's coordinates, so that sizes lean towards node 2; in
+/// the centre of a square that is (0.75, 0.75). A node keeps its size when one that counts is not positive,
+/// or when the result is not positive and finite.
+///
+/// @param connect    3 x E or 4 x E node numbers below N, elements counter-clockwise. With ELEMENT_FACE
+///                   a triangle has 0xFFFFFFFF in row 3.
+/// @param neighbors  as many rows and columns as `connect`. Edge k of a triangle lies opposite its node k;
+///                   edge k of a quadrilateral runs from node k to the next one.
+/// @param[in,out] metrics  N sizes; those above 0 and below the largest double are valid.
+/// @param keep_valid true: a node whose size is valid keeps it.
+/// @param type       ELEMENT_T3 with 3 rows in `connect`, ELEMENT_Q4 or ELEMENT_FACE with 4. Another
+///                   combination that fits `connect` changes nothing.
+///
+/// @retval -2  `connect` does not suit `type`, or names a node that does not exist.
+/// @retval -5  `metrics` does not have one entry per node.
+/// The other arguments and statuses are those for tensors.
+/// @snippet examples/metrics.cpp carry_sizes
+ZEL_TESSEL2D_API int
+interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                    const dense2D<unsigned>& neighbors, const dense1D<unsigned, 8>& ancestors,
+                    dense1D<double, 8>& metrics, const dense1D<unsigned, 8>& nodes, bool keep_valid,
+                    element_type type);
+
+/// The same for all nodes of `pos`.
+/// @snippet examples/metrics.cpp carry_sizes
+ZEL_TESSEL2D_API int
+interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                    const dense2D<unsigned>& neighbors, const dense1D<unsigned, 8>& ancestors,
+                    dense1D<double, 8>& metrics, bool keep_valid, element_type type);
+
 } // namespace zel::tessel2d
