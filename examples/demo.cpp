@@ -39,6 +39,7 @@ void write_book(zel::demo::book& b, const std::filesystem::path& data) {
     zel::demo::curvature_chapter(b);
     zel::demo::field_chapter(b);
     zel::demo::metric_chapter(b);
+    zel::demo::surface_metric_chapter(b);
     zel::examples::write_index_page(b.output / "index.html", b.page);
 }
 

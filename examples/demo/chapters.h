@@ -21,6 +21,8 @@ void curvature_chapter(book& b);
 void field_chapter(book& b);
 /// Sizes by direction, drawn as ellipses.
 void metric_chapter(book& b);
+/// The sizes of the scanned surface's mesh.
+void surface_metric_chapter(book& b);
 /// Disks and spheres.
 void round_chapter(book& b);
 /// Elements of higher order, pieces of elements, triangles out of quadrilaterals.

@@ -45,6 +45,7 @@ MESHES = {
     "surface_normals": (1839, 3674),
     "surface_and_copy": (2 * 1839, 2 * 3674),
     "surface_curvature": (1839, 3674),
+    "surface_metric": (1839, 3674),
     "field_source": (6125, 11623),
     "field_grid": (61 * 91, 60 * 90),
     "metric_blended": (11 * 11, 10 * 10),
