@@ -15,9 +15,14 @@ constexpr unsigned first_inner = 4; // in word 0: the first column that can be a
 
 constexpr std::size_t ahead = 24; // nodes between the hint to the processor and their use
 
-/// Asks for the position of the node that is `ahead` in the list.
-void prefetch_ahead(const points_view<2>& pos, const unsigned* list, std::size_t i,
-                    std::size_t n) noexcept {
+/// Asks for the position of the node that is `ahead` in the list. Inlined by force, for the reason
+/// that `prefetch` has.
+#if defined(__GNUC__)
+[[gnu::always_inline]]
+#endif
+inline void
+prefetch_ahead(const points_view<2>& pos, const unsigned* list, std::size_t i,
+               std::size_t n) noexcept {
     if (n - i > ahead) prefetch(pos.first + list[i + ahead] * pos.ld);
 }
 
