@@ -10,7 +10,6 @@
 //     corners(nodes)        how many of another element's nodes get its normal
 //     for_each(visit)       calls visit(e, nodes, v, size) for every element in its order, where v is its
 //                           vector made a unit vector and size the length that this had
-//     make_units(n, cols)   makes n vectors unit vectors
 #include "foundation/point.h"
 
 #include <algorithm>
@@ -118,28 +117,26 @@ inline bool needs_no_weights(double power, bool unit) noexcept {
     return unit && (weighs_alike(power) || power == 1);
 }
 
-/// `sum_normals` for what `needs_no_weights`.
-template <int Dim, class Elements>
-void sum_directions(const Elements& elements, double power, columns<double> normals) noexcept {
-    const auto sum = [&](auto by_size) {
-        elements.for_each(
-            [&](std::size_t, const unsigned* nodes, const point<Dim>& v, double size) {
-                if (Elements::has_gap(nodes)) return;
-                const unsigned corners = Elements::corners(nodes);
-                point<Dim> weighted = v;
-                if (by_size)
-                    for (double& component : weighted) component *= size;
-                for (unsigned k = 0; k < corners; ++k) {
-                    double* const normal = normals[nodes[k]];
-                    for (std::size_t i = 0; i < Dim; ++i) normal[i] += weighted[i];
-                }
-            });
-    };
-    if (power == 1) {
-        sum(std::true_type{});
-    } else {
-        sum(std::false_type{});
+/// Adds the unit normal of an element, or, if `BySize`, this times the size, to the sums at its nodes.
+template <int Dim, bool BySize>
+void add_direction(const point<Dim>& v, double size, const unsigned* nodes, unsigned corners,
+                   columns<double> normals) noexcept {
+    point<Dim> weighted = v;
+    if (BySize)
+        for (double& component : weighted) component *= size;
+    for (unsigned k = 0; k < corners; ++k) {
+        double* const normal = normals[nodes[k]];
+        for (std::size_t i = 0; i < Dim; ++i) normal[i] += weighted[i];
     }
+}
+
+/// `sum_normals` for what `needs_no_weights`.
+template <int Dim, bool BySize, class Elements>
+void sum_directions(const Elements& elements, columns<double> normals) noexcept {
+    elements.for_each([&](std::size_t, const unsigned* nodes, const point<Dim>& v, double size) {
+        if (Elements::has_gap(nodes)) return;
+        add_direction<Dim, BySize>(v, size, nodes, Elements::corners(nodes), normals);
+    });
 }
 
 /// Makes all vectors unit vectors, one by one.
@@ -153,20 +150,32 @@ void make_unit_columns(std::size_t count, columns<double> vectors) noexcept {
     }
 }
 
-/// Sums and scales. `normals` has a zero vector for each of its columns. False: memory is exhausted.
+/// Sums and scales what is no matter of directions alone. `normals` has a zero vector for each of its
+/// columns. False: memory is exhausted.
 template <int Dim, class Elements>
-bool find_node_normals(const Elements& elements, double power, bool unit,
-                       dense2D<double>& normals) noexcept {
+bool find_weighted_normals(const Elements& elements, double power, bool unit,
+                           dense2D<double>& normals) noexcept {
     const auto out = columns_of(normals);
-    if (needs_no_weights(power, unit)) {
-        sum_directions<Dim>(elements, power, out);
-        Elements::make_units(normals.cols, out);
-        return true;
-    }
     dense1D<double, 8> weights;
     if (!weights.resize(normals.cols, 0.0)) return false;
     sum_normals<Dim>(elements, power, out, weights.data());
     if (!picks_one_element(power)) scale_normals<Dim>(normals.cols, unit, out, weights.data());
+    return true;
+}
+
+/// Sums and scales. `normals` has a zero vector for each of its columns. False: memory is exhausted.
+template <int Dim, class Elements>
+bool find_node_normals(const Elements& elements, double power, bool unit,
+                       dense2D<double>& normals) noexcept {
+    if (!needs_no_weights(power, unit))
+        return find_weighted_normals<Dim>(elements, power, unit, normals);
+    const auto out = columns_of(normals);
+    if (power == 1) {
+        sum_directions<Dim, true>(elements, out);
+    } else {
+        sum_directions<Dim, false>(elements, out);
+    }
+    make_unit_columns<Dim>(normals.cols, out);
     return true;
 }
 

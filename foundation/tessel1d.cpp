@@ -19,9 +19,6 @@ struct line_elements {
 
     static constexpr bool has_gap(const unsigned*) noexcept { return false; }
     static constexpr unsigned corners(const unsigned*) noexcept { return 2; }
-    static void make_units(std::size_t n, columns<double> vectors) noexcept {
-        make_unit_columns<2>(n, vectors);
-    }
 
     template <class Visit>
     void for_each(Visit&& visit) const noexcept {

@@ -32,6 +32,14 @@ struct any_corners {
     const double* p[5];
 };
 
+/// The sums at the nodes of the elements from `cells` on, to which each element adds its unit normal,
+/// or, if `BySize`, this times its size.
+template <class Shape, bool BySize>
+struct node_sums {
+    columns<const unsigned> cells;
+    columns<double> sums;
+};
+
 #if defined(__x86_64__) && defined(__GNUC__)
 
 /// Four nodes, component by component.
@@ -125,16 +133,45 @@ store(const four_vectors<3>& v, __m256d size, sized_normal* out) noexcept {
     _mm_storeh_pd(out[3] + 2, high);
 }
 
+/// Adds four vectors to the sums at the nodes of their elements.
+template <class Shape, bool BySize>
+[[gnu::target("avx2"), gnu::always_inline]] inline void
+store(four_vectors<3> v, __m256d size, const node_sums<Shape, BySize>& out) noexcept {
+    if constexpr (BySize)
+        for (auto& x : v.x) x = _mm256_mul_pd(x, size);
+    const __m256d even = _mm256_unpacklo_pd(v.x[0], v.x[1]);
+    const __m256d odd = _mm256_unpackhi_pd(v.x[0], v.x[1]);
+    const __m128d low = _mm256_castpd256_pd128(v.x[2]);
+    const __m128d high = _mm256_extractf128_pd(v.x[2], 1);
+    const __m128d xy[4] = {_mm256_castpd256_pd128(even), _mm256_castpd256_pd128(odd),
+                           _mm256_extractf128_pd(even, 1), _mm256_extractf128_pd(odd, 1)};
+    const __m128d z[4] = {low, _mm_unpackhi_pd(low, low), high, _mm_unpackhi_pd(high, high)};
+    for (std::size_t lane = 0; lane < 4; ++lane) {
+        const unsigned* const nodes = out.cells[lane];
+        const unsigned corners = Shape::corners(nodes);
+        for (unsigned k = 0; k < corners; ++k) {
+            double* const sum = out.sums[nodes[k]];
+            _mm_storeu_pd(sum, _mm_add_pd(_mm_loadu_pd(sum), xy[lane]));
+            _mm_store_sd(sum + 2, _mm_add_sd(_mm_load_sd(sum + 2), z[lane]));
+        }
+    }
+}
+
 inline sized_normal* shifted(sized_normal* out, std::size_t i) noexcept {
     return out + i;
+}
+template <class Shape, bool BySize>
+inline node_sums<Shape, BySize> shifted(const node_sums<Shape, BySize>& out,
+                                        std::size_t i) noexcept {
+    return {{out.cells[i], out.cells.ld}, out.sums};
 }
 inline columns<double> shifted(const columns<double>& out, std::size_t i) noexcept {
     return {out[i], out.ld};
 }
 
 /// The normals of `count` elements, at most `normal_run`, from `first` on, four by four; `corners_of(e)`
-/// tells what element e is made of. `out` is where they go, `sized_normal*` or columns. Returns how many
-/// were found; the rest is left over.
+/// tells what element e is made of. `out` is where they go: `sized_normal*`, columns or `node_sums`, of
+/// element `first` and those behind it. Returns how many were found; the rest is left over.
 ///
 /// Roots and divisions come in a loop of their own: behind the fetching of corners they would be waited
 /// for one after the other.

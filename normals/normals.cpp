@@ -85,11 +85,26 @@ struct surface_elements {
         }
     }
 
-    static void make_units(std::size_t n, columns<double> vectors) noexcept {
-        const std::size_t done = has_four_lanes() ? make_units_by_four(vectors, n) : 0;
-        make_unit_columns<3>(n - done, {vectors[done], vectors.ld});
+    /// `sum_directions`, and in the loop that finds the normals where that goes.
+    template <bool BySize>
+    void sum(columns<double> sums) const noexcept {
+        if (Gaps || !has_four_lanes()) return sum_directions<3, BySize>(*this, sums);
+        for (std::size_t first = 0; first < count; first += normal_run) {
+            const std::size_t n = std::min(normal_run, count - first);
+            const node_sums<Shape, BySize> run{{cells[first], cells.ld}, sums};
+            for (std::size_t i = find_by_four(first, n, run); i < n; ++i) {
+                const unsigned* const nodes = run.cells[i];
+                const sized_normal found = find_one(first + i);
+                add_direction<3, BySize>(found.vector(), found.size(), nodes, corners(nodes), sums);
+            }
+        }
     }
 };
+
+void make_units(std::size_t n, columns<double> vectors) noexcept {
+    const std::size_t done = has_four_lanes() ? make_units_by_four(vectors, n) : 0;
+    make_unit_columns<3>(n - done, {vectors[done], vectors.ld});
+}
 
 template <bool Unit, bool Gaps, class Work>
 bool with_shape(const dense2D<double>& pos, const dense2D<unsigned>& connect, const Work& work) {
@@ -124,21 +139,59 @@ int check_rows(const dense2D<double>& pos, const dense2D<unsigned>& connect) noe
 // they are read again.
 constexpr std::size_t tested_run = 8 * normal_run;
 
-/// Writes the normals of all elements. False: a node does not exist.
-template <bool Unit>
-bool write_normals(const dense2D<double>& pos, const dense2D<unsigned>& connect,
-                   columns<double> out) noexcept {
+/// Tests the nodes and calls `work(first, elements)` for one part of the elements after the other.
+/// False: a node does not exist.
+template <bool Unit, class Work>
+bool for_each_part(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                   const Work& work) noexcept {
     for (std::size_t first = 0; first < connect.cols; first += tested_run) {
         const std::size_t count = std::min(tested_run, connect.cols - first);
         const auto part = connect.sub_matrix(0, first, connect.rows, count);
         bool gaps;
         if (!nodes_exist(pos, part, gaps)) return false;
         with_elements<Unit>(pos, part, gaps, [&](const auto& elements) {
-            elements.write({out[first], out.ld});
+            work(first, elements);
             return true;
         });
     }
     return true;
+}
+
+/// Writes the normals of all elements. False: a node does not exist.
+template <bool Unit>
+bool write_normals(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                   columns<double> out) noexcept {
+    return for_each_part<Unit>(pos, connect, [&](std::size_t first, const auto& elements) {
+        elements.write({out[first], out.ld});
+    });
+}
+
+/// Node normals that need no weights. `normals` has a zero vector for each node. False: a node does
+/// not exist.
+bool find_directions(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool by_size,
+                     columns<double> normals) noexcept {
+    const bool exist = for_each_part<true>(pos, connect, [&](std::size_t, const auto& elements) {
+        if (by_size) {
+            elements.template sum<true>(normals);
+        } else {
+            elements.template sum<false>(normals);
+        }
+    });
+    if (exist) make_units(pos.cols, normals);
+    return exist;
+}
+
+int find_node_normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, double power,
+                      bool unit, dense2D<double>& N) noexcept {
+    const bool room = N.resize(3, pos.cols, 0.0);
+    if (room && needs_no_weights(power, unit))
+        return find_directions(pos, connect, power == 1, columns_of(N)) ? status_ok : -2;
+    bool gaps;
+    if (!nodes_exist(pos, connect, gaps)) return -2;
+    const bool done = room && with_elements<true>(pos, connect, gaps, [&](const auto& elements) {
+                          return find_weighted_normals<3>(elements, power, unit, N);
+                      });
+    return done ? status_ok : status_memory;
 }
 
 } // namespace
@@ -149,15 +202,9 @@ int normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, double
     N.clear();
     if (given.empty() || connect.empty()) return status_ok;
     if (const int status = check_rows(given, connect)) return status;
-    bool gaps;
-    if (!nodes_exist(given, connect, gaps)) return -2;
-    if (!N.resize(3, given.cols, 0.0)) return status_memory;
-    const bool done = with_elements<true>(given, connect, gaps, [&](const auto& elements) {
-        return find_node_normals<3>(elements, power, unit, N);
-    });
-    if (done) return status_ok;
-    N.clear();
-    return status_memory;
+    const int status = find_node_normals(given, connect, power, unit, N);
+    if (status != status_ok) N.clear();
+    return status;
 }
 
 int normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool unit,

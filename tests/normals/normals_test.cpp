@@ -535,6 +535,25 @@ TEST(Normals, ANodeThatDoesNotExistIsReportedBeforeExhaustedMemory) {
         EXPECT_EQ(0U, N.cols);
     }
 }
+TEST(Normals, ANodeThatDoesNotExistFarBehindTheFirstElementsIsRefused) {
+    mesh m = grid_T3(30, 30, 3);
+    m.connect(2, 1700) = 961;
+    for (const double power : {0.0, 1.0, 2.0, largest}) {
+        dense2D<double> N(2, 5, 1.0);
+        EXPECT_EQ(-2, normals(m.pos, m.connect, power, true, N)) << power;
+        EXPECT_EQ(0U, N.rows);
+        EXPECT_EQ(0U, N.cols);
+    }
+}
+TEST(Normals, OfNodesOfManyElementsAreThoseOfOneElementAtATimeToTheBit) {
+    for (mesh m : {bumpy(grid_T3(30, 31, 3)), bumpy(grid_Q4(31, 29, 3))}) {
+        for (const bool gap : {false, true}) {
+            if (gap) m.connect(1, 700) = no_node;
+            for (const double power : {0.0, 1.0})
+                expect_same(expected_node_normals(m, power, true), node_normals(m, power, true));
+        }
+    }
+}
 TEST(Normals, AGapFarBehindTheFirstElementsIsFound) {
     mesh m = bumpy(grid_T3(30, 30, 3));
     const auto before = element_normals(m, true);
