@@ -47,7 +47,7 @@ MESHES = {
     "surface_curvature": (1839, 3674),
     "surface_metric": (1839, 3674),
     "field_source": (6125, 11623),
-    "field_grid": (61 * 91, 60 * 90),
+    "field_grid": (229 * 439, 228 * 438),
     "metric_blended": (11 * 11, 10 * 10),
 }
 
@@ -55,6 +55,7 @@ MESHES = {
 OPEN = ("patch_", "sweep_", "disk_", "convert_", "field_", "metric_")
 PICTURES = {name: MESHES[name][1] for name in MESHES if name.startswith(OPEN)}
 PICTURES["field_mesh"] = 11623
+PICTURES["field_grid"] = 76 * 146  # a third of the cells each way
 PICTURES["metric_sides"] = 10 * 10
 
 # Pictures of closed surfaces, where those that look away are left out.
@@ -198,6 +199,31 @@ class Demonstration(unittest.TestCase):
         for file in self.output.iterdir():
             with self.subTest(file.name):
                 self.assertEqual(file.read_bytes(), (again / file.name).read_bytes())
+
+
+class Fields(unittest.TestCase):
+    """The nodes of the grid that lie ashore against the area of the land, computed here from the file."""
+
+    def test_as_many_nodes_are_ashore_as_fit_the_area_of_the_land(self):
+        words = (DATA / "coast.off").read_text(encoding="ascii").split()[1:]
+        nodes, faces = int(words[0]), int(words[1])
+        x, y = ([float(word) for word in words[k : 3 + 3 * nodes : 3]] for k in (3, 4))
+        area = 0.0
+        for f in range(faces):
+            first = 3 + 3 * nodes + 4 * f + 1
+            a, b, c = (int(word) for word in words[first : first + 3])
+            area += ((x[b] - x[a]) * (y[c] - y[a]) - (x[c] - x[a]) * (y[b] - y[a])) / 2
+        land = area / ((max(x) - min(x)) * (max(y) - min(y)))
+
+        with tempfile.TemporaryDirectory() as folder:
+            lines = run_demo(folder).stdout.splitlines()
+        row = next(line for line in lines if line.startswith("  Grid over the island ")).split()[4:]
+        self.assertEqual(229 * 439, int(row[0]))
+        self.assertLess(abs(int(row[1]) / (228 * 438) - land), 0.001)  # one node to each cell
+        for kept in row[2:4]:  # beside narrow inlets a few are not found
+            self.assertLessEqual(int(kept), int(row[1]))
+            self.assertGreater(int(kept), 0.999 * int(row[1]))
+        self.assertLess(float(row[4]), 0.01)
 
 
 class Measures(unittest.TestCase):
