@@ -35,10 +35,9 @@ inline bool node_total(std::size_t present, std::size_t more, std::size_t& total
     return checked_add(present, more, total) && (more == 0 || total <= most_nodes);
 }
 
-/// The number of nodes as a bound for `check_IDs`. It stays below 0xFFFFFFFF, which would switch the
-/// range test off.
+/// The number of nodes as a bound for `check_IDs`; 0xFFFFFFFF is no node however many there are.
 inline unsigned node_bound(const dense2D<double>& pos) noexcept {
-    return pos.cols < no_node ? static_cast<unsigned>(pos.cols) : no_node - 1;
+    return pos.cols < no_node ? static_cast<unsigned>(pos.cols) : no_node;
 }
 
 /// A number of elements as a status; what an `int` cannot hold counts as the largest one.

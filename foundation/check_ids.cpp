@@ -106,7 +106,6 @@ bool rows_suit(std::size_t rows, element_type kind) {
 bool check_IDs(const dense2D<unsigned>& connect, element_type kind, unsigned bound) noexcept {
     if (connect.empty()) return true;
     if (!rows_suit(connect.rows, kind)) return false;
-    if (bound == no_node) return true;
     if (bound == 0) return false;
     if (kind == ELEMENT_FACE && connect.rows == 4) return mixed_passes(connect, bound);
     return matrix_passes(connect, below(bound));

@@ -42,6 +42,11 @@ bool append_columns(const dense2D<unsigned>& src, dense2D<unsigned>& dst) noexce
     if (!dense_detail::add(m, c, sum) || !dense_detail::add(std::max(c, m), m, most)) return false;
     const std::size_t src_ld = src.ld;
     const std::size_t src_start = src.start;
+    if (src.storage == dst.storage && !(src.contiguous() && dst.contiguous() && dst.rows == r)) {
+        dense2D<unsigned>
+            own; // the columns of one block might be moved, or written over, before they are read
+        return own.copy(src) && append_columns(own, dst);
+    }
     if (sum > dst.column_capacity()) dst.reserve(r, most, 1);
     if (!dst.resize(r, sum)) return false;
     const unsigned* const from = src.storage->data + src_start;
@@ -60,7 +65,7 @@ bool push_back_column(const unsigned* ids, std::size_t height, dense2D<unsigned>
     unsigned column[4];
     std::copy_n(ids, height, column); // `ids` may lie in the block that grows
     if (!dst.empty() && dst.rows != height) return false;
-    const std::size_t m = dst.empty() ? 0 : dst.cols;
+    const std::size_t m = dst.cols;
     if (m == dst.column_capacity()) dst.reserve(height, std::max<std::size_t>(2 * m, 4), 1);
     if (!dst.resize(height, m + 1)) return false;
     std::copy_n(column, height, dst[m]);

@@ -137,7 +137,7 @@ private:
 ///
 /// Sharing and failure are those of `dense1D`. A matrix is empty when rows*cols is 0. A contiguous
 /// matrix (ld equal to rows) stays contiguous when it is resized; a view with a larger ld keeps it as
-/// long as the rows fit, so that the rows around it are left alone.
+/// long as the rows fit, so that the rows around it are left alone; an empty view takes a new one.
 template <class T>
 class ZEL_TESSEL2D_API dense2D {
 public:

@@ -147,7 +147,7 @@ public:
 
     /// The same under the rule of growth: with two values for each home bucket the table is rehashed
     /// first. Null: memory is exhausted and the value is not inserted.
-    slot* insert(const Value& value) noexcept {
+    slot* insert(Value value) noexcept { // by value: it may lie in the block that grows
         if (item_count + 1 > 2 * bucket_count && !rehash(2 * item_count)) return nullptr;
         return find_or_insert(hash_key(traits::key(value)), value);
     }
@@ -172,7 +172,7 @@ public:
     /// force, since gcc drops calls to a function that only prefetches.
 #if defined(__GNUC__)
     [[gnu::always_inline]] void prefetch(std::uint64_t hash) const noexcept {
-        __builtin_prefetch(slots() + home(hash), 1);
+        if (used != 0) __builtin_prefetch(slots() + home(hash), 1);
     }
 #else
     void prefetch(std::uint64_t) const noexcept {}
@@ -273,7 +273,8 @@ bool hbuckets<Value>::__make_room(std::uint64_t slots, std::size_t factor) noexc
         if (own->is_none()) return false;
         storage = own;
     }
-    return __block_access::grow(*storage, needed, start + used, factor);
+    const std::uint64_t kept = std::min<std::uint64_t>(start + used, storage->capacity);
+    return __block_access::grow(*storage, needed, kept, factor);
 }
 
 /// Puts the empty home buckets in place. Without memory for them the table has no slots at all.

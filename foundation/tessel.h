@@ -14,7 +14,7 @@ namespace zel::tessel {
 /// @param kind     a concrete kind asks for exactly `element_node_count(kind)` rows. ELEMENT_FACE takes
 ///                 3 rows, or 4 rows in which row 3 may hold 0xFFFFFFFF: that column is a triangle.
 /// @param bound    number of nodes; an entry equal to it fails, and so does any other 0xFFFFFFFF. The
-///                 bound 0xFFFFFFFF switches the range test off: only the rows are tested then.
+///                 bound 0xFFFFFFFF switches the range test off: every other number passes then.
 ///
 /// Cost: one pass over the entries at the speed of memory.
 ZEL_TESSEL2D_API bool check_IDs(const dense2D<unsigned>& connect, element_type kind,

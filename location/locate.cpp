@@ -26,17 +26,20 @@ int get_element_containing_point(const dense2D<double>& pos, const dense2D<unsig
                                  const vector_fixed<double, 2>& p, unsigned& element,
                                  double tolerance) {
     element = no_node;
+    unsigned holder =
+        no_node; // `element` may be an entry of an input, which the search goes on reading
     if (const int status = check_located_mesh(pos, connect, neighbors, ancestors, type))
         return status;
     const located_mesh mesh(pos, connect, neighbors, ancestors);
     int status = not_found;
     if (connect.rows == 3 && type == ELEMENT_T3) {
-        status = locate_once<triangle_cells>(mesh, detector, p, tolerance, element);
+        status = locate_once<triangle_cells>(mesh, detector, p, tolerance, holder);
     } else if (connect.rows == 4 && type == ELEMENT_Q4) {
-        status = locate_once<quad_cells>(mesh, detector, p, tolerance, element);
+        status = locate_once<quad_cells>(mesh, detector, p, tolerance, holder);
     } else if (connect.rows == 4 && type == ELEMENT_FACE) {
-        status = locate_once<mixed_cells>(mesh, detector, p, tolerance, element);
+        status = locate_once<mixed_cells>(mesh, detector, p, tolerance, holder);
     }
+    element = holder;
     return status < met_degenerate ? not_found : status;
 }
 

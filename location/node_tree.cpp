@@ -410,6 +410,9 @@ void node_tree::plant_cell(const curve_order& order, std::size_t cell, unsigned 
     const std::size_t fitting = std::min<std::size_t>(count, leaf_capacity);
     for (std::size_t i = 0; i < fitting; ++i) put_in_leaf(words, first[i]);
     node_count += fitting;
+    // A cell above the short cuts stays a leaf, since they lead past its children: what does not fit is
+    // dropped when memory for them has run out.
+    if (level < order.levels) return;
     for (std::size_t i = fitting; i < count; ++i) insert_below(cell, root_depth - level, first[i]);
 }
 

@@ -87,8 +87,12 @@ TEST(CheckIDsOfAKind, AnEmptyMatrixPasses) {
 }
 
 TEST(CheckIDsOfAKind, TheLargestBoundSwitchesTheRangeTestOff) {
-    EXPECT_TRUE(check_IDs(cells({{no_node, 5, no_node - 1}}), zel::ELEMENT_FACE, no_node));
-    EXPECT_TRUE(check_IDs(cells({{no_node, 5, no_node - 1, 0}}), zel::ELEMENT_Q4, no_node));
+    EXPECT_TRUE(check_IDs(cells({{0, 5, no_node - 1}}), zel::ELEMENT_FACE, no_node));
+    EXPECT_TRUE(check_IDs(cells({{9, 5, no_node - 1, 0}}), zel::ELEMENT_Q4, no_node));
+    EXPECT_TRUE(check_IDs(cells({{9, 5, no_node - 1, no_node}}), zel::ELEMENT_FACE, no_node));
+    EXPECT_FALSE(check_IDs(cells({{9, 5, 7, no_node}}), zel::ELEMENT_Q4, no_node)); // still no node
+    EXPECT_FALSE(check_IDs(cells({{no_node, 5, 7, 0}}), zel::ELEMENT_FACE, no_node));
+    EXPECT_FALSE(check_IDs(cells({{1, 2, no_node}}), zel::ELEMENT_FACE, no_node));
     EXPECT_FALSE(check_IDs(cells({{0, 1}}), zel::ELEMENT_FACE, no_node)); // rows are still tested
 }
 
@@ -183,13 +187,13 @@ TEST(NodeTotal, HoldsUpToTheLastNumberButOne) {
     EXPECT_TRUE(node_total(std::size_t{1} << 33, 0, total)); // nothing new, nothing to refuse
 }
 
-TEST(NodeBound, StaysBelowTheBoundThatSwitchesTestsOff) {
+TEST(NodeBound, IsTheNumberOfNodesAsFarAs32BitsGo) {
     dense2D<double> pos;
     EXPECT_EQ(0U, node_bound(pos));
     pos.cols = 17;
     EXPECT_EQ(17U, node_bound(pos));
     pos.cols = std::size_t{1} << 40;
-    EXPECT_EQ(0xFFFFFFFEU, node_bound(pos));
+    EXPECT_EQ(0xFFFFFFFFU, node_bound(pos));
     pos.cols = 0;
 }
 

@@ -671,6 +671,20 @@ TEST(AppendColumns, IntoAViewAndWithoutMemory) {
     EXPECT_THAT(columns(dst), ElementsAre(cell(0, 1)));
 }
 
+TEST(AppendColumns, BothMayLieInOneBlock) {
+    auto m = cells({{0, 1, 2, 3}, {4, 5, 6, 7}, {8, 9, 10, 11}});
+    auto dst = m;
+    ASSERT_TRUE(
+        zel::append_columns(m.sub_matrix(0, 1, 3, 2), dst)); // lower columns: all are packed
+    EXPECT_THAT(columns(dst), ElementsAre(cell(0, 1, 2), cell(4, 5, 6), cell(8, 9, 10),
+                                          cell(4, 5, 6), cell(8, 9, 10)));
+    auto n = cells({{0, 1, 2, 3}, {4, 5, 6, 7}, {8, 9, 10, 11}, {12, 13, 14, 15}});
+    auto front = n.sub_matrix(0, 0, 2, 2); // the source overlaps the columns that are written
+    ASSERT_TRUE(zel::append_columns(n.sub_matrix(0, 1, 2, 3), front));
+    EXPECT_THAT(columns(front),
+                ElementsAre(cell(0, 1), cell(4, 5), cell(4, 5), cell(8, 9), cell(12, 13)));
+}
+
 TEST(PushBackColumn, AppendsAndDoubles) {
     dense2D<unsigned> m;
     const unsigned ids3[] = {1, 2, 3};
@@ -688,6 +702,14 @@ TEST(PushBackColumn, RefusesAnotherHeight) {
     dense2D<unsigned> empty_of_three_rows(3, 0);
     EXPECT_TRUE(zel::push_back_column4(ids4, empty_of_three_rows));
     EXPECT_EQ(cell(1, 2, 3, 4), column(empty_of_three_rows, 0));
+}
+
+TEST(PushBackColumn, GoesBehindColumnsThatHadNoRows) {
+    dense2D<unsigned> m(0, 5);
+    const unsigned ids3[] = {1, 2, 3};
+    EXPECT_TRUE(zel::push_back_column3(ids3, m));
+    EXPECT_EQ(6U, m.cols);
+    EXPECT_EQ(cell(1, 2, 3), column(m, 5));
 }
 
 TEST(PushBackColumn, AColumnOfTheMatrixItselfAndNoMemory) {

@@ -344,6 +344,16 @@ TEST(HbucketsInsert, AValueMayLieInTheBlockThatGrows) {
     EXPECT_EQ(55u, s->value.a);
     EXPECT_EQ(66u, s->value.b);
 }
+TEST(HbucketsInsert, AValueMayLieInTheTableThatIsRehashed) {
+    number_set table;
+    for (unsigned i = 0; i < 46; ++i) table.insert(1000 + 7 * i);
+    unsigned& stale = table.slots()[table.used - 1].value;
+    const unsigned value = stale;
+    const auto* const s = table.insert(stale); // the 47th insertion moves all values first
+    ASSERT_NE(nullptr, s);
+    EXPECT_EQ(value, s->value);
+    EXPECT_EQ(46u, table.item_count);
+}
 TEST(HbucketsInsert, Item47RehashesTo97Buckets) {
     number_set table;
     for (unsigned i = 0; i < 46; ++i) table.insert(1000 + 7 * i);

@@ -52,6 +52,25 @@ adjacent_mesh triangle_grid(unsigned n = 6) {
 
 // --------------------------------------------------------------------------------------- normal use
 
+TEST(GetElementContainingPoint, TheAnswerMayGoToAnEntryOfAnInput) {
+    const adjacent_mesh plain{"mixed", zel::ELEMENT_FACE, grid_mixed(6, 6)};
+    const node_detector detector(plain.pos);
+    random_numbers random(5);
+    for (int trial = 0; trial < 300; ++trial) {
+        const place p{random.between(-0.1, 1.1), random.between(-0.1, 1.1)};
+        adjacent_mesh m = plain;
+        m.connect = fresh_copy(plain.connect);
+        std::size_t e = random.below(static_cast<unsigned>(m.connect.cols));
+        while (m.connect(3, e) != no_node) e = (e + 1) % m.connect.cols;
+        unsigned& element = m.connect(3, e); // says "triangle" while the search goes on
+        const int status = get_element_containing_point(m.pos, m.connect, m.neighbors, m.ancestors,
+                                                        detector, m.type, p, element, slack);
+        const answer expected = ask(plain, detector, p);
+        EXPECT_EQ(expected.status, status);
+        EXPECT_EQ(expected.element, element);
+    }
+}
+
 TEST(GetElementContainingPoint, FindsTheTriangleOfAPoint) {
     const adjacent_mesh m = triangle_grid(2);
     for (unsigned e = 0; e < m.connect.cols; ++e) {

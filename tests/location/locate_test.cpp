@@ -165,6 +165,17 @@ TEST(Walk, StaysInTheElementThatHoldsThePoint) {
     EXPECT_EQ(1U, got.steps);
 }
 
+TEST(Walk, APointOnASharedSideOrNodeBelongsToTheElementReachedFirst) {
+    for (const place& p : {place{0.5, 0.5}, place{0, 0}, place{1, 1}}) {
+        for (const unsigned start : {0U, 1U}) {
+            const auto got = walk_from<triangle_cells>(two_triangles(), start, p);
+            EXPECT_EQ(found, got.status);
+            EXPECT_EQ(start, got.element);
+            EXPECT_EQ(1U, got.steps);
+        }
+    }
+}
+
 TEST(Walk, CrossesTheSideThatHasThePointBeyondIt) {
     const auto got = walk_from<triangle_cells>(two_triangles(), 0, {0.2, 0.8});
     EXPECT_EQ(found, got.status);

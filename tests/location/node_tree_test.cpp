@@ -452,6 +452,28 @@ TEST(NodeTree, ExhaustedMemoryDropsNodesOrLeavesTheTreeAsItWas) {
     });
 }
 
+TEST(NodeTree, WhileMemoryIsShortForAMomentEveryNodeHeldIsStillFound) {
+    const auto g = grid_T3(6, 6);
+    const dense1D<unsigned, 8> ancestors(g.pos.cols, 0U);
+    for (const std::size_t in_a_row : {1U, 2U, 3U, 4U}) {
+        for (std::size_t k = 1; k < 40; ++k) {
+            node_tree tree(g.pos);
+            arm_allocator(k, in_a_row);
+            tree.fill<triangle_cells>(g.connect);
+            disarm_allocator();
+            for (const auto& leaf : leaves_of(tree)) {
+                for (const unsigned node : leaf.second) {
+                    double best = no_distance;
+                    const zel::vector_fixed<double, 2> p{g.pos(0, node), g.pos(1, node)};
+                    EXPECT_EQ(node, tree.find_close(p, best, {ancestors.data(), ancestors.size, 1}))
+                        << k << ' ' << in_a_row;
+                    EXPECT_EQ(0.0, best);
+                }
+            }
+        }
+    }
+}
+
 TEST(NodeTree, WithoutMemoryForAListTheTreeIsAsItWas) {
     const dense2D<double> pos = points({{0, 0}, {1, 0}, {0, 1}, {9, 9}, {8, 9}, {9, 8}});
     node_tree tree(pos);

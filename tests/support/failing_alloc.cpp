@@ -14,6 +14,7 @@ std::atomic<std::size_t> bytes_alive{0};
 std::atomic<std::size_t> bytes_peak{0};
 std::atomic<std::size_t> allocations{0};
 std::atomic<std::size_t> countdown{0}; // 0: nothing fails; 1: the next one fails
+std::atomic<std::size_t> row{1};       // how many fail once it has come to that
 std::atomic<bool> for_good{false};
 std::atomic<bool> failing{false};
 std::atomic<bool> has_failed{false};
@@ -27,6 +28,10 @@ bool next_one_fails() {
     std::size_t left = countdown;
     while (left != 0 && !countdown.compare_exchange_weak(left, left - 1)) {}
     if (left != 1) return false;
+    if (row > 1) {
+        --row;
+        countdown = 1;
+    }
     failing = for_good.load();
     return true;
 }
@@ -63,7 +68,8 @@ void __vector_num_free(void* memory) noexcept {
 
 namespace zel_test {
 
-void arm_allocator(std::size_t k) {
+void arm_allocator(std::size_t k, std::size_t in_a_row) {
+    row = in_a_row;
     has_failed = false;
     failing = false;
     countdown = k;

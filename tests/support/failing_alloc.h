@@ -9,9 +9,9 @@
 
 namespace zel_test {
 
-/// From now on the k-th allocation fails (1 is the next one), and with `fail_for_good(true)` all that
-/// follow it too.
-void arm_allocator(std::size_t k);
+/// From now on the k-th allocation fails (1 is the next one), and so many in a row from there, and with
+/// `fail_for_good(true)` all that follow it.
+void arm_allocator(std::size_t k, std::size_t in_a_row = 1);
 void fail_for_good(bool on);
 /// No allocation fails any more. Tells, however often it is called, whether one has failed since the
 /// allocator was armed; arming with 0 only forgets.
