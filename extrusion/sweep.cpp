@@ -195,7 +195,10 @@ int prepare_sweep(const sweep_frame& frame, dense2D<double>& pos, const dense2D<
         return connect.resize(frame.side_rows, connect.cols, no_node) ? status_ok : status_memory;
     swept.edges = profile;
     swept.first_new = pos.cols;
-    if (!separate(swept.edges, connect)) return status_memory;
+    if (!separate(swept.edges, connect)) {
+        pos.resize(frame.rows_after_failure, pos.cols, 0.0);
+        return status_memory;
+    }
     std::size_t nodes = 0;
     std::size_t elements = 0;
     const bool numbered =

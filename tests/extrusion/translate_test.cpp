@@ -40,6 +40,61 @@ TEST(ExtrudeTranslate, TrianglesFollowThePattern) {
     EXPECT_THAT(columns(u.out),
                 ElementsAre(cell(0, 1, 4), cell(0, 4, 3), cell(3, 4, 5), cell(4, 6, 5)));
 }
+TEST(ExtrudeTranslate, HeightsInSpaceAreKeptAndMoved) {
+    const auto profile = points({{0, 0, 5}, {0, 1, 7}});
+    const auto edges = cells({{0, 1}});
+    const point3 up{0, 0, 2};
+    dense2D<double> quads = fresh_copy(profile), sized = fresh_copy(profile);
+    dense2D<double> triangles = fresh_copy(profile);
+    dense2D<unsigned> out, out_sized, out_triangles;
+    ASSERT_EQ(0, extrude_translate_Q4(quads, edges, up, 2, out));
+    ASSERT_EQ(0, extrude_translate_Q4(sized, edges, up, 1, 1, false, out_sized));
+    ASSERT_EQ(0, extrude_translate_T3(triangles, edges, up, 2, 1, out_triangles));
+    for (const auto* pos : {&quads, &sized, &triangles}) {
+        EXPECT_THAT(columns(*pos), ElementsAre(point(0, 0, 5), point(0, 1, 7), point(0, 0, 6),
+                                               point(0, 1, 8), point(0, 0, 7), point(0, 1, 9)));
+    }
+}
+TEST(ExtrudeTranslate, ThirdRowStaysWhenMemoryForACopyOfTheProfileRunsOut) {
+    dense2D<double> pos = points({{0, 0}, {0, 1}});
+    auto block = cells({{0, 1}, {0, 0}, {0, 0}});
+    const auto edges = block.sub_matrix(0, 0, 2, 1);
+    auto out = block.sub_matrix(0, 0, 0, 0);
+    arm_allocator(2); // the elements of the copy
+    EXPECT_EQ(-199, extrude_translate_Q4(pos, edges, point3{0, 0, 2}, 1, 1, false, out));
+    EXPECT_TRUE(disarm_allocator());
+    EXPECT_THAT(columns(pos), ElementsAre(point(0, 0, 0), point(0, 1, 0)));
+    EXPECT_TRUE(out.empty());
+}
+TEST(ExtrudeTranslate, LongProfilesAreSweptPieceByPiece) {
+    for (const unsigned nodes : {512U, 513U, 1100U}) {
+        for (const bool in_frame : {false, true}) {
+            dense2D<double> line(2, nodes);
+            dense2D<unsigned> edges(2, nodes - 1);
+            for (unsigned k = 0; k < nodes; ++k) {
+                line(0, k) = k * k; // uneven, so that a node taken for another shows
+                line(1, k) = 3.0 * k;
+                if (k > 0) {
+                    edges(0, k - 1) = nodes - k; // from the last to the first
+                    edges(1, k - 1) = nodes - k - 1;
+                }
+            }
+            auto frame = framed(line);
+            dense2D<double> pos = in_frame ? frame.view : line;
+            dense2D<unsigned> out;
+            ASSERT_EQ(0, extrude_translate_Q4(pos, edges, point2{6, 0.75}, 3, out));
+            ASSERT_EQ(std::size_t{4} * nodes, pos.cols);
+            for (unsigned layer = 1; layer <= 3; ++layer) {
+                const double s = layer * (1.0 / 3);
+                for (unsigned i = 0; i < nodes; ++i) {
+                    const std::size_t column = std::size_t{layer} * nodes + i;
+                    ASSERT_EQ(pos(0, nodes - 1 - i) + s * 6, pos(0, column)) << nodes << ' ' << i;
+                    ASSERT_EQ(pos(1, nodes - 1 - i) + s * 0.75, pos(1, column));
+                }
+            }
+        }
+    }
+}
 TEST(ExtrudeTranslate, StripsAreValidMeshes) {
     strip s;
     ASSERT_EQ(0, extrude_translate_Q4(s.pos, cells({{2, 1}, {1, 0}}), point2{7, 1}, 0.5, 1.5, true,
