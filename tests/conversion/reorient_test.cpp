@@ -308,6 +308,19 @@ TEST(MeshReorientProperties, RandomFlipsAreUndoneUpToTheSeed) {
 }
 
 // Arbitrary adjacency: wrong, one-sided, out of range. The same as the walk written down plainly.
+TEST(MeshReorient, ACornerWithoutANodeIsRefused) {
+    for (std::size_t row = 0; row < 3; ++row) {
+        for (const std::size_t rows : {3U, 4U}) {
+            dense2D<unsigned> connect(rows, 2, 5U);
+            dense2D<unsigned> neighbors(rows, 2, none);
+            connect(row, 1) = none;
+            const auto before = snapshot(connect, neighbors);
+            EXPECT_EQ(-1, mesh_reorient(connect, neighbors, 0, 1));
+            EXPECT_EQ(before, snapshot(connect, neighbors));
+        }
+    }
+}
+
 TEST(MeshReorientProperties, AnyNumbersGiveWhatThePlainWalkGives) {
     for (unsigned seed = 1; seed <= 2000; ++seed) {
         SCOPED_TRACE(seed);
@@ -321,7 +334,7 @@ TEST(MeshReorientProperties, AnyNumbersGiveWhatThePlainWalkGives) {
         for (std::size_t e = 0; e < elements; ++e) {
             for (std::size_t i = 0; i < rows; ++i) {
                 connect(i, e) =
-                    random.below(10) == 0 ? none - random.below(2) : random.below(nodes);
+                    random.below(10) == 0 ? none - 1 - random.below(2) : random.below(nodes);
                 const unsigned kind = random.below(10);
                 neighbors(i, e) = kind == 0   ? none
                                   : kind == 1 ? count + random.below(5)

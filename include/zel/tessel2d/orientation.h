@@ -87,7 +87,7 @@ ZEL_TESSEL2D_API int flip(dense2D<unsigned>& connect, dense2D<unsigned>& neighbo
 /// count, so the surface may lie in space and may be closed.
 ///
 /// @param[in,out] connect    3 x E triangles, or 4 x E with 0xFFFFFFFF in row 3 of a triangle. Node
-///                           numbers are compared only, so any will do.
+///                           numbers are compared only, so any other will do.
 /// @param[in,out] neighbors  rows and columns of `connect`. Numbers of elements that do not exist stand
 ///                           for no neighbour; row 3 of a triangle is not looked at. It follows the
 ///                           elements that are turned over.
@@ -98,7 +98,7 @@ ZEL_TESSEL2D_API int flip(dense2D<unsigned>& connect, dense2D<unsigned>& neighbo
 ///                           are never reached.
 ///
 /// @retval n>=0  n elements have been turned over; 0 also if `connect` is empty.
-/// @retval -1    `connect` has neither 3 nor 4 rows.
+/// @retval -1    `connect` has neither 3 nor 4 rows, or a corner is 0xFFFFFFFF.
 /// @retval -2    `neighbors` has another shape than `connect`.
 /// @retval -3    there is no element `seed`.
 /// @retval -199  memory is exhausted, or the elements outgrow 32-bit numbers; nothing has changed.
