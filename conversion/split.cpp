@@ -57,9 +57,10 @@ void split_quadratic(const dense2D<unsigned>& connect_in, std::size_t first,
     }
 }
 
-/// T7 and Q9 side by side into quadrilaterals. A triangle has no row 7, or holds no node in it.
-void split_centred(const dense2D<unsigned>& centred, const columns<unsigned>& out,
-                   std::size_t next) noexcept {
+/// T7 and Q9 side by side into quadrilaterals. A triangle has no row 7, or holds no node in it; nor does
+/// a Q9 whose edge found no memory for its number. The result is the column behind the last one.
+std::size_t split_centred(const dense2D<unsigned>& centred, const columns<unsigned>& out,
+                          std::size_t next) noexcept {
     const auto cells = columns_of(centred);
     for (std::size_t e = 0; e < centred.cols; ++e) {
         if (centred.rows > 8 && cells[e][7] != no_node) {
@@ -68,6 +69,7 @@ void split_centred(const dense2D<unsigned>& centred, const columns<unsigned>& ou
             put_pieces(T7_into_Q4, cells[e], 4, out, next);
         }
     }
+    return next;
 }
 
 /// Elements with a triangle's mark; a matrix of 3 rows has none.
@@ -128,7 +130,7 @@ int split_into_Q4(dense2D<double>& pos, const dense2D<unsigned>& connect_in,
         elements.rows == 3 ? elements.cols : count_marked_triangles(elements);
     connect_out.resize(4, first, no_node);
     connect_out.resize(4, total - triangles);
-    split_centred(centred, columns_of(connect_out), first);
+    connect_out.resize(4, split_centred(centred, columns_of(connect_out), first));
     return status_ok;
 }
 

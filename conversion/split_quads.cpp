@@ -220,17 +220,22 @@ void select(const dense2D<double>& pos, const dense2D<unsigned>& elements, const
     }
 }
 
+/// The result is the number of columns written: one for an element kept, two for one cut. A triangle is
+/// never cut, although it stands in the list if both lists are one and the same.
 template <int Dim>
-void write_selected(const dense2D<double>& pos, const dense2D<unsigned>& elements,
-                    const dense1D<unsigned, 8>& kept, const dense1D<unsigned, 8>& split, int by,
-                    triangle_writer<4> out) noexcept {
+std::size_t write_selected(const dense2D<double>& pos, const dense2D<unsigned>& elements,
+                           const dense1D<unsigned, 8>& kept, const dense1D<unsigned, 8>& split,
+                           int by, triangle_writer<4> out) noexcept {
     const points_view<Dim> points(pos);
     const auto cells = columns_of(elements);
+    const unsigned* const first = out.at;
     for (const unsigned e : kept) {
         std::copy_n(cells[e], 4, out.at);
         out.at += out.ld;
     }
-    for (const unsigned e : split) cut_best<Dim>(points, cells[e], by, out);
+    for (const unsigned e : split)
+        if (mixed_cells::corners(cells[e]) == 4) cut_best<Dim>(points, cells[e], by, out);
+    return static_cast<std::size_t>(out.at - first) / out.ld;
 }
 
 } // namespace
@@ -288,8 +293,10 @@ int split_Q4_into_T3(const dense2D<double>& pos, const dense2D<unsigned>& connec
         return status_memory;
     }
     const triangle_writer<4> out{connect_out[present], connect_out.ld};
-    plane ? write_selected<2>(pos, elements, kept, split, criterion, out)
-          : write_selected<3>(pos, elements, kept, split, criterion, out);
+    const std::size_t written = plane
+                                    ? write_selected<2>(pos, elements, kept, split, criterion, out)
+                                    : write_selected<3>(pos, elements, kept, split, criterion, out);
+    connect_out.resize(4, present + written);
     return as_count(split.size);
 }
 

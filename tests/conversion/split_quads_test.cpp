@@ -298,6 +298,20 @@ TEST(SplitQ4IntoT3Selected, StatusesInTheirOrderWithEmptyLists) {
     EXPECT_EQ(-8, status(square.pos, square.connect, bad_out));
 }
 
+TEST(SplitQ4IntoT3Selected, OneListForBothReadsNothingThatIsNoNode) {
+    for (const unsigned rows : {2U, 3U}) {
+        const auto g = grid_mixed(4, 3, rows);
+        dense1D<unsigned, 8> both;
+        dense2D<unsigned> out;
+        const int status = split_Q4_into_T3(g.pos, g.connect, 2, 2, 2, 0, both, both, out);
+        EXPECT_EQ(static_cast<int>(g.connect.cols), status);
+        for (const unsigned e : both) EXPECT_LT(e, g.connect.cols);
+        for (std::size_t e = 0; e < out.cols; ++e)
+            for (std::size_t i = 0; i < 4; ++i)
+                EXPECT_TRUE(out(i, e) < g.pos.cols || (i == 3 && out(i, e) == no_node)) << e;
+    }
+}
+
 TEST(SplitQ4IntoT3Selected, ExhaustedMemoryIsReportedWithEmptyLists) {
     const auto mesh = grid_mixed(3, 3);
     fail_each_allocation([&](std::size_t k) {

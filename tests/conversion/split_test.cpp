@@ -239,6 +239,28 @@ TEST(SplitIntoQ4, ColumnsWithoutRowsAreNothingToDo) {
     EXPECT_TRUE(out.empty());
 }
 
+TEST(SplitIntoQ4, WhenMemoryForOneEdgeRunsOutNoColumnIsLeftUnwritten) {
+    for (unsigned turn = 0; turn < 4; ++turn) {
+        const auto g = grid_Q4(4, 5);
+        dense2D<unsigned> quads(4, g.connect.cols);
+        for (std::size_t e = 0; e < quads.cols; ++e)
+            for (unsigned k = 0; k < 4; ++k) quads(k, e) = g.connect((k + turn) % 4, e);
+        fail_each_allocation([&](std::size_t k) {
+            auto pos = fresh_copy(g.pos);
+            dense2D<unsigned> out;
+            dense1D<unsigned, 8> dirt(10000, 0xABABABABU); // what freed memory is likely to hold
+            dirt = dense1D<unsigned, 8>();
+            arm_allocator(k);
+            const int status = split_into_Q4(pos, quads, out, {});
+            if (status != 0) {
+                EXPECT_EQ(-199, status);
+                return;
+            }
+            for (const unsigned id : out) EXPECT_TRUE(id < pos.cols || id == no_node) << id;
+        });
+    }
+}
+
 TEST(SplitIntoQ4, ExhaustedMemoryIsReportedAndNothingChanges) {
     const auto mesh = grid_mixed(4, 3);
     fail_each_allocation([&](std::size_t k) {

@@ -240,7 +240,9 @@ ZEL_TESSEL2D_API int split_Q4_into_T3(const dense2D<double>& pos,
 /// @retval -199  memory is exhausted, or the elements outgrow 32-bit numbers.
 /// A negative status leaves both lists empty and `connect_out` as it was.
 ///
-/// A quality that is not a number reaches no threshold.
+/// A quality that is not a number reaches no threshold; with coordinates that are not numbers it depends
+/// on the corner whether the quality is one. `kept` and `split` are to be two lists: one list for both
+/// names every element, and its quadrilaterals are kept and cut.
 ///
 /// Cost: one pass that measures, in which atan2 for the angles takes most of the time, and one that
 /// writes. The lists take 4 bytes per element each.
