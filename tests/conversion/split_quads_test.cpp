@@ -536,7 +536,7 @@ TEST(SplitCriterion, FlatnessOfAFlatQuadrilateralFallsBackToShape) {
 }
 
 TEST(SplitCriterion, FlatnessByLengthWeighsTheDiagonal) {
-    // A long rhombus, bent: the angle is smaller along the long diagonal 0-2, but its length counts.
+    // A long rhombus, bent: the fold along the short diagonal 1-3 is flatter, with and without lengths.
     const double x = 4;
     const auto at = [&](double lift) {
         return points({{-x, 0, lift}, {0, -1, 0}, {x, 0, lift}, {0, 1, 0}});

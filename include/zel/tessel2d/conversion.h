@@ -149,7 +149,8 @@ ZEL_TESSEL2D_API int split_into_linear(const dense2D<unsigned>& connect_in,
 /// @retval -3    `connect_out` holds columns of another height.
 /// @retval -4    `edges` does not have 3 rows, or names a node that does not exist.
 /// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
-/// A negative status leaves `pos` and `connect_out` as they were.
+/// A negative status leaves `pos` and `connect_out` as they were. When memory runs out for the number of a
+/// single edge the result is 0, and pieces at that edge have 0xFFFFFFFF for a corner.
 ///
 /// Cost: that of `convert_into_high_order`, and one pass over the elements.
 /// @snippet examples/convert.cpp all_quads
