@@ -2,11 +2,11 @@
 #include "foundation/cell_shapes.h"
 #include "foundation/tessel.h"
 #include "foundation/topology.h"
+#include "measures/side_by_side.h"
 #include "measures/stamp_marks.h"
 #include "zel/tessel2d/measures.h"
 
 #include <algorithm>
-#include <type_traits>
 
 namespace zel::tessel2d {
 
@@ -62,79 +62,6 @@ private:
     }
 };
 
-// Choices by masks of all ones or none: where a walk goes no processor can guess, and of a choice that is
-// written as one the compiler likes to make a jump.
-constexpr unsigned mask_of(bool yes) noexcept {
-    return 0U - static_cast<unsigned>(yes);
-}
-constexpr unsigned pick(unsigned mask, unsigned yes, unsigned no) noexcept {
-    return no ^ ((yes ^ no) & mask);
-}
-
-/// The element beyond the edge that ends at the node, as `local_node_index` and `turn_edge` find it, or
-/// 0xFFFFFFFF when there is none or when the element does not hold the node.
-template <class Shape>
-unsigned next_around(unsigned node, const unsigned* cell, const unsigned* beside) noexcept {
-    if constexpr (std::is_same_v<Shape, triangle_cells>) {
-        const auto at0 = static_cast<unsigned>(cell[0] == node);
-        const auto at1 = static_cast<unsigned>(cell[1] == node);
-        const auto at2 = static_cast<unsigned>(cell[2] == node);
-        const unsigned row = at0 + 2 * (at1 & ~at0); // 1, 2 or 0
-        return beside[row] | ((at0 | at1 | at2) - 1);
-    } else {
-        const unsigned at0 = mask_of(cell[0] == node);
-        const unsigned at1 = mask_of(cell[1] == node) & ~at0;
-        const unsigned at2 = mask_of(cell[2] == node) & ~(at0 | at1);
-        const unsigned triangle = mask_of(cell[3] == no_node);
-        const unsigned at3 = mask_of(cell[3] == node) & ~(at0 | at1 | at2 | triangle);
-        const unsigned found = at0 | at1 | at2 | at3;
-        return (pick(triangle, beside[1], beside[3]) & at0) |
-               (pick(triangle, beside[2], beside[0]) & at1) |
-               (pick(triangle, beside[0], beside[1]) & at2) | (beside[2] & at3) | ~found;
-    }
-}
-
-/// Walks around several nodes at a time. Each step waits for the one before it; several walks side by
-/// side leave the processor something to do meanwhile.
-struct side_by_side {
-    static constexpr std::size_t walks = 16;
-    static constexpr std::size_t longest =
-        16; // elements; what is longer is left to a walk of its own
-
-    unsigned list[walks][longest];
-    std::size_t size[walks];
-    bool closed[walks];
-
-    /// Turns around the nodes `node`, `node` + 1, ... from the elements `first` on. Afterwards `closed`
-    /// tells which of the walks came round, and `list` and `size` what those met. Every `first` must be
-    /// an element.
-    template <class Shape>
-    void turn(const columns<const unsigned>& cells, const columns<const unsigned>& across,
-              std::size_t elements, unsigned node, const unsigned (&first)[walks]) noexcept {
-        unsigned at[walks];
-        for (std::size_t k = 0; k < walks; ++k) {
-            at[k] = list[k][0] = first[k];
-            size[k] = 1;
-        }
-        // A walk that has ended makes the same last step again and again.
-        bool going = true;
-        for (std::size_t steps = 1; going && steps < longest; ++steps) {
-            going = false;
-            for (std::size_t k = 0; k < walks; ++k) {
-                const unsigned next = next_around<Shape>(node + static_cast<unsigned>(k),
-                                                         cells[at[k]], across[at[k]]);
-                const bool round = next == first[k];
-                const bool on = !round & (next < elements);
-                closed[k] = round;
-                at[k] = pick(mask_of(on), next, at[k]);
-                list[k][size[k]] = at[k];
-                size[k] += on;
-                going |= on;
-            }
-        }
-    }
-};
-
 /// Lists the elements around one node after the other.
 template <class Shape>
 struct star_walk {
@@ -144,7 +71,7 @@ struct star_walk {
     growing_list found;
     stamp_marks marks{};
     dense1D<unsigned, 8> stack{};
-    side_by_side together{};
+    star_lists together{};
 
     /// Room for what nearly every mesh needs. False: memory is exhausted.
     bool start() noexcept {
@@ -224,16 +151,16 @@ struct star_walk {
     /// how many were begun before a list came to a bad end.
     std::size_t list_run(const unsigned* ancestors, std::size_t nodes, unsigned node,
                          unsigned* offset, bool& good) noexcept {
-        unsigned first[side_by_side::walks] = {};
+        unsigned first[star_lists::walks] = {};
         for (std::size_t k = 0; k < nodes; ++k)
             first[k] = ancestors[k] == no_node ? 0 : ancestors[k];
-        together.turn<Shape>(cells, across, elements, node, first);
+        turn_around_nodes<Shape>(cells, across, elements, node, first, together);
         for (std::size_t k = 0; k < nodes; ++k) {
             const std::size_t begin = found.size;
             offset[k] = static_cast<unsigned>(begin);
             if (ancestors[k] == no_node) continue;
             outcome result = outcome::whole;
-            if (!together.closed[k]) {
+            if (together.closed[k] == 0) {
                 result = star(node + static_cast<unsigned>(k), ancestors[k]);
             } else if (!found.push_run(together.list[k], together.size[k])) {
                 found.size = begin;
@@ -253,7 +180,7 @@ struct star_walk {
         }
         std::size_t listed = 0;
         for (bool good = true; good && listed < nodes;) {
-            const std::size_t run = std::min(side_by_side::walks, nodes - listed);
+            const std::size_t run = std::min(star_lists::walks, nodes - listed);
             listed += list_run(ancestors + listed, run, static_cast<unsigned>(listed),
                                offset + listed, good);
         }

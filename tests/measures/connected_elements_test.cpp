@@ -474,4 +474,65 @@ TEST(ConnectedElements, AnyNumbersAtAllStayInsideStorage) {
     }
 }
 
+/// Meshes, fans from 3 to 40 triangles around one node, and now and then any numbers at all.
+adjacency random_stars(random_numbers& random, std::size_t rows, dense2D<unsigned>& connect) {
+    const unsigned kind = random.below(3);
+    const unsigned w = 2 + random.below(6), h = 1 + random.below(6);
+    std::size_t nodes = (w + 1) * (h + 1);
+    if (kind == 0) {
+        nodes = 42;
+        const auto triangles = fan(3 + random.below(38), random.below(2) == 0);
+        connect = dense2D<unsigned>(rows, triangles.cols, no_node);
+        for (std::size_t e = 0; e < triangles.cols; ++e) std::copy_n(triangles[e], 3, connect[e]);
+    } else {
+        connect = fresh_copy(rows == 3 ? grid_T3(w, h).connect : grid_mixed(w, h).connect);
+    }
+    for (std::size_t e = 0; e < connect.cols; ++e)
+        turn_column(connect, e, random.below(corner_count(connect, e)));
+    auto beside = adjacency_of(connect, nodes);
+    if (kind == 2)
+        for (unsigned& e : beside.neighbors)
+            if (random.below(20) == 0)
+                e = random.below(3) == 0 ? 0x7FFFFFFEU + random.below(4)
+                                         : random.below(static_cast<unsigned>(connect.cols) + 1);
+    return beside;
+}
+
+TEST(ConnectedElements, DoNotDependOnHowManyWalksAreMadeAtATime) {
+    for (std::uint64_t seed = 1; seed <= 600; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        random_numbers random(seed);
+        dense2D<unsigned> connect;
+        const auto beside = random_stars(random, 3 + seed % 2, connect);
+        const auto together = stars_of(connect, beside);
+        const auto spaced = framed(connect);
+        const auto spaced_beside = framed(beside.neighbors);
+        const auto apart = stars_of(spaced.view, adjacency{spaced_beside.view, beside.ancestors});
+        EXPECT_EQ(snapshot(apart.starts, apart.elements),
+                  snapshot(together.starts, together.elements));
+        // Nor on what lies around the other nodes.
+        if (together.starts.size != beside.ancestors.size + 1) continue;
+        for (std::size_t n = 0; n < beside.ancestors.size; ++n) {
+            adjacency one{beside.neighbors, dense1D<unsigned, 8>(n + 1, no_node)};
+            one.ancestors[n] = beside.ancestors[n];
+            EXPECT_EQ(together.of(n), stars_of(connect, one).of(n)) << "node " << n;
+        }
+    }
+}
+
+TEST(ConnectedElements, NothingIsReadBehindTheLastColumn) {
+    for (std::size_t rows = 3; rows <= 4; ++rows) {
+        const auto m = rows == 3 ? grid_T3(4, 3) : grid_mixed(4, 3);
+        const auto beside = adjacency_of(m.connect, m.pos.cols);
+        // Memory that ends with the last entry: a sanitizer watches what lies behind.
+        std::vector<unsigned> cells(m.connect.begin(), m.connect.end());
+        std::vector<unsigned> across(beside.neighbors.begin(), beside.neighbors.end());
+        const auto count = m.connect.cols;
+        const auto s = stars_of(
+            dense2D<unsigned>::wrap(cells.data(), rows, count),
+            adjacency{dense2D<unsigned>::wrap(across.data(), rows, count), beside.ancestors});
+        EXPECT_EQ(snapshot(stars_of(m).elements), snapshot(s.elements));
+    }
+}
+
 } // namespace
