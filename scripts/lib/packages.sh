@@ -23,6 +23,7 @@ has_package() {
     pkg-config) command -v pkg-config ;;
     python3) command -v python3 ;;
     clang) command -v clang++ ;;
+    libclang-rt-14-dev) has_fuzzer_runtime ;;
     clang-format-14) command -v clang-format-14 ;;
     clang-tidy-14) command -v clang-tidy-14 ;;
     gcovr) command -v gcovr ;;
@@ -40,6 +41,13 @@ has_header() {
 
 has_library() {
     compgen -G "/usr/lib/*/$1.so" || compgen -G "/usr/lib/$1.so" || compgen -G "/usr/local/lib/$1.so"
+}
+
+# libFuzzer for the clang++ that is there, wherever it comes from.
+has_fuzzer_runtime() {
+    local folder
+    folder=$(clang++ -print-resource-dir 2>/dev/null) || return 1
+    compgen -G "$folder/lib/*/libclang_rt.fuzzer*.a"
 }
 
 # missing_packages <package>...: those that are not there, one per line.
