@@ -351,8 +351,9 @@ int convert_into_high_order(dense2D<double>& pos, const dense2D<unsigned>& conne
     // Views of the inputs keep their blocks alive when the output, which may be one of them, is
     // cleared.
     const dense2D<unsigned> connect(connect_in);
-    const dense2D<unsigned> given(edges);
+    dense2D<unsigned> given(edges);
     connect_out.clear();
+    if (given.empty()) given.clear(); // columns without rows are no edges
     if (connect.empty()) return status_ok;
     if (std::uint64_t{a} + b + c == 0) return status_ok;
     if (pos.rows != 2 && pos.rows != 3) return -1;

@@ -44,8 +44,11 @@ std::size_t present_columns(const dense2D<unsigned>& connect) noexcept {
 
 /// Appends triangles as they are.
 int append_triangles(const dense2D<unsigned>& triangles, dense2D<unsigned>& connect_out) noexcept {
-    if (connect_out.empty()) connect_out.clear();
-    return append_columns(triangles, connect_out) ? status_ok : status_memory;
+    if (!connect_out.empty())
+        return append_columns(triangles, connect_out) ? status_ok : status_memory;
+    if (!extend(connect_out, 3, 0, triangles.cols)) return status_memory;
+    for (std::size_t j = 0; j < triangles.cols; ++j) std::copy_n(triangles[j], 3, connect_out[j]);
+    return status_ok;
 }
 
 /// Cuts each quadrilateral into two columns of 3 rows behind the present ones; `cut(writer, cell)`

@@ -304,6 +304,18 @@ TEST(ConvertIntoHighOrder, AGivenEdgeWithoutNodeLeavesItsRowsEmpty) {
     EXPECT_THAT(columns(out), ElementsAre(cell(0, 1, 2, 6, 7, 8, 9, none, none)));
 }
 
+TEST(ConvertIntoHighOrder, ColumnsOfEdgesWithoutRowsAreNoEdges) {
+    const dense2D<unsigned> edges = cells({{0, 1, 2}, {1, 2, 0}}).sub_matrix(0, 0, 0, 2);
+    ASSERT_EQ(2U, edges.cols);
+    auto pos = equilateral_triangle().pos;
+    dense2D<unsigned> out;
+    ASSERT_EQ(0, convert_into_high_order(pos, cells({{0, 1, 2}}), 1, 0, 0, out, edges));
+    EXPECT_THAT(columns(out), ElementsAre(cell(0, 1, 2, 3, 4, 5)));
+    ASSERT_EQ(0, convert_into_high_order(pos, cells({{0, 1, 2}}), 1, 0, 0, out,
+                                         dense2D<unsigned>(0, 1000000)));
+    EXPECT_THAT(columns(out), ElementsAre(cell(0, 1, 2, 6, 7, 8)));
+}
+
 TEST(ConvertIntoHighOrder, ACollapsedEdgeIsNotReversed) {
     auto pos = points({{0, 0}, {1, 0}});
     dense2D<unsigned> out;

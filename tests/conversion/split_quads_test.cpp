@@ -110,6 +110,26 @@ TEST(SplitQ4IntoT3, ExhaustedMemoryInTheBlindFormIsReportedAndNothingChanges) {
     }
 }
 
+TEST(SplitQ4IntoT3, ExhaustedMemoryLeavesTheShapeOfAnEmptyOutput) {
+    for (const bool by_quality : {false, true}) {
+        const auto mesh = grid_T3(2, 2);
+        fail_each_allocation([&](std::size_t k) {
+            dense2D<unsigned> out;
+            ASSERT_TRUE(out.resize(0, 5));
+            arm_allocator(k);
+            const int status = by_quality ? split_Q4_into_T3(mesh.pos, mesh.connect, out)
+                                          : split_Q4_into_T3(mesh.connect, out);
+            if (disarm_allocator() && status < 0) {
+                EXPECT_EQ(-199, status);
+                EXPECT_EQ(0U, out.rows);
+                EXPECT_EQ(5U, out.cols);
+            } else {
+                EXPECT_EQ(columns(mesh.connect), columns(out));
+            }
+        });
+    }
+}
+
 // ------------------------------------------------------------------------------------- quality form
 
 TEST(SplitQ4IntoT3ByQuality, ASquareIsCutFromItsSmallestNode) {
