@@ -33,7 +33,7 @@ void put_pieces(const cut<Pieces, Nodes>& c, const unsigned* cell, std::size_t r
 /// Makes `connect` `rows` high and `more` columns longer; the new rows of present columns hold no
 /// node, the new columns are to be written. False: memory is exhausted and nothing has changed.
 bool extend(dense2D<unsigned>& connect, std::size_t rows, std::size_t more) noexcept {
-    const std::size_t present = connect.empty() ? 0 : connect.cols;
+    const std::size_t present = connect.cols;
     std::size_t total;
     if (!checked_add(present, more, total) || !connect.reserve(rows, total, 1)) return false;
     connect.resize(rows, present, no_node);
@@ -93,7 +93,7 @@ int split_into_linear(const dense2D<unsigned>& connect_in, dense2D<unsigned>& co
     std::size_t pieces;
     if (!separate(elements, connect_out) || !checked_multiply(elements.cols, 4, pieces))
         return status_memory;
-    const std::size_t first = connect_out.empty() ? 0 : connect_out.cols;
+    const std::size_t first = connect_out.cols;
     const std::size_t rows = elements.rows == 9 || height == 4 ? 4 : 3;
     if (!extend(connect_out, rows, pieces)) return status_memory;
     if (elements.rows == 6) {
@@ -116,7 +116,7 @@ int split_into_Q4(dense2D<double>& pos, const dense2D<unsigned>& connect_in,
     dense2D<unsigned> elements(connect_in);
     dense2D<unsigned> given(edges);
     std::size_t quads, total;
-    const std::size_t first = connect_out.empty() ? 0 : connect_out.cols;
+    const std::size_t first = connect_out.cols;
     const bool ready = separate(elements, connect_out) && separate(given, connect_out) &&
                        checked_multiply(elements.cols, 4, quads) &&
                        checked_add(first, quads, total);

@@ -30,24 +30,18 @@ struct triangle_writer {
     }
 };
 
-/// Makes `connect` hold `more` columns of 3 rows behind the present ones, to be written. False: memory
-/// is exhausted.
-bool extend(dense2D<unsigned>& connect, std::size_t rows, std::size_t present,
-            std::size_t more) noexcept {
+/// Makes `connect` hold `more` columns behind the present ones, to be written. False: memory is
+/// exhausted.
+bool extend(dense2D<unsigned>& connect, std::size_t rows, std::size_t more) noexcept {
     std::size_t total;
-    return checked_add(present, more, total) && connect.resize(rows, total);
-}
-
-std::size_t present_columns(const dense2D<unsigned>& connect) noexcept {
-    return connect.empty() ? 0 : connect.cols;
+    return checked_add(connect.cols, more, total) && grow_columns(connect, rows, total, no_node);
 }
 
 /// Appends triangles as they are.
 int append_triangles(const dense2D<unsigned>& triangles, dense2D<unsigned>& connect_out) noexcept {
-    if (!connect_out.empty())
-        return append_columns(triangles, connect_out) ? status_ok : status_memory;
-    if (!extend(connect_out, 3, 0, triangles.cols)) return status_memory;
-    for (std::size_t j = 0; j < triangles.cols; ++j) std::copy_n(triangles[j], 3, connect_out[j]);
+    const std::size_t without_rows = connect_out.empty() ? connect_out.cols : 0;
+    if (!append_columns(triangles, connect_out)) return status_memory;
+    for (std::size_t j = 0; j < without_rows; ++j) std::fill_n(connect_out[j], 3, no_node);
     return status_ok;
 }
 
@@ -55,9 +49,9 @@ int append_triangles(const dense2D<unsigned>& triangles, dense2D<unsigned>& conn
 /// writes them. The result is the number of quadrilaterals, or the status for exhausted memory.
 template <class Cut>
 int split_all(const dense2D<unsigned>& elements, dense2D<unsigned>& connect_out, Cut cut) noexcept {
-    const std::size_t present = present_columns(connect_out);
+    const std::size_t present = connect_out.cols;
     std::size_t most;
-    if (!checked_multiply(elements.cols, 2, most) || !extend(connect_out, 3, present, most))
+    if (!checked_multiply(elements.cols, 2, most) || !extend(connect_out, 3, most))
         return status_memory;
     const auto cells = columns_of(elements);
     triangle_writer<3> out{connect_out[present], connect_out.ld};
@@ -289,8 +283,8 @@ int split_Q4_into_T3(const dense2D<double>& pos, const dense2D<unsigned>& connec
     const bool plane = pos.rows == 2;
     plane ? select<2>(pos, elements, least, kept, split)
           : select<3>(pos, elements, least, kept, split);
-    const std::size_t present = present_columns(connect_out);
-    if (!extend(connect_out, 4, present, kept.size + 2 * split.size)) {
+    const std::size_t present = connect_out.cols;
+    if (!extend(connect_out, 4, kept.size + 2 * split.size)) {
         kept.clear();
         split.clear();
         return status_memory;

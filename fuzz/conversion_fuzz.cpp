@@ -132,7 +132,7 @@ void into_high_order(input& in) {
 void into_four(input& in) {
     const dense2D<unsigned> from = cells(in, {9, 6}, 30);
     dense2D<unsigned> to = other_cells(in, from, {4, 3}, 30);
-    const std::size_t first = to.empty() ? 0 : to.cols;
+    const std::size_t first = to.cols;
     const std::vector<unsigned> odd = odd_numbers(0, from);
     const auto f = [](auto& c, auto& d) { return t2::split_into_linear(c, d); };
     // Row 3 of old columns may be written, so that they are not looked at here.
@@ -144,7 +144,7 @@ void into_quads(input& in) {
     mesh m = linear_mesh(in);
     const dense2D<unsigned> edges = given_edges(in, m, 3);
     dense2D<unsigned> to = other_cells(in, m.connect, {4}, m.pos.cols);
-    const std::size_t first = to.empty() ? 0 : to.cols;
+    const std::size_t first = to.cols;
     const std::vector<unsigned> odd = odd_numbers(m.pos.cols, m.connect, edges);
     const int status = call(
         in, "split_into_Q4", {-1, -2, -3, -4},
@@ -156,7 +156,7 @@ void into_quads(input& in) {
 void cut_blindly(input& in) {
     const dense2D<unsigned> from = cells(in, {4, 3}, 30);
     dense2D<unsigned> to = other_cells(in, from, {3}, 30);
-    const std::size_t first = to.empty() ? 0 : to.cols;
+    const std::size_t first = to.cols;
     const std::vector<unsigned> odd = odd_numbers(0, from);
     const int status = call(
         in, "split_Q4_into_T3 blindly", {any_count, -1, -2},
@@ -167,7 +167,7 @@ void cut_blindly(input& in) {
 void cut_well(input& in) {
     const mesh m = linear_mesh(in);
     dense2D<unsigned> to = other_cells(in, m.connect, {3}, m.pos.cols);
-    const std::size_t first = to.empty() ? 0 : to.cols;
+    const std::size_t first = to.cols;
     const int status = call(
         in, "split_Q4_into_T3", {any_count, -1, -2, -3},
         [](auto& p, auto& c, auto& d) { return t2::split_Q4_into_T3(p, c, d); }, reads(m.pos),
@@ -185,7 +185,7 @@ void cut_the_bad(input& in) {
     const double warp = in.number() / 8;
     const int criterion = in.option();
     dense2D<unsigned> to = other_cells(in, m.connect, {4}, m.pos.cols);
-    const std::size_t first = to.empty() ? 0 : to.cols;
+    const std::size_t first = to.cols;
     dense1D<unsigned, 8> kept = node_list(in, in.below(4), 8);
     dense1D<unsigned, 8> split = node_list(in, in.below(4), 8);
     if (in.one_in(8)) kept = sharing_list(in, m.connect);

@@ -130,6 +130,21 @@ TEST(FlipKinds, RowsThatDoNotSuitTheKindAreRefused) {
     EXPECT_EQ(-2, flip(triangles, zel::ELEMENT_Q4));
 }
 
+TEST(FlipKinds, AValueThatIsNoKindSuitsNoRows) {
+    for (const int value : {25, 28, 31}) {
+        const auto kind = static_cast<zel::element_type>(value);
+        for (const std::size_t rows : {0U, 1U, 3U, 4U, 27U, 31U}) {
+            auto connect = numbered(rows, 1);
+            auto neighbors = numbered(rows, 1);
+            EXPECT_EQ(-2, flip(connect, kind)) << value << " with " << rows;
+            EXPECT_EQ(-3, flip(connect, neighbors, kind)) << value << " with " << rows;
+            EXPECT_EQ(snapshot(numbered(rows, 1), numbered(rows, 1)), snapshot(connect, neighbors));
+        }
+        dense2D<unsigned> nothing(3, 0);
+        EXPECT_EQ(0, flip(nothing, kind));
+    }
+}
+
 // --------------------------------------------------------------------------------- with neighbours
 
 TEST(FlipNeighbors, TrianglesExchangeRowsZeroAndTwo) {

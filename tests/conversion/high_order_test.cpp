@@ -232,6 +232,37 @@ TEST(ConvertIntoHighOrder, ThreeInnerNodesOfATriangleGiveTwoNumbersAndAnOverwrit
     EXPECT_EQ(point(0, 0), column(pos, 14));
 }
 
+TEST(ConvertIntoHighOrder, BesideQuadrilateralsTheNextNodeInsideTakesTheThirdPlaceOfATriangle) {
+    const auto nodes = points({{0, 0}, {4, 0}, {4, 4}, {0, 4}, {8, 0}, {8, 4}});
+    const auto connect = cells({{1, 4, 2, none}, {0, 1, 2, 3}, {4, 5, 2, none}});
+    auto pos = fresh_copy(nodes);
+    dense2D<unsigned> out;
+    ASSERT_EQ(0, convert_into_high_order(pos, connect, 1, 1, 3, out, no_edges));
+    EXPECT_THAT(columns(out), ElementsAre(cell(1, 4, 2, 6, 7, 8, 14, 15, none),
+                                          cell(0, 1, 2, 3, 9, 7, 10, 11, 16),
+                                          cell(4, 5, 2, 12, 6, 13, 17, 18, none)));
+    ASSERT_EQ(14U + 1 + 2 * 3, pos.cols);
+    EXPECT_EQ(point(5, 2), column(pos, 14));
+    EXPECT_EQ(point(5, 1), column(pos, 15));
+    EXPECT_EQ(point(2, 2), column(pos, 16)); // the centre, not the third of the triangle, (6, 1)
+    EXPECT_EQ(point(6, 3), column(pos, 17));
+    EXPECT_EQ(point(7, 2), column(pos, 18));
+    EXPECT_EQ(point(7, 3), column(pos, 19)); // the third of the last one; no element uses it
+    EXPECT_EQ(point(0, 0), column(pos, 20));
+
+    // Without nodes in quadrilaterals the next triangle takes the place.
+    pos = fresh_copy(nodes);
+    ASSERT_EQ(0, convert_into_high_order(pos, connect, 1, 0, 3, out, no_edges));
+    EXPECT_THAT(columns(out), ElementsAre(cell(1, 4, 2, 6, 7, 8, 14, 15, none),
+                                          cell(0, 1, 2, 3, 9, 7, 10, 11, none),
+                                          cell(4, 5, 2, 12, 6, 13, 16, 17, none)));
+    ASSERT_EQ(14U + 2 * 3, pos.cols);
+    EXPECT_EQ(point(6, 3), column(pos, 16));
+    EXPECT_EQ(point(7, 2), column(pos, 17));
+    EXPECT_EQ(point(7, 3), column(pos, 18));
+    EXPECT_EQ(point(0, 0), column(pos, 19));
+}
+
 TEST(ConvertIntoHighOrder, ATriangleWithAGivenMidSideNodeIsCurved) {
     auto pos = points({{0, 0}, {3, 0}, {0, 3}, {1.5, -1}});
     dense2D<unsigned> out;

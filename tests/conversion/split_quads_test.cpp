@@ -81,6 +81,24 @@ TEST(SplitQ4IntoT3, TheBlindFormAppendsToViewsAndTakesItsInputFromTheSameBlock) 
     EXPECT_THAT(columns(front), ElementsAre(cell(7, 3, 9), cell(7, 3, 9), cell(4, 5, 6)));
 }
 
+TEST(SplitQ4IntoT3, ColumnsThatAnOutputWithoutRowsBringsAlongStayAndHoldNoNode) {
+    const auto square = unit_square();
+    for (const bool by_quality : {false, true}) {
+        const auto split = [&](const dense2D<unsigned>& connect, dense2D<unsigned>& out) {
+            return by_quality ? split_Q4_into_T3(square.pos, connect, out)
+                              : split_Q4_into_T3(connect, out);
+        };
+        dense2D<unsigned> out(0, 2);
+        ASSERT_EQ(1, split(square.connect, out));
+        EXPECT_THAT(columns(out), ElementsAre(cell(none, none, none), cell(none, none, none),
+                                              cell(0, 1, 2), cell(2, 3, 0)));
+        dense2D<unsigned> triangles(0, 1);
+        ASSERT_EQ(0, split(cells({{0, 1, 2}, {3, 2, 1}}), triangles));
+        EXPECT_THAT(columns(triangles),
+                    ElementsAre(cell(none, none, none), cell(0, 1, 2), cell(3, 2, 1)));
+    }
+}
+
 TEST(SplitQ4IntoT3, StatusesOfTheBlindFormInTheirOrder) {
     auto bad_out = cells({{1, 2, 3, 4}});
     EXPECT_EQ(0, split_Q4_into_T3(dense2D<unsigned>(2, 0), bad_out));
@@ -124,7 +142,9 @@ TEST(SplitQ4IntoT3, ExhaustedMemoryLeavesTheShapeOfAnEmptyOutput) {
                 EXPECT_EQ(0U, out.rows);
                 EXPECT_EQ(5U, out.cols);
             } else {
-                EXPECT_EQ(columns(mesh.connect), columns(out));
+                auto expected = columns(mesh.connect);
+                expected.insert(expected.begin(), 5, cell(none, none, none));
+                EXPECT_EQ(expected, columns(out));
             }
         });
     }
@@ -293,6 +313,16 @@ TEST(SplitQ4IntoT3Selected, TheSelectiveFormAppendsAndTakesInputsFromTheBlocksOf
     split = block.as_vector();
     ASSERT_EQ(8, split_Q4_into_T3(mesh.pos, block, 1.5, 0, 0, 1, kept, split, same));
     EXPECT_EQ(snapshot(plain.kept, plain.split, plain.out), snapshot(kept, split, same));
+}
+
+TEST(SplitQ4IntoT3Selected, ColumnsThatAnOutputWithoutRowsBringsAlongStayAndHoldNoNode) {
+    const auto square = unit_square();
+    dense1D<unsigned, 8> kept, split;
+    dense2D<unsigned> out(0, 1);
+    const auto connect = cells({{0, 1, 2, 3}, {0, 1, 2, none}});
+    ASSERT_EQ(1, split_Q4_into_T3(square.pos, connect, 2, 2, 2, 1, kept, split, out));
+    EXPECT_THAT(columns(out), ElementsAre(cell(none, none, none, none), cell(0, 1, 2, none),
+                                          cell(0, 1, 2, none), cell(2, 3, 0, none)));
 }
 
 TEST(SplitQ4IntoT3Selected, StatusesInTheirOrderWithEmptyLists) {
@@ -493,14 +523,60 @@ TEST(SplitCriterion, AngleTakesTheRightAngles) {
     EXPECT_EQ(ends(1, 3), diagonal(turned.pos, turned.connect, 2));
 }
 
+/// The same quadrilateral with its node list begun one point later: its diagonals change places.
+dense2D<double> turned_by_one(const dense2D<double>& pos) {
+    dense2D<double> result(pos.rows, 4);
+    for (unsigned j = 0; j < 4; ++j) std::copy_n(pos[(j + 1) % 4], pos.rows, result[j]);
+    return result;
+}
+
+/// One quadrilateral, and for each criterion from 1 on the diagonal that it takes: 'a' for 0-2, 'b' for
+/// 1-3.
+struct decisions {
+    dense2D<double> pos;
+    const char* taken;
+
+    void check() const {
+        const auto connect = cells({{0, 1, 2, 3}});
+        const auto turned = turned_by_one(pos);
+        for (int criterion = 1; taken[criterion - 1] != 0; ++criterion) {
+            SCOPED_TRACE(testing::Message() << taken << ", criterion " << criterion);
+            const bool first = taken[criterion - 1] == 'a';
+            EXPECT_EQ(first ? ends(0, 2) : ends(1, 3), diagonal(pos, connect, criterion));
+            EXPECT_EQ(first ? ends(1, 3) : ends(0, 2), diagonal(turned, connect, criterion));
+        }
+    }
+};
+
+// The scores were worked out with forty digits; each pair of them is at least two hundredths apart. No
+// two criteria agree on all of the quadrilaterals.
+TEST(SplitCriterion, InThePlaneShapeAngleAndLargestAreaDecideEachInItsOwnWay) {
+    const decisions all[] = {{points({{0, -1}, {1, -1}, {1, 0}, {-3, 3}}), "aab"},
+                             {points({{0, -1}, {1, -1}, {2, 0}, {-2, 3}}), "abb"},
+                             {points({{-2, 0}, {0, -3}, {3, 0}, {-3, 3}}), "aaa"},
+                             {points({{1, -2}, {6, -1}, {5, 4}, {-2, 4}}), "abb"}};
+    for (const auto& one : all) one.check();
+}
+
+TEST(SplitCriterion, InSpaceEachCriterionDecidesInItsOwnWay) {
+    const decisions all[] = {
+        {points({{-3, 0, 2}, {3, -3, 0}, {0, 2, 1}, {-2, 1, 0}}), "abbaba"},
+        {points({{0, -1, 0}, {3, -1, 2}, {2, 1, 0}, {-1, 2, 2}}), "abaaaa"},
+        {points({{0, 0, 1}, {3, -3, 1}, {1, 2, 1}, {0, 2, 0}}), "aabaaa"},
+        {points({{-1, -1, 0}, {1, 0, 2}, {2, 1, 0}, {0, 0, 1}}), "aabbbb"},
+        {points({{-1, 0, 2}, {0, 0, 0}, {3, 1, 2}, {-3, 1, 1}}), "bbaaab"},
+    };
+    for (const auto& one : all) one.check();
+}
+
 TEST(SplitCriterion, AreasInSpaceAreMagnitudes) {
-    // Of a trapezium 0-2 cuts triangles of 2*area 4 and 2, 1-3 triangles of 2 and 4; a corner pulled in
-    // decides. The total is the same in the plane of the trapezium.
+    // Node 2 is re-entrant: along 0-2 the doubled areas are 4 and 2, along 1-3 they are 2 and 8. With
+    // signs, which there are not in space, the 2 would be -2 and the sums equal.
     const quad_points q{points({{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {0, 2, 0}})};
-    // 0-2: 4 and 2; 1-3: |(1,2,3)| = (1-4)(2-0)-(0-4)(1-0)... by the cross product: 2 and 8.
-    EXPECT_EQ(ends(0, 2), diagonal(q.pos, q.connect, 3));
-    const quad_points turned{points({{4, 0, 0}, {1, 1, 0}, {0, 2, 0}, {0, 0, 0}})};
-    EXPECT_EQ(ends(1, 3), diagonal(turned.pos, turned.connect, 3));
+    for (const int criterion : {3, 4}) {
+        EXPECT_EQ(ends(0, 2), diagonal(q.pos, q.connect, criterion));
+        EXPECT_EQ(ends(1, 3), diagonal(turned_by_one(q.pos), q.connect, criterion));
+    }
 }
 
 TEST(SplitCriterion, TotalAreaInSpaceTakesTheSmallerRoof) {
@@ -556,18 +632,61 @@ TEST(SplitCriterion, FlatnessOfAFlatQuadrilateralFallsBackToShape) {
 }
 
 TEST(SplitCriterion, FlatnessByLengthWeighsTheDiagonal) {
-    // A long rhombus, bent: the fold along the short diagonal 1-3 is flatter, with and without lengths.
-    const double x = 4;
-    const auto at = [&](double lift) {
-        return points({{-x, 0, lift}, {0, -1, 0}, {x, 0, lift}, {0, 1, 0}});
-    };
-    const quad_points q{at(0.5)};
-    // Fold along 0-2: slope 0.5 over 1; fold along 1-3: slope 0.5 over 4.
-    const double along_02 = 2 * std::atan2(0.5, 1.0);
-    const double along_13 = 2 * std::atan2(0.5, x);
-    EXPECT_EQ(along_02 < along_13 ? ends(0, 2) : ends(1, 3), diagonal(q.pos, q.connect, 5));
-    EXPECT_EQ(along_02 * 2 * x < along_13 * 2 ? ends(0, 2) : ends(1, 3),
-              diagonal(q.pos, q.connect, 6));
+    const auto quad = cells({{0, 1, 2, 3}});
+    // Folds of 1.28 at 0-2 and 1.43 at 1-3; times the lengths 6.56 and 5.48 they are 8.41 and 7.84.
+    const auto q = points({{-1, -1, -3}, {1, -1, -4}, {2, -4, 2}, {0, 1, 1}});
+    EXPECT_EQ(ends(0, 2), diagonal(q, quad, 5));
+    EXPECT_EQ(ends(1, 3), diagonal(q, quad, 6));
+    EXPECT_EQ(ends(1, 3), diagonal(turned_by_one(q), quad, 5));
+    EXPECT_EQ(ends(0, 2), diagonal(turned_by_one(q), quad, 6));
+    // Folds of 1.43 and 1.35; times the lengths 5.92 and 6.40 they are 8.48 and 8.63.
+    const auto p = points({{1, -4, 0}, {-4, -2, -1}, {-4, -1, -1}, {2, -4, -2}});
+    EXPECT_EQ(ends(1, 3), diagonal(p, quad, 5));
+    EXPECT_EQ(ends(0, 2), diagonal(p, quad, 6));
+    EXPECT_EQ(ends(0, 2), diagonal(turned_by_one(p), quad, 5));
+    EXPECT_EQ(ends(1, 3), diagonal(turned_by_one(p), quad, 6));
+}
+
+// A plane quadrilateral of which node 3 is lifted by a small h. Two triangles of doubled areas A and B
+// then enclose the angle 6V L / (A B) along the diagonal of length L, where 6V is h times the doubled
+// area of (0, 1, 2).
+TEST(SplitCriterion, ShapeDecidesAsLongAsAFoldIsBelowAMillionth) {
+    const auto quad = cells({{0, 1, 2, 3}});
+    // Doubled areas along 0-2, which is 5 long: 7 and 4, and the fold is 1.25 h; along 1-3: 1 and 10,
+    // and 0.7 sqrt(5) h. The shape is better along 1-3.
+    for (const double times : {0.1, 0.9, 0.999, 1.001, 1.1, 10.0}) {
+        const double h = times * 1e-6 / (0.7 * std::sqrt(5.0));
+        const auto q = points({{-3, -3, 0}, {1, 0, 0}, {0, 1, 0}, {-1, 1, h}});
+        EXPECT_EQ(times < 1 ? ends(1, 3) : ends(0, 2), diagonal(q, quad, 5)) << times;
+        EXPECT_EQ(times < 1 ? ends(0, 2) : ends(1, 3), diagonal(turned_by_one(q), quad, 5))
+            << times;
+    }
+}
+
+TEST(SplitCriterion, ShapeDecidesAsLongAsAFoldTimesItsLengthIsBelowAMillionth) {
+    const auto quad = cells({{0, 1, 2, 3}});
+    // Doubled areas along 0-2, which is 5 long: 8 and 7, and the fold is 5/7 h, times its length 25/7 h;
+    // along 1-3: 2 and 13, and 40/13 h. The shape is better along 0-2.
+    for (const double times : {0.1, 0.9, 0.999, 1.001, 1.1, 10.0}) {
+        const double h = times * 1e-6 * 7 / 25;
+        const auto q = points({{-3, -3, 0}, {1, -2, 0}, {1, 0, 0}, {0, 1, h}});
+        EXPECT_EQ(times < 1 ? ends(0, 2) : ends(1, 3), diagonal(q, quad, 6)) << times;
+        EXPECT_EQ(times < 1 ? ends(1, 3) : ends(0, 2), diagonal(turned_by_one(q), quad, 6))
+            << times;
+    }
+}
+
+TEST(SplitCriterion, TheSecondDiagonalHasToBeBetterByMoreThanTheSlack) {
+    // Doubled areas 1 + 2d and 1 along 0-2, 1 + d twice along 1-3: by the largest area 1-3 is better by d.
+    for (const unsigned rows : {2U, 3U}) {
+        for (const double d : {0.0, 0.5e-12, 0.99e-12, 1.01e-12, 2e-12, 1e-3}) {
+            dense2D<double> pos(rows, 4, 0.0);
+            pos(0, 1) = 1 + d, pos(1, 1) = -d;
+            pos(0, 2) = pos(1, 2) = pos(1, 3) = 1;
+            const quad_points q{pos};
+            EXPECT_EQ(d < 1e-12 ? ends(0, 2) : ends(1, 3), diagonal(q.pos, q.connect, 3)) << d;
+        }
+    }
 }
 
 TEST(SplitCriterion, DiagonalsOfLengthOneAndZeroStayAsTheyAre) {

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -21,6 +22,11 @@ std::atomic<bool> has_failed{false};
 
 // The size of a block stands in front of it; 16 bytes keep the alignment of malloc.
 constexpr std::size_t front = 16;
+
+// New memory is filled with this, so that what is read before it is written is the same each time and no
+// number that a mesh has. Not in large blocks, which may be many times what the machine has.
+constexpr unsigned char unwritten = 0xAB;
+constexpr std::size_t most_filled = std::size_t{1} << 16;
 
 bool next_one_fails() {
     ++allocations;
@@ -49,6 +55,7 @@ void* __vector_num_alloc(std::size_t bytes) noexcept {
     auto* const raw = static_cast<unsigned char*>(std::malloc(bytes + front));
     if (!raw) return nullptr;
     *reinterpret_cast<std::size_t*>(raw) = bytes;
+    if (bytes <= most_filled) std::memset(raw + front, unwritten, bytes);
     ++blocks;
     const std::size_t alive = bytes_alive += bytes;
     std::size_t peak = bytes_peak;

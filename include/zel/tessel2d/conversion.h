@@ -18,7 +18,8 @@
 ///
 /// In a 4-row matrix a column with 0xFFFFFFFF in row 3 is a triangle; in an 8- or 9-row matrix row 6
 /// marks a T6 in the same way. Views with a leading dimension larger than their rows are fine
-/// everywhere, and outputs may share storage with inputs, which count as they are on entry.
+/// everywhere, and outputs may share storage with inputs, which count as they are on entry. Columns
+/// that an output without rows brings along stay and hold no node.
 namespace zel::tessel2d {
 
 /// Lowers T6, Q8, Q9 and mixed quadratic elements to linear ones, in place, by cutting rows.
