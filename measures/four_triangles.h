@@ -7,6 +7,7 @@
 // so that the bits are the same with and without. What is won: the four choices of the sides become
 // masks, where one triangle at a time means a jump that real meshes make unpredictable, and the
 // arithmetic no longer costs more than fetching the corners.
+#include "foundation/four_lanes.h"
 #include "measures/kernels.h"
 
 #if defined(__x86_64__) && defined(__GNUC__)
@@ -103,20 +104,12 @@ add_triangles_by_four(const columns<const unsigned>& cells, std::size_t first, s
     return first;
 }
 
-inline bool has_four_lanes() noexcept {
-    return __builtin_cpu_supports("avx2");
-}
-
 #else
 
 template <int Dim>
 inline std::size_t add_triangles_by_four(const columns<const unsigned>&, std::size_t first,
                                          std::size_t, const points_view<Dim>&, double&) noexcept {
     return first;
-}
-
-inline bool has_four_lanes() noexcept {
-    return false;
 }
 
 #endif

@@ -1,6 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "support/checks.h"
 #include "support/failing_alloc.h"
+#include "support/lanes.h"
 #include "support/meshes.h"
 #include "zel/tessel2d/measures.h"
 
@@ -253,6 +254,20 @@ TEST(Area, TheSumOverAMeshIsTheSumOfItsElementsToTheBit) {
         for (std::size_t e = 0; e < m.connect.cols; ++e)
             doubled += 2 * area_of(m.pos, m.connect.sub_matrix(0, e, m.connect.rows, 1));
         EXPECT_EQ(doubled / 2, area_of(m));
+    }
+}
+
+TEST(Area, IsTheSameToTheBitOnAProcessorThatTakesOneTriangleAtATime) {
+    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        random_numbers random(seed);
+        const std::size_t rows = 2 + seed % 2;
+        mesh m{dense2D<double>(rows, 40), dense2D<unsigned>(3, 1 + random.below(40))};
+        for (double& x : m.pos) x = seed % 5 == 0 ? random.below(3) : random.between(-1, 1);
+        for (unsigned& node : m.connect) node = random.below(40);
+        const double four = area_of(m);
+        const one_lane scalar;
+        EXPECT_EQ(bits(four), bits(area_of(m)));
     }
 }
 

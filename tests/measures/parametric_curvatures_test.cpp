@@ -1,6 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "support/checks.h"
 #include "support/failing_alloc.h"
+#include "support/lanes.h"
 #include "support/meshes.h"
 #include "zel/tessel2d/curvatures.h"
 
@@ -291,6 +292,21 @@ TEST(ParametricCurvatures, OfRandomNumbersAreThoseOfExtendedPrecision) {
             for (std::size_t i = 0; i < 3; ++i)
                 EXPECT_NEAR(static_cast<double>(-expected[i]), -H(i, n), 2e-12) << n;
         }
+    }
+}
+
+TEST(ParametricCurvatures, AreTheSameToTheBitOnAProcessorThatTakesOneTriangleAtATime) {
+    for (std::uint64_t seed = 1; seed <= 100; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        random_numbers random(seed);
+        chart c{{dense2D<double>(2, 20), dense2D<unsigned>(3, 1 + random.below(40))},
+                dense2D<double>(6, 20)};
+        for (double& x : c.m.pos) x = seed % 2 == 0 ? random.below(4) : random.between(-1, 1);
+        for (double& x : c.D) x = random.between(-1, 1);
+        for (unsigned& n : c.m.connect) n = random.below(20);
+        const auto four = snapshot(form_of(c));
+        const one_lane scalar;
+        EXPECT_EQ(four, snapshot(form_of(c)));
     }
 }
 

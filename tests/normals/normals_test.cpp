@@ -1,6 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "support/checks.h"
 #include "support/failing_alloc.h"
+#include "support/lanes.h"
 #include "support/meshes.h"
 #include "zel/tessel2d/normals.h"
 
@@ -585,6 +586,21 @@ TEST(Normals, OfRandomMeshesAreThoseOfOneElementAtATimeToTheBit) {
         }
         expect_same(raw, element_normals(m, false));
         expect_same(unit, element_normals(m, true));
+    }
+}
+TEST(Normals, AreTheSameToTheBitOnAProcessorThatTakesOneElementAtATime) {
+    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        const mesh m = random_mesh(seed);
+        for (const bool unit : {false, true}) {
+            const auto of_elements = snapshot(element_normals(m, unit));
+            for (const double power : {0.0, 1.0, 2.0, -1.0, largest, -largest}) {
+                const auto of_nodes = node_normals(m, power, unit);
+                const one_lane scalar;
+                expect_same(of_nodes, node_normals(m, power, unit));
+                EXPECT_EQ(of_elements, snapshot(element_normals(m, unit)));
+            }
+        }
     }
 }
 TEST(Normals, OfSmoothSurfacesAreAccurateToAFewUnitsInTheLastPlace) {
