@@ -169,6 +169,22 @@ TEST(GetElementContainingPoint, AMeshOfOneElementKnowsInsideFromOutside) {
     expect_nothing(0, ask(m, {-3, -3}));
 }
 
+TEST(GetElementContainingPoint, AMeshOfOneElementOfAMixedMeshKnowsItsOwnShape) {
+    for (const bool triangle : {false, true}) {
+        mesh g = unit_square();
+        if (triangle) g.connect(3, 0) = no_node;
+        const adjacent_mesh m("one", zel::ELEMENT_FACE, g);
+        const answer in = ask(m, {0.75, 0.25});
+        EXPECT_EQ(1, in.status);
+        EXPECT_EQ(0U, in.element);
+        const answer above = ask(m, {0.25, 0.75}); // beyond the side from 2 to 0 of the triangle
+        EXPECT_EQ(triangle ? 0 : 1, above.status);
+        EXPECT_EQ(triangle ? no_node : 0U, above.element);
+        expect_nothing(0, ask(m, {1.5, 0.5}));
+        expect_nothing(0, ask(m, {-3, -3}));
+    }
+}
+
 TEST(GetElementContainingPoint, ViewsWithALargerLeadingDimensionAreFine) {
     const adjacent_mesh m("mixed", zel::ELEMENT_FACE, grid_mixed(6, 5));
     const auto pos = framed(m.pos);

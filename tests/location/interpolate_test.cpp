@@ -59,9 +59,8 @@ adjacent_mesh square_T3() {
     return {"square", zel::ELEMENT_T3, grid_T3(1, 1)};
 }
 /// A quarter of the unit square is missing at the upper right.
-adjacent_mesh corner_mesh() {
-    return {"corner", zel::ELEMENT_Q4,
-            without(grid_Q4(4, 4), [](double x, double y) { return x > 0.5 && y > 0.5; })};
+adjacent_mesh corner_mesh(element_type type = zel::ELEMENT_Q4, const mesh& grid = grid_Q4(4, 4)) {
+    return {"corner", type, without(grid, [](double x, double y) { return x > 0.5 && y > 0.5; })};
 }
 
 // --------------------------------------------------------------------------------------- normal use
@@ -228,6 +227,48 @@ TEST(Interpolate, WithinTheToleranceOutsideASideTheValueIsExtrapolated) {
     EXPECT_EQ(1024 * (0.5 + out) + 0.875, c.value(0));
     EXPECT_EQ(1024 * 0.625 + 0.5 + out, c.value(1));
     EXPECT_TRUE(c.value(2) == 512.75 || c.value(2) == 513.0) << "a node's: " << c.value(2);
+}
+
+TEST(Interpolate, WithinTheToleranceOutsideATriangleTheValueIsExtrapolated) {
+    // Triangles of a doubled area of 0.0625: 2^-24 is less than 1e-6 * 0.0625 / 0.25, 2^-21 is more. Among
+    // the elements of the mixed mesh the one at the right is a quadrilateral, the one on top a triangle.
+    const double out = 0x1p-24;
+    const double too_far = 0x1p-21;
+    for (const auto& base : {corner_mesh(zel::ELEMENT_T3, grid_T3(4, 4)),
+                             corner_mesh(zel::ELEMENT_FACE, grid_mixed(4, 4))}) {
+        SCOPED_TRACE(base.connect.rows);
+        carried c(base, {{0.5 + out, 0.875}, {0.625, 0.5 + out}, {0.625, 0.5 + too_far}});
+        c.set([](const place& p, std::size_t) { return 1024 * p[0] + p[1]; });
+        ASSERT_EQ(0, c.run());
+        EXPECT_EQ(1024 * (0.5 + out) + 0.875, c.value(0));
+        EXPECT_EQ(1024 * 0.625 + 0.5 + out, c.value(1));
+        EXPECT_TRUE(c.value(2) == 512.5 || c.value(2) == 768.5) << "a node's: " << c.value(2);
+        // A list gives the same.
+        dense1D<double, 8> scalar = fresh_copy(c.field.as_vector());
+        for (const unsigned node : c.nodes) scalar[node] = -99;
+        ASSERT_EQ(0, c.run_scalar(scalar));
+        EXPECT_EQ(snapshot(c.field.as_vector()), snapshot(scalar));
+    }
+}
+
+TEST(Interpolate, InTheBoxOfOneElementButOutsideItTheClosestNodeCounts) {
+    const auto triangle = points({{0, 0}, {4, 0}, {0, 4}});
+    const auto quad = points({{0, 0}, {4, 0}, {2, 1}, {0, 4}});
+    const adjacent_mesh all[] = {
+        {"T3", zel::ELEMENT_T3, {triangle, cells({{0, 1, 2}})}},
+        {"mixed", zel::ELEMENT_FACE, {triangle, cells({{0, 1, 2, no_node}})}},
+        {"Q4", zel::ELEMENT_Q4, {quad, cells({{0, 1, 2, 3}})}},
+        {"Q4 as mixed", zel::ELEMENT_FACE, {quad, cells({{0, 1, 2, 3}})}},
+    };
+    for (const auto& base : all) {
+        SCOPED_TRACE(base.name);
+        carried c(base, {{3.5, 2}, {2, 3.5}, {4.5, 1}});
+        c.set([](const place& p, std::size_t) { return 10 * p[0] + p[1]; });
+        ASSERT_EQ(0, c.run());
+        EXPECT_EQ(corner_count(base.connect, 0) == 4 ? 21 : 40, c.value(0));
+        EXPECT_EQ(4, c.value(1));
+        EXPECT_EQ(-99, c.value(2)) << "outside the box";
+    }
 }
 
 TEST(Interpolate, AnOrphanAtANodeOfATriangleHasItsValue) {

@@ -228,6 +228,32 @@ TEST(Walk, EveryFailingWalkInAMeshOfOneElementEndsAtTheLast) {
         EXPECT_EQ(ended_at_last, walk_from<triangle_cells>(one_triangle(), 0, p).status);
 }
 
+/// One element of each shape: a quadrilateral, the same in a mixed mesh, and a triangle in one.
+adjacent_mesh one_quad() {
+    return {"one quadrilateral", zel::ELEMENT_Q4, unit_square()};
+}
+adjacent_mesh one_mixed(bool triangle) {
+    mesh g = unit_square();
+    if (triangle) g.connect(3, 0) = no_node;
+    return {"one of a mixed mesh", zel::ELEMENT_FACE, g};
+}
+
+TEST(Walk, OneQuadrilateralOrMixedElementEndsItTheSameWay) {
+    for (const place& p : {place{2, 2}, place{-1, 0}, place{0.1, -3}, place{0.5, nan}}) {
+        for (const auto& got : {walk_from<quad_cells>(one_quad(), 0, p),
+                                walk_from<mixed_cells>(one_mixed(false), 0, p),
+                                walk_from<mixed_cells>(one_mixed(true), 0, p)}) {
+            EXPECT_EQ(ended_at_last, got.status);
+            EXPECT_EQ(no_node, got.element);
+            EXPECT_EQ(1U, got.steps);
+        }
+    }
+    EXPECT_EQ(found, walk_from<quad_cells>(one_quad(), 0, {0.25, 0.75}).status);
+    EXPECT_EQ(found, walk_from<mixed_cells>(one_mixed(false), 0, {0.25, 0.75}).status);
+    EXPECT_EQ(ended_at_last, walk_from<mixed_cells>(one_mixed(true), 0, {0.25, 0.75}).status);
+    EXPECT_EQ(found, walk_from<mixed_cells>(one_mixed(true), 0, {0.75, 0.25}).status);
+}
+
 TEST(Walk, ADegenerateElementEndsIt) {
     adjacent_mesh m = two_triangles();
     m.connect = cells({{0, 1, 2}, {0, 3, 2}, {0, 2, 3}}); // the second is clockwise
@@ -331,6 +357,25 @@ TEST(NodeBall, FollowsEachShapeOfAMixedMesh) {
     bool closed = true;
     EXPECT_THAT(ball<mixed_cells>(m, 1, 0, 0, &closed), ElementsAre(0, 2, 1));
     EXPECT_FALSE(closed);
+}
+
+TEST(NodeBall, OfOneElementIsThatElementAndOpen) {
+    for (unsigned node = 0; node < 4; ++node) {
+        bool closed = true;
+        EXPECT_THAT(ball<quad_cells>(one_quad(), node, 0, 0, &closed), ElementsAre(0));
+        EXPECT_FALSE(closed);
+        closed = true;
+        EXPECT_THAT(ball<mixed_cells>(one_mixed(false), node, 0, 0, &closed), ElementsAre(0));
+        EXPECT_FALSE(closed);
+    }
+    for (unsigned node = 0; node < 3; ++node) {
+        bool closed = true;
+        EXPECT_THAT(ball<mixed_cells>(one_mixed(true), node, 0, 0, &closed), ElementsAre(0));
+        EXPECT_FALSE(closed);
+    }
+    // The mark of a triangle is no node of it, whoever asks.
+    EXPECT_THAT(ball<mixed_cells>(one_mixed(true), 3, 0, -1), IsEmpty());
+    EXPECT_THAT(ball<mixed_cells>(one_mixed(true), no_node, 0, -1), IsEmpty());
 }
 
 TEST(NodeBall, WithoutAFirstElementIsEmpty) {
@@ -450,6 +495,61 @@ TEST(Locate, AWalkThatEndsAtTheLastElementEndsTheSearch) {
     EXPECT_EQ(ended_at_last, got.status);
     EXPECT_EQ(no_node, got.element);
     EXPECT_EQ(0, searcher.asked_closest);
+}
+
+TEST(Locate, OutsideOneQuadrilateralOrMixedElementThereIsNoSearchAround) {
+    const fixed_searcher searcher(0, 1);
+    for (const auto& got : {locate_with<quad_cells>(one_quad(), searcher, {2, 2}),
+                            locate_with<mixed_cells>(one_mixed(false), searcher, {2, 2}),
+                            locate_with<mixed_cells>(one_mixed(true), searcher, {0.25, 0.75})}) {
+        EXPECT_EQ(ended_at_last, got.status);
+        EXPECT_EQ(no_node, got.element);
+    }
+    EXPECT_EQ(3, searcher.asked_close);
+    EXPECT_EQ(0, searcher.asked_closest);
+}
+
+// A lone element that is its own neighbour sends the walk back until there are no more elements to look
+// at: a plain failure, so that the search goes on around the closest node and fails there once more.
+TEST(Locate, OneElementThatIsItsOwnNeighborIsSearchedAround) {
+    adjacent_mesh quad = one_quad();
+    adjacent_mesh mixed = one_mixed(true);
+    quad.neighbors = cells({{0, 0, 0, 0}});
+    mixed.neighbors = cells({{0, 0, 0, no_node}});
+    const fixed_searcher searcher(0, 1);
+    for (const auto& got : {locate_with<quad_cells>(quad, searcher, {2, 2}),
+                            locate_with<mixed_cells>(quad, searcher, {2, 2}),
+                            locate_with<mixed_cells>(mixed, searcher, {0.25, 0.75})}) {
+        EXPECT_EQ(not_found, got.status);
+        EXPECT_EQ(no_node, got.element);
+        EXPECT_EQ(2U, got.steps);
+    }
+    EXPECT_EQ(3, searcher.asked_closest);
+}
+
+// All edges fail for such a point, and where the first of them is on the boundary another one is taken.
+// So a walk goes on as long as there are elements to look at, and so do those around the closest node.
+template <class Shape>
+void expect_wandering(const adjacent_mesh& m) {
+    for (const place& p : {place{nan, 0.5}, place{0.5, nan}, place{nan, nan}}) {
+        for (unsigned start = 0; start < m.pos.cols; ++start) {
+            const fixed_searcher searcher(start, 0);
+            const auto got = locate_with<Shape>(m, searcher, p);
+            EXPECT_EQ(not_found, got.status) << m.name;
+            EXPECT_EQ(no_node, got.element) << m.name;
+            EXPECT_EQ(m.connect.cols + 1, got.steps) << m.name;
+            EXPECT_EQ(1, searcher.asked_closest) << m.name;
+            const auto alone = locate_with<Shape>(m, searcher, p, false);
+            EXPECT_EQ(not_found, alone.status) << m.name;
+            EXPECT_EQ(m.connect.cols + 1, alone.steps) << m.name;
+        }
+    }
+}
+
+TEST(Locate, APointThatIsNotANumberIsSoughtFromAnyStartInVain) {
+    expect_wandering<triangle_cells>({"triangles", zel::ELEMENT_T3, grid_T3(4, 3)});
+    expect_wandering<quad_cells>({"quadrilaterals", zel::ELEMENT_Q4, grid_Q4(4, 3)});
+    expect_wandering<mixed_cells>({"mixed", zel::ELEMENT_FACE, grid_mixed(4, 3)});
 }
 
 template <class Shape>
