@@ -281,6 +281,74 @@ TEST(AllSweeps, NumberNodesAndElementsFromTheProfileOutward) {
             }
     }
 }
+
+/// The sweeps that take two rows of `pos` as well as three.
+std::vector<sweep_case> sweeps_of_two_or_three_rows() {
+    std::vector<sweep_case> some;
+    for (const sweep_case& c : all_sweeps()) {
+        const auto refused = [&](const sweep_fault& fault) {
+            return fault.name == "pos of 2 rows" || fault.name == "pos of 3 rows";
+        };
+        if (std::none_of(c.faults.begin(), c.faults.end(), refused)) some.push_back(c);
+    }
+    return some;
+}
+TEST(AllSweeps, TwoRowsGiveWhatThreeWithZerosGive) {
+    EXPECT_EQ(10U, sweeps_of_two_or_three_rows().size());
+    for (const sweep_case& c : sweeps_of_two_or_three_rows()) {
+        SCOPED_TRACE(c.name);
+        for (const double z : {0.0, 0.75}) { // of the centre, which measures the way in space too
+            sweep_arguments two = chain_arguments(2);
+            two.C = {0.5, -0.25, z};
+            sweep_arguments three = two;
+            two.pos = fresh_copy(three.pos);
+            three.pos.resize(3, 5, 0.0);
+            ASSERT_EQ(0, c.run(two));
+            ASSERT_EQ(0, c.run(three));
+            EXPECT_EQ(c.result_rows, two.pos.rows);
+            EXPECT_EQ(snapshot(two.pos, two.out), snapshot(three.pos, three.out));
+        }
+    }
+}
+TEST(AllSweeps, InSpaceTheThirdRowIsSweptLikeTheOthers) {
+    for (const sweep_case& c : sweeps_of_two_or_three_rows()) {
+        if (c.result_rows == 2) continue;
+        SCOPED_TRACE(c.name);
+        const bool turns = c.name.find("rotate") == 0;
+        sweep_arguments a = chain_arguments(3);
+        a.C = {0.5, -0.25, 0.75};
+        const auto before = fresh_copy(a.pos);
+        ASSERT_EQ(0, c.run(a));
+        ASSERT_EQ(3U, a.pos.rows);
+        expect_sides(c, a, 5, 0, a.edges);
+        for (std::size_t j = 0; j < 5; ++j) EXPECT_EQ(column(before, j), column(a.pos, j));
+        const auto nodes = profile_nodes(a.edges);
+        const std::size_t layers = (a.pos.cols - 5) / nodes.size();
+        for (std::size_t k = 1; k <= layers; ++k) {
+            for (std::size_t i = 0; i < nodes.size(); ++i) {
+                const double* const from = before[nodes[i]];
+                const double* const to = a.pos[5 + (k - 1) * nodes.size() + i];
+                double along_from = 0, along_to = 0, square_from = 0, square_to = 0;
+                for (std::size_t r = 0; r < 3; ++r) {
+                    if (!turns && k == layers) {
+                        EXPECT_NEAR(from[r] + a.T[r], to[r], 1e-14) << "row " << r;
+                    }
+                    along_from += (from[r] - a.C[r]) * a.A[r];
+                    along_to += (to[r] - a.C[r]) * a.A[r];
+                    square_from += (from[r] - a.C[r]) * (from[r] - a.C[r]);
+                    square_to += (to[r] - a.C[r]) * (to[r] - a.C[r]);
+                }
+                if (turns) {
+                    EXPECT_NEAR(along_from, along_to, 1e-13);
+                    EXPECT_NEAR(square_from, square_to, 1e-12);
+                    EXPECT_GT(std::abs(from[2] - to[2]), 1e-3);
+                } else { // the way in the third row is 4 times that in the first
+                    EXPECT_NEAR(4 * (to[0] - from[0]), to[2] - from[2], 1e-13);
+                }
+            }
+        }
+    }
+}
 TEST(AllSweeps, PresentNodesKeepTheirValues) {
     for (const sweep_case& c : all_sweeps()) {
         SCOPED_TRACE(c.name);
@@ -511,6 +579,21 @@ TEST(AllSweeps, ExhaustedMemoryLeavesElementsAndColumnsOfNodes) {
         }
     }
 }
+TEST(AllSweeps, ExhaustedMemoryLeavesThreeRowsInSpaceAndTwoInThePlane) {
+    for (const sweep_case& c : sweeps_of_two_or_three_rows()) {
+        SCOPED_TRACE(c.name);
+        fail_each_allocation([&](std::size_t k) {
+            sweep_arguments a = chain_arguments(c.result_rows);
+            const auto before = snapshot_of(a);
+            arm_allocator(k);
+            const int status = c.run(a);
+            disarm_allocator();
+            if (status == 0) return;
+            EXPECT_EQ(-199, status);
+            EXPECT_EQ(before, snapshot_of(a));
+        });
+    }
+}
 TEST(AllSweeps, ACopyOfASharedProfileMayFailToo) {
     for (const sweep_case& c : all_sweeps()) {
         SCOPED_TRACE(c.name);
@@ -569,6 +652,71 @@ TEST(AllSweeps, ACountOfLayersThatIsNoNumberOrTooLargeChangesNothing) {
         const auto before = snapshot_of(a);
         EXPECT_EQ(-199, c.run(a));
         EXPECT_EQ(before, snapshot_of(a));
+    }
+}
+// Below 2^32 the real count is one that is rounded; rounded up to 2^32 it must not count as 0 layers, also
+// where the profile has a single node.
+TEST(AllSweeps, ACountThatIsRoundedUpTo2To32ChangesNothing) {
+    for (const sweep_case& c : all_sweeps()) {
+        if (c.counted) continue;
+        SCOPED_TRACE(c.name);
+        for (const double way : {0x1p32 - 0.25, 0x1p32 - 0x1p-20, 0x1p32}) {
+            for (const bool even : {false, true}) {
+                for (const bool one_node : {false, true}) {
+                    sweep_arguments a = arguments_of(c);
+                    if (one_node) a.edges = cells({{3, 3}});
+                    a.T = {way, 0, 0};
+                    a.angle = a.H = way;
+                    a.A = {0, 0, way};
+                    a.C = {2.25, 3.75, 0}; // node 3 is 1 away
+                    a.h0 = a.h1 = 1;
+                    a.force_even = even;
+                    const auto before = snapshot_of(a);
+                    reset_peak();
+                    const std::size_t bytes = live_bytes();
+                    EXPECT_EQ(-199, c.run(a)) << way;
+                    EXPECT_EQ(before, snapshot_of(a));
+                    EXPECT_LT(peak_bytes(), bytes + 10000);
+                }
+            }
+        }
+    }
+}
+// Sizes so far apart that the smaller one is lost beside the larger one ask for infinitely many layers.
+TEST(AllSweeps, SizesOfExtremeRatioHaveNoCount) {
+    for (const sweep_case& c : all_sweeps()) {
+        if (c.counted) continue;
+        SCOPED_TRACE(c.name);
+        for (const auto& sizes : {std::pair(1.0, 1e-17), std::pair(1e300, 1e-300)}) {
+            for (const bool rising : {false, true}) {
+                sweep_arguments a = arguments_of(c);
+                a.h0 = rising ? sizes.second : sizes.first;
+                a.h1 = rising ? sizes.first : sizes.second;
+                const auto before = snapshot_of(a);
+                EXPECT_EQ(-199, c.run(a));
+                EXPECT_EQ(before, snapshot_of(a));
+            }
+        }
+    }
+}
+TEST(AllSweeps, SizesOfALargeRatioStillHaveOne) {
+    for (const sweep_case& c : all_sweeps()) {
+        if (c.counted) continue;
+        SCOPED_TRACE(c.name);
+        for (const bool rising : {false, true}) {
+            sweep_arguments a = arguments_of(c);
+            a.T = {1, 0, 0};
+            a.A = {0, 0, 1};
+            a.C = {2.25, 3.75, 0};
+            a.angle = a.H = 1; // all ways are 1
+            if (c.rows == 3) a.C[2] = 4.25;
+            a.h0 = rising ? 0x1p-50 : 1;
+            a.h1 = rising ? 1 : 0x1p-50;
+            ASSERT_EQ(0, c.run(a));
+            // 50 ln 2 = 34.66; the cut between 34 and 35 is at 34.50.
+            EXPECT_EQ(35u, layers_made(c, a, 0));
+            for (const double x : a.pos) EXPECT_TRUE(std::isfinite(x));
+        }
     }
 }
 TEST(AllSweeps, InfiniteSizesAskForTheFewestLayers) {

@@ -195,6 +195,46 @@ TEST(ExtrudeRotate, TheWayInSpaceIsTheDistanceFromTheAxisTimesTheAngle) {
                                    false, s.out));
     EXPECT_EQ(6u, s.out.cols);
 }
+TEST(ExtrudeRotate, TheWayInSpaceIsTheVectorProductWithTheRotation) {
+    const auto layers = [](const dense2D<double>& at, const point3& C, const point3& A, double h,
+                           bool even = false) {
+        spoke s;
+        s.pos = fresh_copy(at);
+        EXPECT_EQ(0, extrude_rotate_Q4(s.pos, s.edges, C, A, h, h, even, s.out));
+        spoke t;
+        t.pos = fresh_copy(at);
+        EXPECT_EQ(0, extrude_rotate_T3(t.pos, t.edges, C, A, h, h, 0, even, t.out));
+        EXPECT_EQ(2 * s.out.cols, t.out.cols);
+        return s.out.cols;
+    };
+    // (1, 2, 0) x (1, 4, 1) = (2, -1, 2), of length 3; the product of the lengths is above 9.
+    const auto first = points({{6, 9, -1}, {0, 0, 0}});
+    EXPECT_EQ(3072U, layers(first, {5, 7, -1}, {1, 4, 1}, 0x1p-10));
+    EXPECT_EQ(3072U, layers(first, {5, 7, -1}, {-1, -4, -1}, 0x1p-10));
+    EXPECT_EQ(6U, layers(first, {5, 7, -1}, {1, 4, 1}, 0.5, true));
+    // Two rows lie at z = 0: (-2, 4, -3) x (1, 0, 0) = (0, -3, -4), of length 5.
+    const auto flat = points({{5, 4}, {0, 0}});
+    EXPECT_EQ(5120U, layers(flat, {7, 0, 3}, {1, 0, 0}, 0x1p-10));
+    // Along the axis there is no way.
+    EXPECT_EQ(1U, layers(first, {5, 7, -1}, {2, 4, 0}, 0x1p-10));
+}
+TEST(ExtrudeRotate, TheWayDecidesBetweenTwoCountsToTheLastBit) {
+    // Between 6 and 7 layers of size 1: the square of the first one is rounded to below 42.
+    const double ways[] = {0x1.9ec474a261263p+2, 0x1.9ec474a261264p+2};
+    for (std::size_t k = 0; k < 2; ++k) {
+        spoke s, t, u;
+        s.pos = points({{ways[k], 0, 9}, {0, 0, 0}});
+        ASSERT_EQ(0, extrude_rotate_Q4(s.pos, s.edges, point3{0, 0, 2}, point3{0, 0, 1}, 1, 1,
+                                       false, s.out));
+        EXPECT_EQ(6 + k, s.out.cols);
+        t.pos = points({{1, -3, 2}, {0, 0, 0}});
+        ASSERT_EQ(0, extrude_rotate_Q4(t.pos, t.edges, point3{0, -3, 2}, point3{0, ways[k], 0}, 1,
+                                       1, false, t.out));
+        EXPECT_EQ(6 + k, t.out.cols);
+        ASSERT_EQ(0, extrude_rotate_Q4(u.pos, u.edges, point2{0, 0}, -ways[k], 1, 1, false, u.out));
+        EXPECT_EQ(6 + k, u.out.cols);
+    }
+}
 TEST(ExtrudeRotate, AZeroVectorCopiesNodes) {
     spoke s;
     ASSERT_EQ(0, extrude_rotate_Q4(s.pos, s.edges, point3{0, 0, 0}, point3{0, 0, 0}, 3, s.out));

@@ -58,6 +58,25 @@ TEST(MetricLengthFactor, AgreesWithTheIntegralInHigherPrecision) {
     }
 }
 
+TEST(MetricLengthFactor, RatiosBeyondThePrecisionOfDoubleAreInfinite) {
+    // 1 - 2^-53 is the last number below 1: (small - big)/big is -1 from 2^-54 on.
+    const double last = 53 * std::log(2.0) / (1 - 0x1p-53);
+    EXPECT_LE(ulps_apart(last, metric_length_factor(1, 0x1p-53)), 2u);
+    EXPECT_LE(ulps_apart(last, metric_length_factor(0x1p-53, 1)), 2u);
+    for (const double small : {0x1p-54, 1e-20, 1e-300, 5e-324}) {
+        EXPECT_EQ(infinity, metric_length_factor(1, small));
+        EXPECT_EQ(infinity, metric_length_factor(small, 1));
+    }
+    EXPECT_EQ(infinity, metric_length_factor(1e300, 1e-300));
+}
+TEST(MetricLengthFactor, TheLargestAndTheSmallestSizesHaveTheirReciprocals) {
+    const double most = std::numeric_limits<double>::max();
+    EXPECT_EQ(1 / most, metric_length_factor(most, most));
+    EXPECT_EQ(infinity, metric_length_factor(5e-324, 5e-324)); // 2^1074 is no double
+    EXPECT_EQ(0x1p1022, metric_length_factor(0x1p-1022, 0x1p-1022));
+    EXPECT_EQ(0.0, metric_length_factor(infinity, infinity));
+}
+
 // -------------------------------------------------------------------------------- round_geometric
 
 TEST(RoundGeometric, CutsAtTheGeometricMean) {
@@ -78,6 +97,25 @@ TEST(RoundGeometric, MultiplesStayAndTheLargestCountsAreExact) {
         EXPECT_EQ(static_cast<std::uint64_t>(x), round_geometric(x, 1));
     EXPECT_EQ(4294967294u, round_geometric(4294967294.0, 2));
     EXPECT_EQ(4294967296u, round_geometric(4294967295.5, 2));
+}
+
+TEST(RoundGeometric, DecidesByTheSquareAsItIsRounded) {
+    // The last number of which the square is rounded to below 42, and the next one.
+    EXPECT_EQ(6u, round_geometric(0x1.9ec474a261263p+2, 1));
+    EXPECT_EQ(7u, round_geometric(0x1.9ec474a261264p+2, 1));
+    EXPECT_EQ(1u, round_geometric(0x1.6a09e667f3bccp+0, 1));
+    EXPECT_EQ(2u, round_geometric(0x1.6a09e667f3bcdp+0, 1));
+    EXPECT_EQ(2u, round_geometric(0x1.6a09e667f3bccp+1, 2)); // 8
+    EXPECT_EQ(4u, round_geometric(0x1.6a09e667f3bcdp+1, 2));
+    EXPECT_EQ(4u, round_geometric(0x1.3988e1409212ep+2, 2)); // 24
+    EXPECT_EQ(6u, round_geometric(0x1.3988e1409212fp+2, 2));
+}
+TEST(RoundGeometric, BelowTwoToThe32TheLargestCountsMayReachIt) {
+    const std::uint64_t all = std::uint64_t{1} << 32;
+    EXPECT_EQ(all - 1, round_geometric(0x1p32 - 0.75, 1));
+    EXPECT_EQ(all, round_geometric(0x1p32 - 0.25, 1));
+    EXPECT_EQ(all - 2, round_geometric(0x1p32 - 1.5, 2));
+    EXPECT_EQ(all, round_geometric(0x1p32 - 0.75, 2));
 }
 
 // ------------------------------------------------------------------------------------ layer_count
@@ -134,6 +172,16 @@ TEST(SizeProgression, StaysWithinZeroAndOne) {
 TEST(SizeProgression, AnInfiniteSizeLeavesUniformLayers) {
     EXPECT_EQ(0.25, size_progression(0.25, infinity, 1));
     EXPECT_EQ(0.25, size_progression(0.25, 1, infinity));
+}
+TEST(SizeProgression, FollowsTheRatioAsFarAsDoublesTellTheSizesApart) {
+    // (R^t - 1)/(R - 1) with R = 2^-53 at one half, and with R = 2^53.
+    const double root = std::sqrt(0x1p-53);
+    EXPECT_NEAR((1 - root) / (1 - 0x1p-53), size_progression(0.5, 1, 0x1p-53), 2 * epsilon);
+    EXPECT_NEAR(root, size_progression(0.5, 0x1p-53, 1), 2 * epsilon);
+    for (const double t : {1e-3, 0.5, 0.999}) { // beyond, the smaller size counts as none
+        EXPECT_EQ(1.0, size_progression(t, 1e300, 1e-300));
+        EXPECT_EQ(0.0, size_progression(t, 1e-300, 1e300));
+    }
 }
 TEST(SizeProgression, ADisappearingSizeGoesToItsEnd) {
     EXPECT_EQ(1.0, size_progression(0.5, 1, 1e-320));
