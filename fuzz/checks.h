@@ -13,8 +13,7 @@
 //
 //     - the status: one of those listed, 0, -199, or a count if `any_count` is in the list;
 //     - shape of all views: start and ld stay inside of the block;
-//     - elements of no view that is an output: unchanged, also the rows beside a view and all in front
-//       of it;
+//     - elements in front of an output and in the rows beside it: unchanged;
 //     - roles, see below;
 //     - equality of both runs, if no allocation has failed: layout of the arguments, storage that an
 //       input shares with an output, and what fresh memory held make no difference.
@@ -44,6 +43,7 @@ using zel::vector_num;
 struct situation {
     const char* function = "(no call)";
     int status = 0;
+    bool failed = false; ///< an allocation of the call has failed
 };
 inline situation now;
 
@@ -188,14 +188,12 @@ struct block_snapshot {
     std::size_t safe;           // elements that stay in any case
     std::vector<char> writable; // elements of outputs
 
+    /// The elements of an output are its own, and the places behind it in which it may grow.
     void allow(const layout& at) {
         if (at.block != block) return;
-        for (std::size_t j = 0; j < at.cols; ++j) {
-            for (std::size_t i = 0; i < at.rows; ++i) {
-                const std::size_t k = at.start + j * at.ld + i;
-                if (k < writable.size()) writable[k] = 1;
-            }
-        }
+        const bool empty = at.rows * at.cols == 0;
+        for (std::size_t k = at.start; k < writable.size(); ++k)
+            if (empty || (k - at.start) % at.ld < at.rows) writable[k] = 1;
     }
     bool kept(const T* data, std::size_t n) const {
         for (std::size_t k = 0; k < std::min(n, values.size()); ++k)
@@ -312,6 +310,7 @@ int call_with(input& in, std::initializer_list<int> statuses, Call&& f, std::ind
     const bool failed = end_of_call();
 
     now.status = status;
+    now.failed = failed;
     const bool listed =
         status == 0 || status == -199 || std::any_of(statuses.begin(), statuses.end(), [&](int s) {
             return s == status || (s == any_count && status > 0);

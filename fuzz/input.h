@@ -165,9 +165,10 @@ struct input {
         return bound == 0 ? 0u : b % bound;
     }
 
-    /// What the allocator does during the calls: three in four calls have memory enough.
+    /// What the allocator does during the calls: three in four have memory for any small mesh.
     memory_plan memory() {
         memory_plan plan;
+        if (!one_in(8)) plan.bytes = std::size_t{1} << 17;
         if (one_in(4)) {
             plan.fails_at = 1 + below(24);
             plan.for_good = flag();
