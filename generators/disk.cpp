@@ -143,8 +143,8 @@ int mesh_disk(dense2D<double>& pos, const point<2>& center, double radius, unsig
     dense1D<unsigned, 8> loop;
     tessel::copy_scratch scratch;
     if (n > most_divisions || !loop.reserve(std::size_t{4} * n + 1, 1) ||
-        !scratch.reserve(quarter.nodes) ||
         !reserve_nodes(pos, 2, 4 * quarter.nodes + 3 * (arc_edges + 1)) ||
+        !scratch.reserve(quarter.nodes) ||
         !reserve_more(connect, Patches::rows(connect), 4 * elements) ||
         !reserve_more(boundary, 2, 4 * arc_edges) ||
         !quarter_connect.reserve(Patches::least_rows, elements, 1) ||

@@ -220,9 +220,9 @@ int mesh_sphere(dense2D<double>& pos, const point<3>& center, double radius, uns
     dense1D<unsigned, 8> loop;
     tessel::copy_scratch scratch;
     if (n > most_divisions || !loop.reserve(std::size_t{4} * n + 1, 1) ||
-        !scratch.reserve(4 * octant.nodes) ||
         !reserve_nodes(pos, 3, 8 * octant.nodes + circle_nodes) ||
-        !reserve_more(connect, 4, 8 * elements) || !circles.reserve(4 * arc_edges) ||
+        !scratch.reserve(4 * octant.nodes) || !reserve_more(connect, 4, 8 * elements) ||
+        !circles.reserve(4 * arc_edges) ||
         !octant_connect.reserve(Patches::least_rows, elements, 1) ||
         !octant_boundary.reserve(2, octant.edges, 1) ||
         !hemisphere_connect.reserve(Patches::least_rows, 4 * elements, 1)) {

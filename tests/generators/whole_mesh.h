@@ -15,26 +15,64 @@ namespace zel_test {
 
 using edge_list = std::vector<std::pair<unsigned, unsigned>>;
 
-/// All directed edges of the elements, sorted.
-inline edge_list directed_edges(const dense2D<unsigned>& connect) {
-    edge_list edges;
-    for (std::size_t e = 0; e < connect.cols; ++e) {
-        const unsigned n = corner_count(connect, e);
-        for (unsigned k = 0; k < n; ++k) edges.emplace_back(connect(k, e), connect((k + 1) % n, e));
+/// The directed edges of the elements, by the node that they leave. Nodes have few of them, so that
+/// looking an edge up is quick and nothing has to be sorted.
+class outgoing_edges {
+public:
+    outgoing_edges(const dense2D<unsigned>& connect, std::size_t nodes)
+        : first(nodes + 1, 0), bad(0) {
+        for_each(connect,
+                 [&](unsigned a, unsigned b) { a < nodes&& b < nodes ? ++first[a + 1] : ++bad; });
+        for (std::size_t i = 0; i < nodes; ++i) first[i + 1] += first[i];
+        to.resize(first[nodes]);
+        std::vector<unsigned> next(first.begin(), first.end() - 1);
+        for_each(connect, [&](unsigned a, unsigned b) {
+            if (a < nodes && b < nodes) to[next[a]++] = b;
+        });
     }
-    std::sort(edges.begin(), edges.end());
-    return edges;
-}
+    std::size_t count() const { return to.size(); }
+    /// Edges with an end that is no node.
+    std::size_t beyond() const { return bad; }
+    bool uses(unsigned node) const { return first[node] < first[node + 1]; }
+    bool has(unsigned a, unsigned b) const {
+        for (unsigned i = first[a]; i < first[a + 1]; ++i)
+            if (to[i] == b) return true;
+        return false;
+    }
+    /// Edges that come more than once, and edges from a node to itself.
+    std::size_t faults() const {
+        std::size_t n = 0;
+        for (unsigned a = 0; a + 1 < first.size(); ++a)
+            for (unsigned i = first[a]; i < first[a + 1]; ++i) {
+                n += to[i] == a;
+                for (unsigned j = first[a]; j < i; ++j) n += to[i] == to[j];
+            }
+        return n;
+    }
+    /// The edges that have no twin in the other direction: the border, sorted.
+    edge_list border() const {
+        edge_list edges;
+        for (unsigned a = 0; a + 1 < first.size(); ++a)
+            for (unsigned i = first[a]; i < first[a + 1]; ++i)
+                if (!has(to[i], a)) edges.emplace_back(a, to[i]);
+        std::sort(edges.begin(), edges.end());
+        return edges;
+    }
 
-/// The edges that have no twin in the other direction: the border, in the direction of the elements.
-inline edge_list border_edges(const edge_list& directed) {
-    edge_list border;
-    for (const auto& edge : directed)
-        if (!std::binary_search(directed.begin(), directed.end(),
-                                std::make_pair(edge.second, edge.first)))
-            border.push_back(edge);
-    return border;
-}
+private:
+    std::vector<unsigned> first; // of each node in `to`
+    std::vector<unsigned> to;
+    std::size_t bad;
+
+    template <class Take>
+    static void for_each(const dense2D<unsigned>& connect, Take take) {
+        for (std::size_t e = 0; e < connect.cols; ++e) {
+            const unsigned* const cell = connect[e];
+            const unsigned n = corner_count(connect, e);
+            for (unsigned k = 0; k < n; ++k) take(cell[k], cell[k + 1 == n ? 0 : k + 1]);
+        }
+    }
+};
 
 inline edge_list sorted_columns(const dense2D<unsigned>& edges) {
     edge_list list;
@@ -43,23 +81,21 @@ inline edge_list sorted_columns(const dense2D<unsigned>& edges) {
     return list;
 }
 
-/// Nodes in use - edges + elements. Expects that no directed edge comes twice and that every node of
-/// `pos` is in use and no element has a node twice.
-inline long euler_number(const dense2D<double>& pos, const dense2D<unsigned>& connect) {
-    const edge_list directed = directed_edges(connect);
-    EXPECT_TRUE(std::adjacent_find(directed.begin(), directed.end()) == directed.end())
-        << "an edge is run along twice in one direction";
-    std::vector<bool> used(pos.cols, false);
-    std::size_t degenerate = 0;
-    for (const auto& edge : directed) {
-        used.at(edge.first) = true;
-        degenerate += edge.first == edge.second;
-    }
-    EXPECT_EQ(0U, degenerate);
-    EXPECT_EQ(pos.cols, static_cast<std::size_t>(std::count(used.begin(), used.end(), true)));
-    const std::size_t border = border_edges(directed).size();
-    const std::size_t edges = (directed.size() - border) / 2 + border;
-    return static_cast<long>(pos.cols) - static_cast<long>(edges) + static_cast<long>(connect.cols);
+/// Expects a mesh of so many nodes on the elements `connect`: no directed edge comes twice, every node is
+/// in use and no element has a node twice; the edges without a twin are those of `border`; and the Euler
+/// number, nodes - edges + elements, is the given one.
+inline void expect_surface(long euler_number, const edge_list& border, std::size_t nodes,
+                           const dense2D<unsigned>& connect) {
+    const outgoing_edges edges(connect, nodes);
+    ASSERT_EQ(0U, edges.beyond());
+    EXPECT_EQ(0U, edges.faults()) << "an edge is run along twice, or goes nowhere";
+    std::size_t used = 0;
+    for (unsigned i = 0; i < nodes; ++i) used += edges.uses(i);
+    EXPECT_EQ(nodes, used);
+    EXPECT_EQ(border, edges.border());
+    const std::size_t undirected = (edges.count() - border.size()) / 2 + border.size();
+    EXPECT_EQ(euler_number, static_cast<long>(nodes) - static_cast<long>(undirected) +
+                                static_cast<long>(connect.cols));
 }
 
 /// The columns are one closed loop, each column going on where the one before ends.
