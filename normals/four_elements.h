@@ -21,15 +21,30 @@ struct sized_normal {
     double size() const noexcept { return n[3]; }
 };
 
-/// The corners of a triangle.
+/// The corners of a triangle, which has no gap. They are looked up when they are asked for: twelve
+/// addresses at a time would not fit into registers.
 struct triangle_corners {
-    const double* p[3];
+    const unsigned* nodes;
+    const points_view<3>& points;
+
+    const double* operator()(std::size_t k) const noexcept {
+        return points.first + nodes[k] * points.ld;
+    }
 };
 
 /// What the normal of an element of any kind is made of: a x b or a x c with a = p0 - p1, b = p2 - p3 and
 /// c = p2 - p4. Of a quadrilateral b and c are the same.
 struct any_corners {
     const double* p[5];
+
+    const double* operator()(std::size_t k) const noexcept { return p[k]; }
+};
+
+/// Columns of three, one right behind the other.
+struct packed_columns {
+    double* first;
+
+    double* operator[](std::size_t j) const noexcept { return first + 3 * j; }
 };
 
 /// The sums at the nodes of the elements from `cells` on, to which each element adds its unit normal,
@@ -37,7 +52,7 @@ struct any_corners {
 template <class Shape, bool BySize>
 struct node_sums {
     columns<const unsigned> cells;
-    columns<double> sums;
+    packed_columns sums;
 };
 
 #if defined(__x86_64__) && defined(__GNUC__)
@@ -55,7 +70,7 @@ four_nodes(const double* p, const double* q, const double* r, const double* s) n
 template <class Corners>
 [[gnu::target("avx2"), gnu::always_inline]] inline four_vectors<3>
 four_nodes(const Corners (&c)[4], std::size_t k) noexcept {
-    return four_nodes(c[0].p[k], c[1].p[k], c[2].p[k], c[3].p[k]);
+    return four_nodes(c[0](k), c[1](k), c[2](k), c[3](k));
 }
 
 [[gnu::target("avx2"), gnu::always_inline]] inline four_vectors<3>
@@ -64,16 +79,19 @@ differences(const four_vectors<3>& a, const four_vectors<3>& b) noexcept {
              _mm256_sub_pd(a.x[2], b.x[2])}};
 }
 
-/// Makes the vectors unit vectors and returns their lengths.
-[[gnu::target("avx2"), gnu::always_inline]] inline __m256d make_units(four_vectors<3>& v) noexcept {
+[[gnu::target("avx2"), gnu::always_inline]] inline __m256d
+lengths(const four_vectors<3>& v) noexcept {
+    return _mm256_sqrt_pd(squared_lengths<3>(v));
+}
+
+/// Makes vectors of these lengths unit vectors. The factor of a vector of length zero is 1; that of one
+/// of length 1 is so by itself.
+[[gnu::target("avx2"), gnu::always_inline]] inline void make_units(four_vectors<3>& v,
+                                                                   __m256d length) noexcept {
     const __m256d one = _mm256_set1_pd(1.0);
-    const __m256d q = squared_lengths<3>(v);
-    const __m256d length = _mm256_sqrt_pd(q);
-    const __m256d factor = _mm256_div_pd(one, length);
-    const __m256d stays = _mm256_or_pd(_mm256_cmp_pd(q, _mm256_setzero_pd(), _CMP_EQ_OQ),
-                                       _mm256_cmp_pd(q, one, _CMP_EQ_OQ));
-    for (auto& x : v.x) x = _mm256_blendv_pd(_mm256_mul_pd(x, factor), x, stays);
-    return _mm256_blendv_pd(length, q, stays);
+    const __m256d is_zero = _mm256_cmp_pd(length, _mm256_setzero_pd(), _CMP_EQ_OQ);
+    const __m256d factor = _mm256_div_pd(one, _mm256_or_pd(length, _mm256_and_pd(is_zero, one)));
+    for (auto& x : v.x) x = _mm256_mul_pd(x, factor);
 }
 
 /// The sides a, b and c that normals are made of.
@@ -97,9 +115,9 @@ sides_of(const any_corners (&corners)[4]) noexcept {
 [[gnu::target("avx2"), gnu::always_inline]] inline four_vectors<3>
 four_normals(const normal_sides& s) noexcept {
     const __m256d shorter = _mm256_min_pd(squared_lengths<3>(s.b), squared_lengths<3>(s.a));
-    const __m256d mask = _mm256_cmp_pd(squared_lengths<3>(s.c), shorter, _CMP_GT_OQ);
+    const __m256d longer = squared_lengths<3>(s.c);
     four_vectors<3> d;
-    for (std::size_t i = 0; i < 3; ++i) d.x[i] = _mm256_blendv_pd(s.c.x[i], s.b.x[i], mask);
+    for (std::size_t i = 0; i < 3; ++i) d.x[i] = longer > shorter ? s.b.x[i] : s.c.x[i];
     return {{minors<3>(s.a, d, 1, 2), minors<3>(s.a, d, 2, 0), minors<3>(s.a, d, 0, 1)}};
 }
 
@@ -118,19 +136,13 @@ store(const four_vectors<3>& v, __m256d size, sized_normal* out) noexcept {
 
 /// Writes four vectors into columns; their sizes are dropped.
 [[gnu::target("avx2"), gnu::always_inline]] inline void store(const four_vectors<3>& v, __m256d,
-                                                              columns<double> out) noexcept {
-    const __m256d even = _mm256_unpacklo_pd(v.x[0], v.x[1]);
-    const __m256d odd = _mm256_unpackhi_pd(v.x[0], v.x[1]);
-    const __m128d low = _mm256_castpd256_pd128(v.x[2]);
-    const __m128d high = _mm256_extractf128_pd(v.x[2], 1);
-    _mm_storeu_pd(out[0], _mm256_castpd256_pd128(even));
-    _mm_storel_pd(out[0] + 2, low);
-    _mm_storeu_pd(out[1], _mm256_castpd256_pd128(odd));
-    _mm_storeh_pd(out[1] + 2, low);
-    _mm_storeu_pd(out[2], _mm256_extractf128_pd(even, 1));
-    _mm_storel_pd(out[2] + 2, high);
-    _mm_storeu_pd(out[3], _mm256_extractf128_pd(odd, 1));
-    _mm_storeh_pd(out[3] + 2, high);
+                                                              packed_columns out) noexcept {
+    const __m256d xy = _mm256_unpacklo_pd(v.x[0], v.x[1]);
+    const __m256d yz = _mm256_unpackhi_pd(v.x[1], v.x[2]);
+    const __m256d zx = _mm256_shuffle_pd(v.x[2], v.x[0], 0b1010);
+    _mm256_storeu_pd(out.first, _mm256_permute2f128_pd(xy, zx, 0x20));
+    _mm256_storeu_pd(out.first + 4, _mm256_blend_pd(yz, xy, 0b1100));
+    _mm256_storeu_pd(out.first + 8, _mm256_permute2f128_pd(zx, yz, 0x31));
 }
 
 /// Adds four vectors to the sums at the nodes of their elements.
@@ -165,47 +177,70 @@ inline node_sums<Shape, BySize> shifted(const node_sums<Shape, BySize>& out,
                                         std::size_t i) noexcept {
     return {{out.cells[i], out.cells.ld}, out.sums};
 }
-inline columns<double> shifted(const columns<double>& out, std::size_t i) noexcept {
-    return {out[i], out.ld};
+inline packed_columns shifted(packed_columns out, std::size_t i) noexcept {
+    return {out[i]};
 }
 
-/// The normals of `count` elements, at most `normal_run`, from `first` on, four by four; `corners_of(e)`
-/// tells what element e is made of. `out` is where they go: `sized_normal*`, columns or `node_sums`, of
-/// element `first` and those behind it. Returns how many were found; the rest is left over.
+/// Vectors on their way to unit vectors: `at_root` were found last, `at_division` the time before.
+struct units_in_work {
+    four_vectors<3> at_root;
+    four_vectors<3> at_division;
+    __m256d length;
+};
+
+/// Everything moves on; `next` come in, and those at the division are done.
+[[gnu::target("avx2"), gnu::always_inline]] inline void
+move_on(units_in_work& work, const four_vectors<3>& next) noexcept {
+    work.length = lengths(work.at_root);
+    work.at_division = work.at_root;
+    work.at_root = next;
+}
+
+/// The normals of `count` elements from `first` on, four by four; `corners_of(e)` tells what element e is
+/// made of. `out` is where they go: `sized_normal*`, columns or `node_sums`, of element `first` and those
+/// behind it. Returns how many were found; the rest is left over.
 ///
-/// Roots and divisions come in a loop of their own: behind the fetching of corners they would be waited
-/// for one after the other.
+/// While the corners of four elements are fetched, the roots of the four before them and the divisions of
+/// the four before those are taken. All in one go would be waited for: a division that follows its root
+/// stops the multiplications as well.
 template <bool Unit, class CornersOf, class Out>
 [[gnu::target("avx2")]] inline std::size_t
 find_normals_by_four(const CornersOf corners_of, std::size_t first, std::size_t count,
-                     const Out& out) noexcept {
+                     const Out out) noexcept {
     using corners = decltype(corners_of(first));
+    constexpr std::size_t behind = Unit ? 8 : 0;
     const std::size_t done = count / 4 * 4;
-    double v[3][normal_run];
+    const four_vectors<3> none{{_mm256_setzero_pd(), _mm256_setzero_pd(), _mm256_setzero_pd()}};
+    units_in_work work{none, none, _mm256_setzero_pd()};
     for (std::size_t i = 0; i < done; i += 4) {
         const corners c[4] = {corners_of(first + i), corners_of(first + i + 1),
                               corners_of(first + i + 2), corners_of(first + i + 3)};
         const four_vectors<3> n = four_normals(sides_of(c));
-        for (std::size_t k = 0; k < 3; ++k) _mm256_storeu_pd(v[k] + i, n.x[k]);
+        if constexpr (Unit) {
+            make_units(work.at_division, work.length);
+            if (i >= behind) store(work.at_division, work.length, shifted(out, i - behind));
+            move_on(work, n);
+        } else {
+            store(n, _mm256_setzero_pd(), shifted(out, i));
+        }
     }
-    for (std::size_t i = 0; i < done; i += 4) {
-        four_vectors<3> n;
-        for (std::size_t k = 0; k < 3; ++k) n.x[k] = _mm256_loadu_pd(v[k] + i);
-        __m256d size = _mm256_setzero_pd();
-        if constexpr (Unit) size = make_units(n);
-        store(n, size, shifted(out, i));
+    for (std::size_t i = done; i < done + behind; i += 4) {
+        make_units(work.at_division, work.length);
+        if (i >= behind) store(work.at_division, work.length, shifted(out, i - behind));
+        move_on(work, none);
     }
     return done;
 }
 
 /// Makes `count` vectors unit vectors, four by four. Returns how many were done; the rest is left over.
-[[gnu::target("avx2")]] inline std::size_t make_units_by_four(columns<double> vectors,
+[[gnu::target("avx2")]] inline std::size_t make_units_by_four(packed_columns vectors,
                                                               std::size_t count) noexcept {
     std::size_t j = 0;
     for (; count - j >= 4; j += 4) {
         four_vectors<3> v = four_nodes(vectors[j], vectors[j + 1], vectors[j + 2], vectors[j + 3]);
-        const __m256d size = make_units(v);
-        store(v, size, shifted(vectors, j));
+        const __m256d length = lengths(v);
+        make_units(v, length);
+        store(v, length, shifted(vectors, j));
     }
     return j;
 }
@@ -214,11 +249,11 @@ find_normals_by_four(const CornersOf corners_of, std::size_t first, std::size_t 
 
 template <bool Unit, class CornersOf, class Out>
 inline std::size_t find_normals_by_four(const CornersOf&, std::size_t, std::size_t,
-                                        const Out&) noexcept {
+                                        const Out) noexcept {
     return 0;
 }
 
-inline std::size_t make_units_by_four(columns<double>, std::size_t) noexcept {
+inline std::size_t make_units_by_four(packed_columns, std::size_t) noexcept {
     return 0;
 }
 

@@ -30,13 +30,12 @@ struct surface_elements {
     }
 
     auto corners_of(std::size_t e) const noexcept {
-        static constexpr double origin[3] = {0, 0, 0}; // an element with a gap collapses in it
         const unsigned* const n = cells[e];
-        const auto p = [&](std::size_t k) { return points.first + n[k] * points.ld; };
-        if constexpr (std::is_same_v<Shape, triangle_cells>) {
-            if (has_gap(n)) return triangle_corners{{origin, origin, origin}};
-            return triangle_corners{{p(0), p(1), p(2)}};
+        if constexpr (std::is_same_v<Shape, triangle_cells> && !Gaps) {
+            return triangle_corners{n, points};
         } else {
+            static constexpr double origin[3] = {0, 0, 0}; // an element with a gap collapses in it
+            const auto p = [&](std::size_t k) { return points.first + n[k] * points.ld; };
             if (has_gap(n)) return any_corners{{origin, origin, origin, origin, origin}};
             if (Shape::corners(n) == 3) return any_corners{{p(0), p(2), p(1), p(2), p(0)}};
             return any_corners{{p(2), p(0), p(3), p(1), p(1)}};
@@ -76,34 +75,27 @@ struct surface_elements {
     }
 
     /// Writes the normals of all elements.
-    void write(columns<double> out) const noexcept {
-        for (std::size_t first = 0; first < count; first += normal_run) {
-            const std::size_t n = std::min(normal_run, count - first);
-            const columns<double> run{out[first], out.ld};
-            for (std::size_t i = find_by_four(first, n, run); i < n; ++i)
-                std::copy_n(find_one(first + i).n, 3, run[i]);
-        }
+    void write(packed_columns out) const noexcept {
+        for (std::size_t e = find_by_four(0, count, out); e < count; ++e)
+            std::copy_n(find_one(e).n, 3, out[e]);
     }
 
     /// `sum_directions`, and in the loop that finds the normals where that goes.
     template <bool BySize>
-    void sum(columns<double> sums) const noexcept {
-        if (Gaps || !has_four_lanes()) return sum_directions<3, BySize>(*this, sums);
-        for (std::size_t first = 0; first < count; first += normal_run) {
-            const std::size_t n = std::min(normal_run, count - first);
-            const node_sums<Shape, BySize> run{{cells[first], cells.ld}, sums};
-            for (std::size_t i = find_by_four(first, n, run); i < n; ++i) {
-                const unsigned* const nodes = run.cells[i];
-                const sized_normal found = find_one(first + i);
-                add_direction<3, BySize>(found.vector(), found.size(), nodes, corners(nodes), sums);
-            }
+    void sum(packed_columns sums) const noexcept {
+        if (Gaps || !has_four_lanes()) return sum_directions<3, BySize>(*this, {sums.first, 3});
+        const node_sums<Shape, BySize> out{cells, sums};
+        for (std::size_t e = find_by_four(0, count, out); e < count; ++e) {
+            const sized_normal found = find_one(e);
+            add_direction<3, BySize>(found.vector(), found.size(), cells[e], corners(cells[e]),
+                                     columns<double>{sums.first, 3});
         }
     }
 };
 
-void make_units(std::size_t n, columns<double> vectors) noexcept {
+void make_units(std::size_t n, packed_columns vectors) noexcept {
     const std::size_t done = has_four_lanes() ? make_units_by_four(vectors, n) : 0;
-    make_unit_columns<3>(n - done, {vectors[done], vectors.ld});
+    make_unit_columns<3>(n - done, {vectors[done], 3});
 }
 
 template <bool Unit, bool Gaps, class Work>
@@ -160,16 +152,16 @@ bool for_each_part(const dense2D<double>& pos, const dense2D<unsigned>& connect,
 /// Writes the normals of all elements. False: a node does not exist.
 template <bool Unit>
 bool write_normals(const dense2D<double>& pos, const dense2D<unsigned>& connect,
-                   columns<double> out) noexcept {
+                   packed_columns out) noexcept {
     return for_each_part<Unit>(pos, connect, [&](std::size_t first, const auto& elements) {
-        elements.write({out[first], out.ld});
+        elements.write({out[first]});
     });
 }
 
 /// Node normals that need no weights. `normals` has a zero vector for each node. False: a node does
 /// not exist.
 bool find_directions(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool by_size,
-                     columns<double> normals) noexcept {
+                     packed_columns normals) noexcept {
     const bool exist = for_each_part<true>(pos, connect, [&](std::size_t, const auto& elements) {
         if (by_size) {
             elements.template sum<true>(normals);
@@ -185,7 +177,7 @@ int find_node_normals(const dense2D<double>& pos, const dense2D<unsigned>& conne
                       bool unit, dense2D<double>& N) noexcept {
     const bool room = N.resize(3, pos.cols, 0.0);
     if (room && needs_no_weights(power, unit))
-        return find_directions(pos, connect, power == 1, columns_of(N)) ? status_ok : -2;
+        return find_directions(pos, connect, power == 1, {N.data()}) ? status_ok : -2;
     bool gaps;
     if (!nodes_exist(pos, connect, gaps)) return -2;
     const bool done = room && with_elements<true>(pos, connect, gaps, [&](const auto& elements) {
@@ -217,7 +209,7 @@ int normals(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool u
         bool gaps;
         return nodes_exist(given, connect, gaps) ? status_memory : -2;
     }
-    const auto out = columns_of(N);
+    const packed_columns out{N.data()};
     if (unit ? write_normals<true>(given, connect, out)
              : write_normals<false>(given, connect, out)) {
         return status_ok;
