@@ -24,7 +24,8 @@ namespace zel::tessel2d {
 /// @retval 0     done, or nothing to do.
 /// @retval -1    `pos` has not 2 rows.
 /// @retval -2    `connectE2` has not 2 rows or names a node that does not exist.
-/// @retval -3    `V` has not 2 rows; or, tested last, it lacks the column of a node of the profile.
+/// @retval -3    `V` has not 2 rows; or, tested last and only if there are layers, it lacks the column of
+///               a node of the profile.
 /// @retval -5    `connectQ4` holds columns of another height.
 /// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
 /// A negative status leaves all arguments as they were.
