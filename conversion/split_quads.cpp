@@ -13,16 +13,23 @@ namespace {
 /// Writes triangles into columns of 3 rows, or of 4 rows with the mark of a triangle.
 template <std::size_t Rows>
 struct triangle_writer {
-    unsigned* at;
+    unsigned* first;
     std::size_t ld;
+    std::size_t behind = 0; ///< from the first column to the one that is written next
 
-    void put(unsigned a, unsigned b, unsigned c) noexcept {
-        at[0] = a;
-        at[1] = b;
-        at[2] = c;
-        if constexpr (Rows == 4) at[3] = no_node;
-        at += ld;
+    unsigned* next() noexcept {
+        unsigned* const column = first + behind;
+        behind += ld;
+        return column;
     }
+    void put(unsigned a, unsigned b, unsigned c) noexcept {
+        unsigned* const column = next();
+        column[0] = a;
+        column[1] = b;
+        column[2] = c;
+        if constexpr (Rows == 4) column[3] = no_node;
+    }
+    std::size_t columns_written() const noexcept { return behind / ld; }
     /// The two triangles of a quadrilateral that is cut along its first diagonal.
     void put_both(const unsigned* q) noexcept {
         put(q[0], q[1], q[2]);
@@ -225,14 +232,10 @@ std::size_t write_selected(const dense2D<double>& pos, const dense2D<unsigned>& 
                            int by, triangle_writer<4> out) noexcept {
     const points_view<Dim> points(pos);
     const auto cells = columns_of(elements);
-    const unsigned* const first = out.at;
-    for (const unsigned e : kept) {
-        std::copy_n(cells[e], 4, out.at);
-        out.at += out.ld;
-    }
+    for (const unsigned e : kept) std::copy_n(cells[e], 4, out.next());
     for (const unsigned e : split)
         if (mixed_cells::corners(cells[e]) == 4) cut_best<Dim>(points, cells[e], by, out);
-    return static_cast<std::size_t>(out.at - first) / out.ld;
+    return out.columns_written();
 }
 
 } // namespace

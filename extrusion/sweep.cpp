@@ -108,18 +108,18 @@ struct triangle_writer {
 /// written again and again into contiguous columns.
 template <class Writer>
 void write_layers_of_edge(std::uint64_t layers, unsigned n, bool even, unsigned a, unsigned b,
-                          unsigned c, unsigned d, columns<unsigned> out) noexcept {
+                          unsigned c, unsigned d, columns<unsigned> out,
+                          std::size_t next) noexcept {
     constexpr std::size_t per_cell = Writer::per_cell * Writer::rows;
     constexpr std::size_t entries = 2 * per_cell;
-    unsigned* to = out.first;
     const auto write_cell = [&] {
-        Writer::write(to, out.ld, even, a, b, c, d);
+        Writer::write(out[next], out.ld, even, a, b, c, d);
         even = !even;
         a = d;
         b = c;
         c += n;
         d += n;
-        to += Writer::per_cell * out.ld;
+        next += Writer::per_cell;
     };
     std::uint64_t k = 1;
     write_cell();
@@ -128,8 +128,10 @@ void write_layers_of_edge(std::uint64_t layers, unsigned n, bool even, unsigned 
         Writer::write(stencil, Writer::rows, even, a, b, c, d);
         Writer::write(stencil + per_cell, Writer::rows, !even, d, c, c + n, d + n);
         unsigned done = 0;
+        unsigned* to = out[next];
         for (; k + 2 <= layers; k += 2, to += entries, done += 2 * n)
             for (std::size_t i = 0; i < entries; ++i) to[i] = stencil[i] + done;
+        next += Writer::per_cell * (k - 1);
         a += done;
         b += done;
         c += done;
@@ -139,7 +141,7 @@ void write_layers_of_edge(std::uint64_t layers, unsigned n, bool even, unsigned 
 }
 
 template <class Writer>
-void write_sides(const swept_profile& profile, columns<unsigned> out) noexcept {
+void write_sides(const swept_profile& profile, columns<unsigned> out, std::size_t next) noexcept {
     const auto edges = columns_of(profile.edges);
     const auto places = columns_of(profile.places);
     const auto n = static_cast<unsigned>(profile.nodes.size);
@@ -147,27 +149,29 @@ void write_sides(const swept_profile& profile, columns<unsigned> out) noexcept {
     const std::size_t columns_of_edge = Writer::per_cell * profile.layers;
     for (std::size_t e = 0; e < profile.edges.cols; ++e) {
         write_layers_of_edge<Writer>(profile.layers, n, e % 2 == 0, edges[e][0], edges[e][1],
-                                     first + places[e][1], first + places[e][0], out);
-        out.first += columns_of_edge * out.ld;
+                                     first + places[e][1], first + places[e][0], out, next);
+        next += columns_of_edge;
     }
 }
 
 } // namespace
 
-void quad_sides::write(const swept_profile& profile, columns<unsigned> out) const noexcept {
-    write_sides<quad_writer>(profile, out);
+void quad_sides::write(const swept_profile& profile, columns<unsigned> out,
+                       std::size_t next) const noexcept {
+    write_sides<quad_writer>(profile, out, next);
 }
 
-void triangle_sides::write(const swept_profile& profile, columns<unsigned> out) const noexcept {
+void triangle_sides::write(const swept_profile& profile, columns<unsigned> out,
+                           std::size_t next) const noexcept {
     switch (pattern) {
     case 0:
-        write_sides<triangle_writer<0>>(profile, out);
+        write_sides<triangle_writer<0>>(profile, out, next);
         break;
     case 2:
-        write_sides<triangle_writer<2>>(profile, out);
+        write_sides<triangle_writer<2>>(profile, out, next);
         break;
     default:
-        write_sides<triangle_writer<1>>(profile, out);
+        write_sides<triangle_writer<1>>(profile, out, next);
         break;
     }
 }

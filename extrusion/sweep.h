@@ -74,7 +74,8 @@ struct quad_sides {
     static constexpr int more_arguments = 0;   ///< of the function, compared with quadrilaterals
 
     bool valid() const noexcept { return true; }
-    void write(const swept_profile& profile, columns<unsigned> out) const noexcept;
+    void write(const swept_profile& profile, columns<unsigned> out,
+               std::size_t next) const noexcept;
 };
 
 /// Each edge becomes a row of quadrilaterals cut in two: by 0 from the far end of the edge back to its
@@ -87,7 +88,8 @@ struct triangle_sides {
     int pattern;
 
     bool valid() const noexcept { return static_cast<unsigned>(pattern) < 3; }
-    void write(const swept_profile& profile, columns<unsigned> out) const noexcept;
+    void write(const swept_profile& profile, columns<unsigned> out,
+               std::size_t next) const noexcept;
 };
 
 // ------------------------------------------------------------------------------------------ steps
@@ -109,15 +111,15 @@ int prepare_sweep(const sweep_frame& frame, dense2D<double>& pos, const dense2D<
 /// So many nodes of the profile are gathered at a time, for all layers.
 constexpr std::size_t strip_width = 512;
 
-/// Writes one layer of a strip, columns `ld` apart.
+/// Writes one layer of a strip from `out` on, columns `ld` apart.
 template <int Dim, class Step, std::size_t N>
 void write_strip(const Step& moved, const double (&from)[N][strip_width], std::size_t width,
                  double* out, std::size_t ld) noexcept {
-    for (std::size_t t = 0; t < width; ++t, out += ld) {
+    for (std::size_t t = 0; t < width; ++t) {
         vector_fixed<double, N> origin;
         for (std::size_t c = 0; c < N; ++c) origin[c] = from[c][t];
         const point<Dim> p = moved(origin);
-        for (std::size_t c = 0; c < Dim; ++c) out[c] = p[c];
+        for (std::size_t c = 0; c < Dim; ++c) out[t * ld + c] = p[c];
     }
 }
 
@@ -162,7 +164,7 @@ int sweep(dense2D<double>& pos, const dense2D<unsigned>& profile, const Motion& 
     const sweep_frame frame{Dim, Sides::rows, Sides::per_cell, rows_after_failure};
     const int status = prepare_sweep(frame, pos, profile, connect, swept);
     if (status != status_ok || plan.layers == 0) return status;
-    sides.write(swept, {connect[first_element], connect.ld});
+    sides.write(swept, columns_of(connect), first_element);
     write_layers<Dim>(swept, plan, motion, pos);
     return status_ok;
 }

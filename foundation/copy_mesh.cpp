@@ -53,16 +53,17 @@ bool find_used(const dense2D<unsigned>& source, std::size_t nodes, used_nodes& u
     return true;
 }
 
-/// Writes one copy of the nodes in use behind one another, starting at `out`.
+/// Writes one copy of the nodes in use into the columns from `first` on, which are columns of `pos`.
 template <int Dim, class Turn>
-void copy_nodes(const dense2D<double>& pos, const used_nodes& used, const Turn& turn,
-                const point<Dim>& center, const point<Dim>& way, double* out) noexcept {
+void copy_nodes(dense2D<double>& pos, const used_nodes& used, const Turn& turn,
+                const point<Dim>& center, const point<Dim>& way, std::size_t first) noexcept {
     const points_view<Dim> points(pos);
+    const columns<double> out = columns_of(pos);
     for (std::size_t k = 0; k < used.range; ++k) {
         if (used.ranks[k] == no_node) continue;
         const point<Dim> d = turn(difference<Dim>(points[used.low + k], center));
-        for (std::size_t i = 0; i < Dim; ++i) out[i] = (center[i] + d[i]) + way[i];
-        out += pos.ld;
+        double* const to = out[first + used.ranks[k]];
+        for (std::size_t i = 0; i < Dim; ++i) to[i] = (center[i] + d[i]) + way[i];
     }
 }
 
@@ -109,7 +110,7 @@ int append_copies(dense2D<double>& pos, dense2D<unsigned>& connect, const point<
         const std::size_t first_new = first_node + (k - 1) * used.count;
         point<Dim> way;
         for (std::size_t i = 0; i < Dim; ++i) way[i] = multiple * translation[i];
-        copy_nodes<Dim>(pos, used, turns(multiple), center, way, pos[first_new]);
+        copy_nodes<Dim>(pos, used, turns(multiple), center, way, first_new);
         copy_elements(source, used, first_new,
                       {connect[first_element + (k - 1) * source.cols], connect.ld});
     }

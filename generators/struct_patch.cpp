@@ -82,9 +82,11 @@ void place_interior_nodes(const struct_patch& patch, dense2D<double>& pos) noexc
                                        c3};
             double placed[std::size_t{Dim}][strip_width];
             line.evaluate(s, placed);
-            double* out = nodes[patch.first_new + (i - 1) * (patch.n - 1) + (j - 1)];
-            for (std::size_t t = 0; t < s.width; ++t, out += nodes.ld)
+            const std::size_t first = patch.first_new + (i - 1) * (patch.n - 1) + (j - 1);
+            for (std::size_t t = 0; t < s.width; ++t) {
+                double* const out = nodes[first + t];
                 for (std::size_t k = 0; k < Dim; ++k) out[k] = placed[k][t];
+            }
         }
     }
 }
@@ -130,8 +132,8 @@ struct triangle_writer {
 // after two cells. So two cells make a stencil that is written again and again, in contiguous columns,
 // while its node numbers grow by two; a marked row stays.
 template <class Writer>
-unsigned* write_interior_cells(std::size_t i, std::size_t j, std::size_t pairs, unsigned a,
-                               unsigned b, unsigned* out) noexcept {
+void write_interior_cells(std::size_t i, std::size_t j, std::size_t pairs, unsigned a, unsigned b,
+                          unsigned* out) noexcept {
     constexpr std::size_t per_cell = Writer::columns * Writer::rows;
     constexpr std::size_t entries = 2 * per_cell;
     unsigned stencil[entries];
@@ -144,30 +146,30 @@ unsigned* write_interior_cells(std::size_t i, std::size_t j, std::size_t pairs, 
     unsigned grown = 0;
     for (std::size_t pair = 0; pair < pairs; ++pair, out += entries, grown += 2)
         for (std::size_t k = 0; k < entries; ++k) out[k] = stencil[k] + (grown & grows[k]);
-    return out;
 }
 
-/// Writes the elements of all cells from `out` on, i outer and j inner.
+/// Writes the elements of all cells into the columns from `next` on, i outer and j inner.
 template <class Writer>
-void write_cells(const struct_patch& patch, unsigned* out, std::size_t ld) noexcept {
+void write_cells(const struct_patch& patch, columns<unsigned> out, std::size_t next) noexcept {
     for (std::size_t i = 0; i < patch.n1; ++i) {
         unsigned a = struct_node_id(patch, i, 0);
         unsigned b = struct_node_id(patch, i + 1, 0);
         std::size_t j = 0;
         const auto write_up_to = [&](std::size_t end) {
-            for (; j < end; ++j, out += Writer::columns * ld) {
+            for (; j < end; ++j, next += Writer::columns) {
                 const unsigned c = struct_node_id(patch, i + 1, j + 1);
                 const unsigned d = struct_node_id(patch, i, j + 1);
-                Writer::write(out, ld, i, j, a, b, c, d);
+                Writer::write(out[next], out.ld, i, j, a, b, c, d);
                 a = d;
                 b = c;
             }
         };
-        if (i > 0 && i + 1 < patch.n1 && patch.n > 3 && ld == Writer::rows) {
+        if (i > 0 && i + 1 < patch.n1 && patch.n > 3 && out.ld == Writer::rows) {
             write_up_to(1);
             const std::size_t pairs = (patch.n - 2) / 2;
-            out = write_interior_cells<Writer>(i, j, pairs, a, b, out);
+            write_interior_cells<Writer>(i, j, pairs, a, b, out[next]);
             j += 2 * pairs;
+            next += 2 * pairs * Writer::columns;
             a = patch.interior(i, j);
             b = patch.interior(i + 1, j);
         }
@@ -176,17 +178,17 @@ void write_cells(const struct_patch& patch, unsigned* out, std::size_t ld) noexc
 }
 
 template <std::size_t Rows>
-void write_triangles(const struct_patch& patch, int pattern, unsigned* out,
-                     std::size_t ld) noexcept {
+void write_triangles(const struct_patch& patch, int pattern, columns<unsigned> out,
+                     std::size_t next) noexcept {
     switch (pattern) {
     case 0:
-        write_cells<triangle_writer<Rows, 0>>(patch, out, ld);
+        write_cells<triangle_writer<Rows, 0>>(patch, out, next);
         break;
     case 1:
-        write_cells<triangle_writer<Rows, 1>>(patch, out, ld);
+        write_cells<triangle_writer<Rows, 1>>(patch, out, next);
         break;
     default:
-        write_cells<triangle_writer<Rows, 2>>(patch, out, ld);
+        write_cells<triangle_writer<Rows, 2>>(patch, out, next);
         break;
     }
 }
@@ -263,7 +265,7 @@ int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, u
     if (!grow_outputs(pos, n1, n, 4, 1, connect)) return status_memory;
     const struct_patch patch{loop.data(), n1, n, first_new};
     place_nodes(patch, pos);
-    write_cells<quad_writer>(patch, connect[first_element], connect.ld);
+    write_cells<quad_writer>(patch, columns_of(connect), first_element);
     return status_ok;
 }
 
@@ -284,9 +286,9 @@ int mesh_struct_T3(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, u
     const struct_patch patch{loop.data(), n1, n, first_new};
     place_nodes(patch, pos);
     if (rows == 4) {
-        write_triangles<4>(patch, pattern, connect[first_element], connect.ld);
+        write_triangles<4>(patch, pattern, columns_of(connect), first_element);
     } else {
-        write_triangles<3>(patch, pattern, connect[first_element], connect.ld);
+        write_triangles<3>(patch, pattern, columns_of(connect), first_element);
     }
     return status_ok;
 }
