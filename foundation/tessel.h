@@ -130,32 +130,35 @@ ZEL_TESSEL2D_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
 /// Finds nodes of a planar mesh near a point. Built once by the host; it keeps a copy of what it needs
 /// and does not follow later changes of the coordinates.
 ///
-/// A tree over the nodes, each branch cut in halves of equal count along its longer side, so that
-/// clusters and stretched meshes cost no more than even ones. Copies share their memory. All queries are
-/// const and may run on several threads at once.
+/// A grid of cells over the nodes, and grids within the crowded cells, so that clusters and graded meshes
+/// cost no more than even ones. Copies share their memory. All queries are const and may run on several
+/// threads at once.
 /// @snippet examples/services.cpp nearest_node
 class ZEL_TESSEL2D_API node_detector {
 public:
     /// Takes the columns of `pos` whose coordinates are both finite. It holds no node if `pos` does
     /// not have 2 rows, has more columns than 32-bit numbers count, or if memory is exhausted.
-    /// Cost: n log n, and about 22 bytes per node to keep.
+    /// Cost: proportional to the nodes, unless sizes differ by many orders of magnitude: then n log n.
+    /// About 26 bytes per node to keep, more when there are many grids; twice as much while it is made.
     explicit node_detector(const dense2D<double>& pos) noexcept;
 
     /// The number of a node near the point, quickly: not always the nearest one. 0xFFFFFFFF when it
-    /// holds no node or when a coordinate of the point is not finite. Cost: log n.
+    /// holds no node or when a coordinate of the point is not finite. Cost: a few cells, whatever the
+    /// number of nodes, unless sizes differ by many orders of magnitude: then log n.
     unsigned find_close(const vector_fixed<double, 2>& point) const noexcept;
 
     /// The number of the nearest node, of several as near the lowest, also for points far outside the
-    /// mesh. 0xFFFFFFFF as for `find_close`. Cost: log n, unless many nodes are almost equally near.
+    /// mesh: distances are compared without rounding. 0xFFFFFFFF as for `find_close`. Cost: as for
+    /// `find_close`, unless many nodes are almost equally near.
     unsigned find_closest(const vector_fixed<double, 2>& point) const noexcept;
 
     /// The number of nodes it holds.
     std::size_t size() const noexcept { return nodes_.size; }
 
 private:
-    dense1D<double, 8> points_;  // x, y of the nodes in the order of the tree
-    dense1D<unsigned, 8> nodes_; // their numbers
-    dense1D<double, 8> cuts_;    // for each branch the place and the direction of the cut
+    dense1D<vector_fixed<double, 3>, 8> nodes_; // sorted: x, y and number
+    dense1D<unsigned, 8> numbers_;              // for each cell its first node, and its own grid
+    dense1D<vector_fixed<double, 10>, 8> branches_; // the grids
 };
 
 /// Combines two anisotropic size tensors into the one that asks for the smaller of the two sizes in

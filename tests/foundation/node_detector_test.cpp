@@ -4,6 +4,7 @@
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
 
+#include <map>
 #include <thread>
 
 namespace {
@@ -198,6 +199,155 @@ TEST(NodeDetector, AgreesWithBruteForce) {
                 EXPECT_EQ(brute_force(pos, u, v), detector.find_closest({u, v}));
             }
         }
+    }
+}
+
+// ------------------------------------------------------------------ crowded cells and odd distributions
+
+/// `n` nodes of a distribution that leaves a plain grid mostly empty or crowds a few of its cells.
+enum distribution {
+    nested_clusters,
+    two_places,
+    all_scales,
+    diagonal,
+    flat_line,
+    upright_line,
+    copies
+};
+constexpr distribution distributions[] = {nested_clusters, two_places,   all_scales, diagonal,
+                                          flat_line,       upright_line, copies};
+
+dense2D<double> distributed(distribution kind, std::size_t n, random_numbers& random) {
+    dense2D<double> pos(2, n);
+    for (std::size_t i = 0; i < n; ++i) {
+        const double t = random.unit();
+        const unsigned level = random.below(6);
+        for (std::size_t r = 0; r < 2; ++r) {
+            double x = random.unit();
+            if (kind == nested_clusters) x = 0.3 + (x - 0.3) * std::pow(1e-3, level);
+            if (kind == two_places) x = 1e-9 * x + (t < 0.4 ? -1e6 : 1e6);
+            if (kind == all_scales) x = std::ldexp(1 + x, -static_cast<int>(random.below(1000)));
+            if (kind == diagonal) x = t;
+            if (kind == flat_line) x = r == 0 ? t : 0.25;
+            if (kind == upright_line) x = r == 0 ? 0.25 : t;
+            if (kind == copies) x = level == 0 ? x : 0.5; // five of six on one point
+            pos(r, i) = x;
+        }
+    }
+    return pos;
+}
+
+TEST(NodeDetector, CrowdedCellsAndEmptyOnesAgreeWithBruteForce) {
+    for (const distribution kind : distributions) {
+        SCOPED_TRACE(testing::Message() << "distribution " << kind);
+        random_numbers random(23);
+        const auto pos = distributed(kind, 3000, random);
+        const node_detector detector(pos);
+        for (int k = 0; k < 200; ++k) {
+            const unsigned i = random.below(3000);
+            expect_nearest(pos, detector, pos(0, i), pos(1, i));
+            const double near = std::pow(10.0, -static_cast<int>(random.below(14)));
+            expect_nearest(pos, detector, pos(0, i) + near * random.between(-1, 1),
+                           pos(1, i) + near * random.between(-1, 1));
+            const double far = std::pow(10.0, random.below(13));
+            expect_nearest(pos, detector, random.between(-far, far), random.between(-far, far));
+        }
+    }
+}
+
+TEST(NodeDetector, EveryNodeOfADistributionFindsItselfOrItsLowestCopy) {
+    for (const distribution kind : distributions) {
+        SCOPED_TRACE(testing::Message() << "distribution " << kind);
+        random_numbers random(29);
+        const auto pos = distributed(kind, 20000, random);
+        const node_detector detector(pos);
+        EXPECT_EQ(20000U, detector.size());
+        std::map<std::pair<double, double>, unsigned> lowest;
+        for (unsigned i = 0; i < pos.cols; ++i) lowest.emplace(std::pair(pos(0, i), pos(1, i)), i);
+        for (unsigned i = 0; i < pos.cols; ++i) {
+            const unsigned expected = lowest[{pos(0, i), pos(1, i)}];
+            ASSERT_EQ(expected, detector.find_closest({pos(0, i), pos(1, i)})) << i;
+        }
+    }
+}
+
+__extension__ typedef __int128 wide_integer;
+
+/// The nearest node, the lowest of equals, without any rounding: coordinates in units of 2^-20.
+unsigned exact_nearest(const dense2D<double>& pos, double x, double y) {
+    const auto units = [](double c) { return static_cast<wide_integer>(std::ldexp(c, 20)); };
+    unsigned best = no_node;
+    wide_integer least = 0;
+    for (unsigned i = 0; i < pos.cols; ++i) {
+        const wide_integer dx = units(x) - units(pos(0, i));
+        const wide_integer dy = units(y) - units(pos(1, i));
+        const wide_integer square = dx * dx + dy * dy;
+        if (best == no_node || square < least) {
+            least = square;
+            best = i;
+        }
+    }
+    return best;
+}
+
+TEST(NodeDetector, TiesAndAlmostTiesAreDecidedWithoutRounding) {
+    random_numbers random(31);
+    const auto draw = [&](double extent) { // a multiple of 2^-20
+        return std::ldexp(std::floor(std::ldexp(random.between(-extent, extent), 20)), -20);
+    };
+    for (int round = 0; round < 60; ++round) {
+        const double far = std::ldexp(1, static_cast<int>(random.below(32)));
+        const double px = draw(far);
+        const double py = draw(far);
+        dense2D<double> pos(2, 40);
+        for (std::size_t i = 0; i < pos.cols; ++i) {
+            pos(0, i) = draw(1);
+            pos(1, i) = draw(1);
+            if (i % 4 == 0)
+                continue; // the others: images of the one before with the same distance,
+            pos(0, i) = i % 4 == 1 ? 2 * px - pos(0, i - 1) : pos(0, i - 1); // or one unit off
+            pos(1, i) = i % 4 == 2 ? 2 * py - pos(1, i - 1) : pos(1, i - 1);
+            if (round % 2 == 1) pos(i % 2, i) += std::ldexp(1, -20);
+        }
+        EXPECT_EQ(exact_nearest(pos, px, py), node_detector(pos).find_closest({px, py}))
+            << px << ", " << py;
+    }
+    // On a circle around (0, 0), scaled Pythagorean triples and their neighbours, seen from afar.
+    dense2D<double> circle(2, 0);
+    for (const auto& [a, b] : {std::pair{33, 56}, {16, 63}, {25, 60}, {39, 52}, {65, 0}}) {
+        const std::size_t c = circle.cols;
+        circle.resize(2, c + 8);
+        for (std::size_t k = 0; k < 8; ++k) {
+            circle(k & 1U, c + k) = k & 2U ? -a : a;
+            circle(1 - (k & 1U), c + k) = k & 4U ? -b : b;
+        }
+    }
+    const node_detector detector(circle);
+    EXPECT_EQ(0U, detector.find_closest({0, 0}));
+    for (int k = 0; k < 400; ++k) {
+        const double x = draw(1e9);
+        const double y = k % 3 == 0 ? x : draw(1e9);
+        EXPECT_EQ(exact_nearest(circle, x, y), detector.find_closest({x, y})) << x << ", " << y;
+    }
+}
+
+TEST(NodeDetector, ExhaustedMemoryInCrowdedCellsLeavesItSafe) {
+    for (const distribution kind : {nested_clusters, all_scales}) {
+        fail_each_allocation([kind](std::size_t k) {
+            random_numbers random(37);
+            const auto pos = distributed(kind, 2000, random);
+            arm_allocator(k);
+            const node_detector detector(pos);
+            disarm_allocator();
+            const vector_fixed<double, 2> first{pos(0, 0), pos(1, 0)};
+            if (detector.size() == 0) {
+                EXPECT_EQ(no_node, detector.find_closest(first));
+                EXPECT_EQ(no_node, detector.find_close(first));
+            } else {
+                EXPECT_EQ(2000U, detector.size());
+                EXPECT_EQ(0U, detector.find_closest(first));
+            }
+        });
     }
 }
 
