@@ -1,0 +1,46 @@
+// zel tessel2d: planar and surface mesh tools.
+// The catalogue covers every row of docs/functions.md, which in turn is compared with what the library
+// exports by scripts/check-functions.
+#include "every_function/calls.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <set>
+#include <string>
+
+namespace {
+
+using namespace zel_test::every_function;
+
+std::set<std::string> documented_functions() {
+    std::ifstream page(std::string(ZEL_TEST_DATA) + "/../docs/functions.md");
+    std::set<std::string> names;
+    for (std::string line; std::getline(page, line);) {
+        if (line.rfind("| `", 0) != 0) continue;
+        names.insert(line.substr(3, line.find('`', 3) - 3));
+    }
+    return names;
+}
+
+TEST(Catalogue, HasCallsOfEveryDocumentedFunctionAndOfNoOther) {
+    const std::set<std::string> documented = documented_functions();
+    EXPECT_GE(documented.size(), 81U);
+    std::set<std::string> called;
+    for (const call& c : all_calls()) called.insert(c.function);
+    EXPECT_THAT(called, testing::ContainerEq(documented));
+}
+
+TEST(Catalogue, HasACallOfEveryFunctionThatIsServed) {
+    std::set<std::string> refused, served;
+    for (const call& c : all_calls()) (c.run({}).status < 0 ? refused : served).insert(c.function);
+    for (const std::string& function : refused) EXPECT_EQ(1U, served.count(function)) << function;
+}
+
+TEST(Catalogue, NamesEveryCallOnce) {
+    std::set<std::string> names;
+    for (const call& c : all_calls()) EXPECT_TRUE(names.insert(c.name()).second) << c.name();
+}
+
+} // namespace
