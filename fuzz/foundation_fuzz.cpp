@@ -541,6 +541,11 @@ void lists(input& in) {
     std::vector<known> model;
     for (const unsigned x : v) model.emplace_back(x);
     std::vector<dense1D<unsigned, 8>> others;
+    if (in.one_in(4)) { // a view that is made by hand on a block without memory
+        v.storage = zel::vector_num<unsigned, 8>::create();
+        v.size = v.start = 0;
+        model.clear();
+    }
     start_of_call(in.memory());
     for (unsigned steps = 0; steps < 40 && !in.exhausted(); ++steps) {
         const std::size_t n = in.one_in(32) ? ~std::size_t{0} - in.below(9) : in.below(32);
