@@ -177,7 +177,8 @@ void find_columns(const columns<T>& m, const unsigned (&n)[4], T* (&p)[4]) noexc
         p[lane] = m.first + n[lane] * (Leading == 0 ? m.ld : Leading);
 }
 
-/// Starts the nodes from 0 on, four by four; returns the first one that is left over.
+/// Starts the nodes from 0 on, four by four; returns the first one that is left over. The columns of
+/// their normals lie one behind the other.
 [[gnu::target("avx2")]] std::size_t start_nodes_by_four(const chart& c,
                                                         std::size_t count) noexcept {
     std::size_t i = 0;
@@ -186,8 +187,9 @@ void find_columns(const columns<T>& m, const unsigned (&n)[4], T* (&p)[4]) noexc
         const four_derivatives s = load_derivatives(p);
         four_vectors<3> n{
             {minors<3>(s.u, s.v, 1, 2), minors<3>(s.u, s.v, 2, 0), minors<3>(s.u, s.v, 0, 1)}};
-        const __m256d size = make_units(n);
-        store(n, size, shifted(c.normals, i));
+        const __m256d length = lengths(n);
+        make_units(n, length);
+        store(n, length, packed_columns{c.normals[i]});
         for (std::size_t lane = 0; lane < 4; ++lane)
             _mm256_store_pd(&c.sums[i + lane].area, _mm256_setzero_pd());
     }
@@ -250,7 +252,8 @@ std::size_t add_triangles_by_four(const chart&, std::size_t) noexcept {
 #endif
 
 void start_nodes(const chart& c, std::size_t count) noexcept {
-    std::size_t i = has_four_lanes() ? start_nodes_by_four(c, count) : 0;
+    std::size_t i = 0;
+    if (has_four_lanes() && c.normals.ld == 3) i = start_nodes_by_four(c, count);
     for (; i < count; ++i) c.start_node(i);
 }
 
