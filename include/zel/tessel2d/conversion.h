@@ -71,8 +71,9 @@ ZEL_TESSEL2D_API int convert_into_high_order(dense2D<double>& pos, dense2D<unsig
 /// @param a            nodes on an edge.
 /// @param b            nodes in a quadrilateral, a square number.
 /// @param c            nodes in a triangle: 0, 1 or 3. For 3 only two rows are filled and the third is
-///                     0xFFFFFFFF: a third node, at (1/4, 1/2, 1/4), stands behind those two of the last
-///                     triangle alone, and `pos` ends with columns of zeros that no element uses.
+///                     0xFFFFFFFF: the third node, at (1/4, 1/2, 1/4), gives way to the first node inside
+///                     the next element, if there is one, and `pos` ends with columns of zeros that no
+///                     element uses.
 /// @param[out] connect_out  what it held is dropped; one column per element, of 4 + 4a + b or
 ///                     3 + 3a + c rows, the larger number if there are both kinds. Rows that an element
 ///                     does not need are 0xFFFFFFFF.
