@@ -115,8 +115,11 @@ void into_high_order_in_place(input& in) {
 void into_high_order(input& in) {
     mesh m = linear_mesh(in);
     const order o = any_order(in);
-    const dense2D<unsigned> edges = given_edges(in, m, o.a < 20 ? o.a + 2 : 3);
-    dense2D<unsigned> out = other_cells(in, m.connect, {4, 9, 3}, m.pos.cols);
+    dense2D<unsigned> edges = given_edges(in, m, o.a < 20 ? o.a + 2 : 3);
+    dense2D<unsigned> other = other_cells(in, m.connect, {4, 9, 3}, m.pos.cols);
+    // The output may be the matrix of elements or that of edges itself.
+    dense2D<unsigned>& out = in.one_in(16) ? m.connect : in.one_in(16) ? edges : other;
+    const std::size_t columns = m.connect.cols;
     const int status = call(
         in, "convert_into_high_order", {-1, -2, -4, -5, -6},
         [=](auto& p, auto& c, auto& to, auto& g) {
@@ -124,7 +127,7 @@ void into_high_order(input& in) {
         },
         grows(m.pos), reads(m.connect), makes(out), reads(edges));
     if (status != 0) require(out.empty(), "no elements are left after a failure");
-    if (status == 0 && !out.empty()) require(out.cols == m.connect.cols, "one column per element");
+    if (status == 0 && !out.empty()) require(out.cols == columns, "one column per element");
 }
 
 // ------------------------------------------------------------------------------------------ pieces
@@ -154,8 +157,9 @@ void into_quads(input& in) {
 }
 
 void cut_blindly(input& in) {
-    const dense2D<unsigned> from = cells(in, {4, 3}, 30);
-    dense2D<unsigned> to = other_cells(in, from, {3}, 30);
+    dense2D<unsigned> from = cells(in, {4, 3}, 30);
+    dense2D<unsigned> other = other_cells(in, from, {3}, 30);
+    dense2D<unsigned>& to = in.one_in(16) ? from : other;
     const std::size_t first = to.cols;
     const std::vector<unsigned> odd = odd_numbers(0, from);
     const int status = call(
@@ -173,13 +177,13 @@ void cut_well(input& in) {
         [](auto& p, auto& c, auto& d) { return t2::split_Q4_into_T3(p, c, d); }, reads(m.pos),
         reads(m.connect), grows(to));
     if (status < 0 || m.connect.empty()) return;
-    require(to.cols == first + m.connect.cols + static_cast<unsigned>(status),
+    require(to.cols == first + columns + static_cast<unsigned>(status),
             "each quadrilateral gives two triangles");
     require_nodes(to, first, m.pos.cols, {});
 }
 
 void cut_the_bad(input& in) {
-    const mesh m = linear_mesh(in);
+    mesh m = linear_mesh(in);
     const double shape = in.number() / 8;
     const double angle = in.number() / 8;
     const double warp = in.number() / 8;
