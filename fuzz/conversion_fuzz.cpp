@@ -146,7 +146,8 @@ void into_four(input& in) {
 void into_quads(input& in) {
     mesh m = linear_mesh(in);
     const dense2D<unsigned> edges = given_edges(in, m, 3);
-    dense2D<unsigned> to = other_cells(in, m.connect, {4}, m.pos.cols);
+    dense2D<unsigned> other = other_cells(in, m.connect, {4}, m.pos.cols);
+    dense2D<unsigned>& to = in.one_in(16) ? m.connect : other;
     const std::size_t first = to.cols;
     const std::vector<unsigned> odd = odd_numbers(m.pos.cols, m.connect, edges);
     const int status = call(
@@ -169,9 +170,11 @@ void cut_blindly(input& in) {
 }
 
 void cut_well(input& in) {
-    const mesh m = linear_mesh(in);
-    dense2D<unsigned> to = other_cells(in, m.connect, {3}, m.pos.cols);
+    mesh m = linear_mesh(in);
+    dense2D<unsigned> other = other_cells(in, m.connect, {3}, m.pos.cols);
+    dense2D<unsigned>& to = in.one_in(16) ? m.connect : other;
     const std::size_t first = to.cols;
+    const std::size_t columns = m.connect.cols;
     const int status = call(
         in, "split_Q4_into_T3", {any_count, -1, -2, -3},
         [](auto& p, auto& c, auto& d) { return t2::split_Q4_into_T3(p, c, d); }, reads(m.pos),
@@ -188,7 +191,8 @@ void cut_the_bad(input& in) {
     const double angle = in.number() / 8;
     const double warp = in.number() / 8;
     const int criterion = in.option();
-    dense2D<unsigned> to = other_cells(in, m.connect, {4}, m.pos.cols);
+    dense2D<unsigned> other = other_cells(in, m.connect, {4}, m.pos.cols);
+    dense2D<unsigned>& to = in.one_in(16) ? m.connect : other;
     const std::size_t first = to.cols;
     dense1D<unsigned, 8> kept = node_list(in, in.below(4), 8);
     dense1D<unsigned, 8> split = node_list(in, in.below(4), 8);

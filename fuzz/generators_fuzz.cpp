@@ -58,7 +58,7 @@ void patch_Q4(input& in) {
     const outline o = any_outline(in, pos.cols);
     dense2D<unsigned> connect =
         in.one_in(8) ? sharing_matrix(in, o.loop, rows(in, {4})) : output(in, {4}, pos.cols);
-    const std::size_t first = connect.empty() ? 0 : connect.cols;
+    const std::size_t first = connect.cols;
     const int status = call(
         in, "mesh_struct_Q4", {-1, -2, -3, -4},
         [&](auto& p, auto& b, auto& c) { return t2::mesh_struct_Q4(p, b, o.n, c); },
@@ -74,7 +74,7 @@ void patch_T3(input& in) {
     const int pattern = in.option();
     dense2D<unsigned> connect =
         in.one_in(8) ? sharing_matrix(in, o.loop, rows(in, {4, 3})) : output(in, {4, 3}, pos.cols);
-    const std::size_t first = connect.empty() ? 0 : connect.cols;
+    const std::size_t first = connect.cols;
     const int status = call(
         in, "mesh_struct_T3", {-1, -2, -3, -4, -5},
         [&](auto& p, auto& b, auto& c) { return t2::mesh_struct_T3(p, b, o.n, pattern, c); },
@@ -141,7 +141,7 @@ void quarter_disk(input& in) {
     dense2D<unsigned> connect = output(in, {4, 3}, s.pos.cols);
     dense2D<unsigned> boundary = output(in, {2}, s.pos.cols);
     const bool quads = in.flag();
-    const std::size_t first = connect.empty() ? 0 : connect.cols;
+    const std::size_t first = connect.cols;
     // On nodes that are there, columns are lost.
     int status;
     if (quads) {
@@ -171,7 +171,7 @@ void whole_disk(input& in) {
     dense2D<unsigned> connect = output(in, {4, 3}, s.pos.cols);
     dense2D<unsigned> boundary = output(in, {2}, s.pos.cols);
     const bool quads = in.flag();
-    const std::size_t first = connect.empty() ? 0 : connect.cols;
+    const std::size_t first = connect.cols;
     // Numbers that were there are rewritten where nodes are joined.
     int status;
     if (quads) {
@@ -201,7 +201,7 @@ void octant(input& in) {
     dense2D<unsigned> connect = output(in, {4, 3}, s.pos.cols);
     dense2D<unsigned> boundary = output(in, {2}, s.pos.cols);
     const bool quads = in.flag();
-    const std::size_t first = connect.empty() ? 0 : connect.cols;
+    const std::size_t first = connect.cols;
     int status;
     if (quads) {
         status = call(
@@ -229,7 +229,7 @@ void whole_sphere(input& in) {
     round_shape<3> s(in);
     dense2D<unsigned> connect = output(in, {4, 3}, s.pos.cols);
     const bool quads = in.flag();
-    const std::size_t first = connect.empty() ? 0 : connect.cols;
+    const std::size_t first = connect.cols;
     int status;
     if (quads) {
         status = call(
