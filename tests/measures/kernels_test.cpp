@@ -58,6 +58,27 @@ TEST(TriangleDoubleArea, UsesTheSidesAtTheThirdCornerUnlessTheFirstSideIsShorter
                                       p3{-0.86, -0.81, -3.17}));
 }
 
+// Sides of which two have the same length to the bit, while the two ways to form the product differ in
+// their last bits.
+TEST(TriangleDoubleArea, OfEqualSidesTakesThoseAtTheThirdCorner) {
+    EXPECT_EQ(0x1.0351b3666146dp+3, // not ...6cp+3
+              triangle_double_area<2>(p2{3.4916067756712437, 2.02178006619215},
+                                      p2{5.513386841863394, 5.513386841863394}, p2{0, 0}));
+    EXPECT_EQ(0x1.7b3aa4266f509p+2, // not ...0ap+2
+              triangle_double_area<3>(p3{2.19515560567379, 1.0862808488309383, 2.4447597339749336},
+                                      p3{3.2814364545047283, 3.531040582805872, 4.639915339648724},
+                                      p3{0, 0, 0}));
+}
+
+TEST(TriangleNormal, OfEqualSidesTakesTheThirdSide) {
+    const p3 n =
+        triangle_normal(p3{2.19515560567379, 1.0862808488309383, 2.4447597339749336},
+                        p3{3.2814364545047283, 3.531040582805872, 4.639915339648724}, p3{0, 0, 0});
+    EXPECT_EQ(-0x1.cbd04fbde91a9p+1, n[0]); // not ...a8p+1
+    EXPECT_EQ(-0x1.14dd97939fb6bp+1, n[1]); // not ...6cp+1
+    EXPECT_EQ(0x1.0bf19d332a195p+2, n[2]);  // not ...94p+2
+}
+
 TEST(TriangleDoubleArea, IsZeroWhenCollapsedAndNotANumberWhenACornerIsNone) {
     EXPECT_EQ(0, triangle_double_area<2>(p2{2, 3}, p2{2, 3}, p2{2, 3}));
     EXPECT_EQ(0, triangle_double_area<2>(p2{0, 0}, p2{1, 1}, p2{3, 3}));
@@ -303,6 +324,32 @@ TEST(TriangleCircumcircle, OfAFlatTriangleInThePlaneHasNoRadius) {
     EXPECT_EQ(5, between.center[0]);
     EXPECT_EQ(5, between.center[1]);
     EXPECT_EQ(1.7976931348623157e308, between.squared_radius);
+}
+
+TEST(TriangleCircumcircle, IsFlatInThePlaneBelowAHeightOfFiveTenTrillionths) {
+    // A side of length 2 from (-1, 0) and a corner at (1/2, h): the bound of h is 5e-13 of 1/2.
+    const p2 a{-1, 0};
+    const p2 b{1, 0};
+    for (const double sign : {1.0, -1.0}) {
+        const auto steep = triangle_circumcircle(a, b, p2{0.5, sign * 0.251e-12});
+        EXPECT_NE(unbounded, steep.squared_radius);
+        EXPECT_EQ(0, steep.center[0]);
+        // The centre (0, y) has 1 + y^2 = 1/4 + (h - y)^2, so that y = -3/8 / h.
+        EXPECT_NEAR(-0.375 / 0.251e-12, sign * steep.center[1], 1e-3);
+        const auto flat = triangle_circumcircle(a, b, p2{0.5, sign * 0.249e-12});
+        EXPECT_EQ(unbounded, flat.squared_radius);
+        EXPECT_EQ(0, flat.center[0]);
+        EXPECT_EQ(0, flat.center[1]);
+    }
+}
+
+TEST(TriangleCircumcircle, OfThreePointsOnALineIsThatOfTwoIfTheThirdIsAtAnEnd) {
+    const p2 a{-1, 0};
+    const p2 b{1, 0};
+    EXPECT_EQ(1, triangle_circumcircle(a, b, p2{1 - 0.49e-12, 0}).squared_radius);
+    EXPECT_EQ(unbounded, triangle_circumcircle(a, b, p2{1 - 0.51e-12, 0}).squared_radius);
+    EXPECT_EQ(1, triangle_circumcircle(a, p2{-1 + 0.49e-12, 0}, b).squared_radius);
+    EXPECT_EQ(unbounded, triangle_circumcircle(p2{-1 + 0.51e-12, 0}, a, b).squared_radius);
 }
 
 TEST(TriangleCircumcircle, OfTwoPointsInThePlaneIsTheSmallestAroundThem) {
