@@ -1,4 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
+#include "foundation/merge.h"
+
 #include "foundation/call_frame.h"
 #include "foundation/cell_grid.h"
 #include "foundation/tessel.h"
@@ -397,7 +399,7 @@ bool fuse_marked(const dense2D<double>& pos, const cell_grid& grid, double toler
 }
 
 template <int Dim>
-bool find_coincident(const dense2D<double>& pos, double tolerance, fusion_result& result) noexcept {
+bool find_fusions(const dense2D<double>& pos, double tolerance, fusion_result& result) noexcept {
     const cell_grid grid(tolerance, coarse);
     return fuse_in_buckets<Dim>(pos, grid, result) &&
            (result.marked == 0 || fuse_marked<Dim>(pos, grid, tolerance, result));
@@ -418,17 +420,26 @@ void replace_entries(dense2D<unsigned>& connect, const dense1D<unsigned, 8>& sta
 
 } // namespace
 
+bool find_coincident(const dense2D<double>& pos, double tolerance, dense1D<unsigned, 8>& stands_for,
+                     std::size_t& fused) noexcept {
+    fusion_result result{stands_for.data()};
+    if (!(pos.rows == 2 ? find_fusions<2>(pos, tolerance, result)
+                        : find_fusions<3>(pos, tolerance, result))) {
+        return false;
+    }
+    fused = result.fused;
+    return true;
+}
+
 int merge(const dense2D<double>& pos, dense2D<unsigned>* first, dense2D<unsigned>* last,
           double tolerance, unsigned) {
     if (pos.empty()) return status_ok;
     if (pos.rows != 2 && pos.rows != 3) return -1;
     dense1D<unsigned, 8> stands_for;
     if (pos.cols > most_nodes || !stands_for.resize(pos.cols)) return status_memory;
-    fusion_result result{stands_for.data()};
-    const bool done = pos.rows == 2 ? find_coincident<2>(pos, tolerance, result)
-                                    : find_coincident<3>(pos, tolerance, result);
-    if (!done) return status_memory;
-    if (result.fused != 0) {
+    std::size_t fused;
+    if (!find_coincident(pos, tolerance, stands_for, fused)) return status_memory;
+    if (fused != 0) {
         for (dense2D<unsigned>* connect = first; connect != last; ++connect)
             replace_entries(*connect, stands_for);
     }

@@ -3,6 +3,7 @@
 #include "foundation/line.h"
 #include "foundation/point.h"
 #include "generators/quarter.h"
+#include "generators/seams.h"
 #include "zel/tessel2d/disks.h"
 
 #include <cmath>
@@ -93,9 +94,8 @@ void disk_quarter_skeleton(dense2D<double>& pos, const point<2>& center, double 
 /// The quarter, once all memory is there; `loop` has room for 4n + 1 entries.
 template <class Patches>
 void disk_quarter(dense2D<double>& pos, const point<2>& center, double radius, unsigned n,
-                  const Patches& patches, dense1D<unsigned, 8>& loop, dense2D<unsigned>& connect,
-                  dense2D<unsigned>& boundary) {
-    node_line lines[9];
+                  const Patches& patches, dense1D<unsigned, 8>& loop, node_line (&lines)[9],
+                  dense2D<unsigned>& connect, dense2D<unsigned>& boundary) {
     disk_quarter_skeleton(pos, center, radius, n, lines);
     append_outline(plan, lines, n, boundary);
     mesh_patches(plan, lines, n, patches, loop, pos, connect);
@@ -126,7 +126,8 @@ int mesh_disk_UR(dense2D<double>& pos, const point<2>& center, double radius, un
         !reserve_more(boundary, 2, quarter.edges)) {
         return status_memory;
     }
-    disk_quarter(pos, center, radius, n, patches, loop, connect, boundary);
+    node_line lines[9];
+    disk_quarter(pos, center, radius, n, patches, loop, lines, connect, boundary);
     return status_ok;
 }
 
@@ -153,14 +154,21 @@ int mesh_disk(dense2D<double>& pos, const point<2>& center, double radius, unsig
     }
     const auto c = static_cast<unsigned>(pos.cols);
     const point<2> still{0, 0};
-    disk_quarter(pos, center, radius, n, patches, loop, quarter_connect, quarter_boundary);
+    node_line lines[9];
+    disk_quarter(pos, center, radius, n, patches, loop, lines, quarter_connect, quarter_boundary);
     append_elements(quarter_connect, connect);
     tessel::copy_mesh(pos, connect, still, center, quarter_turn, 3, quarter_connect, scratch);
     quarter_boundary.resize(2, arc_edges);
     append_elements(quarter_boundary, boundary);
     tessel::copy_mesh(pos, boundary, still, center, quarter_turn, 3, quarter_boundary, scratch);
-    tessel::merge(pos, connect, boundary, radius * relative_tolerance, 0);
-    tessel::simplify(pos, connect, boundary, c);
+    const double tolerance = radius * relative_tolerance;
+    const double from_origin = std::fabs(center[0]) + std::fabs(center[1]);
+    dense2D<unsigned> both[2] = {connect, boundary}; // share storage with the arguments
+    if (c > 0 || !nodes_stay_apart(from_origin, radius, n) ||
+        !join_copies(plan, lines, n, 4, 3 * (arc_edges + 1), tolerance, pos, both, both + 2)) {
+        tessel::merge(pos, connect, boundary, tolerance, 0);
+        tessel::simplify(pos, connect, boundary, c);
+    }
     return status_ok;
 }
 

@@ -2,6 +2,7 @@
 #include "foundation/copy_mesh.h"
 #include "foundation/point.h"
 #include "generators/quarter.h"
+#include "generators/seams.h"
 #include "zel/tessel2d/spheres.h"
 
 #include <cmath>
@@ -140,9 +141,8 @@ void project(dense2D<double>& pos, std::size_t first, const point<3>& center,
 /// The octant, once all memory is there; `loop` has room for 4n + 1 entries.
 template <class Patches>
 void sphere_octant(dense2D<double>& pos, const point<3>& center, double radius, unsigned n,
-                   const Patches& patches, dense1D<unsigned, 8>& loop, dense2D<unsigned>& connect,
-                   dense2D<unsigned>& boundary) {
-    node_line lines[9];
+                   const Patches& patches, dense1D<unsigned, 8>& loop, node_line (&lines)[9],
+                   dense2D<unsigned>& connect, dense2D<unsigned>& boundary) {
     sphere_octant_skeleton(pos, center, radius, n, lines);
     const std::size_t first_interior = pos.cols;
     append_outline(plan, lines, n, boundary);
@@ -166,7 +166,8 @@ int mesh_sphere_UR(dense2D<double>& pos, const point<3>& center, double radius, 
         !reserve_more(boundary, 2, octant.edges)) {
         return status_memory;
     }
-    sphere_octant(pos, center, radius, n, patches, loop, connect, boundary);
+    node_line lines[9];
+    sphere_octant(pos, center, radius, n, patches, loop, lines, connect, boundary);
     return status_ok;
 }
 
@@ -187,20 +188,6 @@ void append_circle(dense2D<double>& pos, dense2D<unsigned>& circle, const point<
                    tessel::copy_scratch& scratch) {
     append_elements(quarter, circle);
     tessel::copy_mesh(pos, circle, {0, 0, 0}, center, turn, 3, quarter, scratch);
-}
-
-/// Fuses the nodes where the octants meet. The great circles go through shallow copies, so that the
-/// new numbers reach them.
-void join(dense2D<double>& pos, dense2D<unsigned>& connect, const great_circles& circles,
-          double tolerance, unsigned first_node) {
-    if (circles.wanted()) {
-        dense2D<unsigned> all[3] = {connect, *circles.z, *circles.y};
-        tessel::merge(pos, all, all + 3, tolerance, 0);
-        tessel::simplify(pos, all, all + 3, first_node);
-    } else {
-        tessel::merge(pos, connect, tolerance, 0);
-        tessel::simplify(pos, connect, first_node);
-    }
 }
 
 /// Both kinds of elements ask for 4 rows in a `connect` that is not empty.
@@ -232,7 +219,8 @@ int mesh_sphere(dense2D<double>& pos, const point<3>& center, double radius, uns
     const point<3> still{0, 0, 0};
     const point<3> about_z{0, 0, quarter_turn};
     const point<3> about_y{0, quarter_turn, 0};
-    sphere_octant(pos, center, radius, n, patches, loop, octant_connect, octant_boundary);
+    node_line lines[9];
+    sphere_octant(pos, center, radius, n, patches, loop, lines, octant_connect, octant_boundary);
     append_elements(octant_connect, hemisphere_connect);
     tessel::copy_mesh(pos, hemisphere_connect, still, center, about_z, 3, octant_connect, scratch);
     append_elements(hemisphere_connect, connect);
@@ -244,7 +232,17 @@ int mesh_sphere(dense2D<double>& pos, const point<3>& center, double radius, uns
         append_circle(pos, *circles.y, center, about_y,
                       octant_boundary.sub_matrix(0, 2 * arc_edges, 2, arc_edges), scratch);
     }
-    join(pos, connect, circles, radius * relative_tolerance, c);
+    const double tolerance = radius * relative_tolerance;
+    const double from_origin = std::fabs(center[0]) + std::fabs(center[1]) + std::fabs(center[2]);
+    // Shallow copies, so that the new numbers reach the outputs.
+    dense2D<unsigned> all[3] = {connect, circles.wanted() ? *circles.z : connect,
+                                circles.wanted() ? *circles.y : connect};
+    dense2D<unsigned>* const last = all + (circles.wanted() ? 3 : 1);
+    if (c > 0 || !nodes_stay_apart(from_origin, radius, n) ||
+        !join_copies(plan, lines, n, 8, circle_nodes, tolerance, pos, all, last)) {
+        tessel::merge(pos, all, last, tolerance, 0);
+        tessel::simplify(pos, all, last, c);
+    }
     return status_ok;
 }
 

@@ -1,0 +1,101 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "generators/seams.h"
+
+#include "foundation/merge.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace zel::tessel2d {
+
+namespace {
+
+/// The nodes that may coincide with others, in ascending order. False: memory is exhausted.
+bool list_seam_nodes(const quarter_plan& plan, const node_line (&lines)[9], std::size_t n,
+                     std::size_t copies, std::size_t behind, dense1D<unsigned, 8>& seam) noexcept {
+    const quarter_counts quarter(n);
+    if (!seam.resize(copies * quarter.edges + behind)) return false;
+    unsigned* out = seam.data();
+    for (const unsigned l : plan.outline)
+        for (std::size_t k = 0; k < n; ++k) *out++ = lines[l].node(k, n);
+    std::sort(seam.data(), out);
+    for (std::size_t k = quarter.edges; k < copies * quarter.edges; ++k)
+        *out++ = seam[k - quarter.edges] + static_cast<unsigned>(quarter.nodes);
+    for (std::size_t k = 0; k < behind; ++k)
+        *out++ = static_cast<unsigned>(copies * quarter.nodes + k);
+    return true;
+}
+
+bool gather(const dense2D<double>& pos, const dense1D<unsigned, 8>& nodes,
+            dense2D<double>& gathered) noexcept {
+    if (!gathered.resize(pos.rows, nodes.size)) return false;
+    for (std::size_t k = 0; k < nodes.size; ++k) std::copy_n(pos[nodes[k]], pos.rows, gathered[k]);
+    return true;
+}
+
+/// Takes away the nodes of `seam` that another stands for and writes the new number of each node. Between
+/// two of them the nodes keep their order and move together.
+void close_seam(const dense1D<unsigned, 8>& seam, const dense1D<unsigned, 8>& stands_for,
+                dense2D<double>& pos, dense1D<unsigned, 8>& numbers) noexcept {
+    std::size_t from = 0; // the first node that has not been moved
+    std::size_t to = 0;
+    const auto move_up_to = [&](std::size_t end) {
+        const std::size_t length = end - from;
+        for (std::size_t k = 0; k < length; ++k) numbers[from + k] = static_cast<unsigned>(to + k);
+        if (pos.contiguous()) {
+            if (length > 0 && to != from)
+                std::memmove(pos[to], pos[from], length * pos.rows * sizeof(double));
+        } else {
+            for (std::size_t k = 0; k < length; ++k)
+                std::copy_n(pos[from + k], pos.rows, pos[to + k]);
+        }
+        to += length;
+        from = end;
+    };
+    for (std::size_t k = 0; k < seam.size; ++k) {
+        if (stands_for[k] == k) continue;
+        move_up_to(seam[k]);
+        numbers[from++] = numbers[seam[stands_for[k]]]; // a node before this one
+    }
+    move_up_to(pos.cols);
+    pos.resize(pos.rows, to);
+}
+
+void renumber(dense2D<unsigned>& connect, const dense1D<unsigned, 8>& numbers) noexcept {
+    const unsigned* const list = numbers.data();
+    const std::size_t count = numbers.size;
+    const bool flat = connect.contiguous();
+    const std::size_t runs = flat ? 1 : connect.cols;
+    const std::size_t length = flat ? connect.rows * connect.cols : connect.rows;
+    for (std::size_t r = 0; r < runs; ++r) {
+        unsigned* const entries = connect[r];
+        for (std::size_t k = 0; k < length; ++k)
+            if (entries[k] < count) entries[k] = list[entries[k]];
+    }
+}
+
+} // namespace
+
+bool join_copies(const quarter_plan& plan, const node_line (&lines)[9], std::size_t n,
+                 std::size_t copies, std::size_t behind, double tolerance, dense2D<double>& pos,
+                 dense2D<unsigned>* first, dense2D<unsigned>* last) noexcept {
+    if (pos.cols != copies * quarter_counts(n).nodes + behind) return false;
+    for (const dense2D<unsigned>* a = first; a != last; ++a)
+        for (const dense2D<unsigned>* b = first; b != a; ++b)
+            if (a->storage == b->storage) return false;
+    dense1D<unsigned, 8> seam, stands_for, numbers;
+    dense2D<double> seam_pos;
+    std::size_t fused;
+    if (!list_seam_nodes(plan, lines, n, copies, behind, seam) || !gather(pos, seam, seam_pos) ||
+        !stands_for.resize(seam.size) || !numbers.resize(pos.cols) ||
+        !tessel::find_coincident(seam_pos, tolerance, stands_for, fused)) {
+        return false;
+    }
+    if (fused == 0) return true;
+    close_seam(seam, stands_for, pos, numbers);
+    for (dense2D<unsigned>* connect = first; connect != last; ++connect)
+        renumber(*connect, numbers);
+    return true;
+}
+
+} // namespace zel::tessel2d
