@@ -452,6 +452,21 @@ TEST(MeshDisk, ElementsThatWereThereAreRenumberedToo) {
     EXPECT_EQ(13U, d.connect.cols);
 }
 
+TEST(MeshDisk, EdgesThatWereThereAreRenumberedToo) {
+    // With one cell per side a quarter has seven nodes: 7 is the centre of the second quarter, 12 and 13
+    // its nodes Q and S, 11 its P, which is S of the first.
+    disk d;
+    d.boundary = cells({{7, 12}, {11, 6}, {no_node, 1000}});
+    ASSERT_EQ(0, mesh_disk_Q4(d.pos, origin, 1, 1, d.connect, d.boundary));
+    EXPECT_EQ(0U, d.boundary(0, 0));
+    EXPECT_EQ(point(-diagonal, diagonal), column(d.pos, d.boundary(1, 0)));
+    EXPECT_EQ(6U, d.boundary(0, 1));
+    EXPECT_EQ(6U, d.boundary(1, 1));
+    EXPECT_EQ(no_node, d.boundary(0, 2));
+    EXPECT_EQ(1000U, d.boundary(1, 2));
+    EXPECT_EQ(11U, d.boundary.cols);
+}
+
 TEST(MeshDisk, DisksInViewsWithALargerLeadingDimension) {
     const disk plain = disk_Q4(3);
     auto connect = framed(cells({{900, 900, 900, 900}}));

@@ -436,6 +436,39 @@ TEST(MeshSphere, NodesThatWereThereStay) {
     EXPECT_EQ(3U + 24 * 4 + 2 - 1, s.pos.cols) << "the node at X is the one that was there";
 }
 
+TEST(MeshSphere, CirclesOnNodesThatWereThere) {
+    for (unsigned n = 1; n <= 5; ++n)
+        for (const bool quads : {true, false}) {
+            SCOPED_TRACE(testing::Message() << n << (quads ? " quadrilaterals" : " triangles"));
+            const point3 center{1, 2, 3};
+            const sphere alone = quads ? sphere_Q4(n, center, 2) : sphere_T3(n, 1, center, 2);
+            sphere s; // two nodes elsewhere, and one where the circles cross
+            s.pos = points({{9, 9, 9}, {8, 8, 8}, {3, 2, 3}});
+            ASSERT_EQ(
+                0, quads
+                       ? mesh_sphere_Q4(s.pos, center, 2, n, s.connect, s.circle_z, s.circle_y)
+                       : mesh_sphere_T3(s.pos, center, 2, n, 1, s.connect, s.circle_z, s.circle_y));
+            EXPECT_EQ(alone.pos.cols + 2, s.pos.cols);
+            EXPECT_EQ((std::vector<double>{9, 9, 9}), column(s.pos, 0));
+            EXPECT_EQ((std::vector<double>{8, 8, 8}), column(s.pos, 1));
+            EXPECT_EQ((std::vector<double>{3, 2, 3}), column(s.pos, 2));
+            // Node 0 of the sphere alone is the one that was there, the others follow in their order.
+            const auto expect_shifted = [](const dense2D<unsigned>& before,
+                                           const dense2D<unsigned>& after) {
+                ASSERT_EQ(before.rows, after.rows);
+                ASSERT_EQ(before.cols, after.cols);
+                for (std::size_t j = 0; j < before.cols; ++j)
+                    for (std::size_t i = 0; i < before.rows; ++i)
+                        EXPECT_EQ(before(i, j) + 2, after(i, j));
+            };
+            expect_shifted(alone.connect, s.connect);
+            expect_shifted(alone.circle_z, s.circle_z);
+            expect_shifted(alone.circle_y, s.circle_y);
+            for (std::size_t k = 1; k < alone.pos.cols; ++k)
+                ASSERT_EQ(column(alone.pos, k), column(s.pos, k + 2));
+        }
+}
+
 TEST(MeshSphere, TrianglesIntoFourRowsLeaveThree) {
     sphere s;
     s.connect = cells({{500, 501, 502, 503}});
