@@ -174,6 +174,7 @@ struct patch {
     void gather(const surface& s, const point<3>& center, unsigned seed,
                 const limits& most) noexcept {
         const face* const faces = s.faces.data();
+        const hinge* const hinges = s.hinges.data();
         marks.renew();
         marks.add(seed);
         members[0] = seed;
@@ -189,7 +190,12 @@ struct patch {
                 const double* const g = faces[e].centroid;
                 const point<3> offset = difference<3>({g[0], g[1], g[2]}, center);
                 if (squared_length<3>(offset) > most.squared_radius) continue;
-                if ((from.passable >> j & 1u) != 0) insert(batch, e);
+                if ((from.passable >> j & 1u) == 0) continue;
+                insert(batch, e);
+                // What will be asked of its neighbours, and of itself when the hinges are summed.
+                for (const unsigned next : faces[e].beside)
+                    if (next != no_node) prefetch(faces + next);
+                prefetch(hinges + faces[e].first_hinge);
             }
         }
     }
