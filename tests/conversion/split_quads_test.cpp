@@ -481,6 +481,32 @@ TEST(QuadQuality, AlmostFlatIsExactlyOne) {
     EXPECT_EQ(0, selection(q.pos, q.connect, -2, -2, 1, 1).result);
 }
 
+TEST(QuadQuality, FlatMeansACosineOfTheNormalsWithinTheSlack) {
+    // With one corner of a square lifted by h both cosines are 1 - h^2, up to the fourth power of h.
+    const auto lifted = [](double h) {
+        return points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, h}});
+    };
+    const auto quad = cells({{0, 1, 2, 3}});
+    EXPECT_EQ(0, selection(lifted(0.999e-6), quad, -2, -2, 1, 1).result);
+    EXPECT_EQ(1, selection(lifted(1.001e-6), quad, -2, -2, 1, 1).result);
+    // 1 minus the sine of half the angle, which is h/sqrt(2).
+    EXPECT_EQ(0, selection(lifted(1.001e-6), quad, -2, -2, 1 - 0.708e-6, 1).result);
+    EXPECT_EQ(1, selection(lifted(1.001e-6), quad, -2, -2, 1 - 0.707e-6, 1).result);
+}
+
+TEST(QuadQuality, AQualityThatEqualsTheThresholdIsGoodEnough) {
+    for (const unsigned rows : {2U, 3U}) {
+        const auto square = unit_square(rows);
+        // Two equal nodes: shape and smallest angle are 0, and so is the warp quality in space.
+        const auto collapsed = cells({{0, 0, 1, 2}});
+        EXPECT_EQ(0, selection(square.pos, collapsed, 0, 0, 0, 1).result);
+        EXPECT_EQ(1, selection(square.pos, collapsed, 1e-300, 0, 0, 1).result);
+        EXPECT_EQ(1, selection(square.pos, collapsed, 0, 1e-300, 0, 1).result);
+        EXPECT_EQ(rows == 3 ? 1 : 0, selection(square.pos, collapsed, 0, 0, 1e-300, 1).result);
+        EXPECT_EQ(0, selection(square.pos, square.connect, 0, 0, 1, 1).result);
+    }
+}
+
 TEST(QuadQuality, NumbersThatAreNotFiniteAreNeverGoodEnough) {
     for (const unsigned rows : {2U, 3U}) {
         for (const double x : {zel_test::nan, zel_test::infinity}) {
