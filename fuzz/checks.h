@@ -354,6 +354,7 @@ int call_with(input& in, std::initializer_list<int> statuses, Call&& f, std::ind
     if (failed) return status;
     memory_plan plan;
     plan.pattern = 1;
+    if (in.room > plan.bytes) plan.bytes = in.room;
     start_of_call(plan);
     const int again = f(std::get<I>(copies)...);
     if (end_of_call()) return status;

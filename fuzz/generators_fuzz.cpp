@@ -126,7 +126,7 @@ struct round_shape {
           radius(in.number()),
           n(in.count()),
           pattern(in.option()),
-          fresh(pos.empty()) {}
+          fresh(pos.cols == 0) {}
 
     /// Ordinary numbers, for which the counts are known.
     bool ordinary() const {

@@ -30,6 +30,7 @@ struct input {
     const std::uint8_t* end;
     std::vector<std::unique_ptr<double[]>> doubles;
     std::vector<std::unique_ptr<unsigned[]>> numbers;
+    std::size_t room = 0; ///< bytes that a call gets if more than usual, for large meshes
 
     input(const std::uint8_t* first, const std::uint8_t* last) : next(first), end(last) {}
 
@@ -169,6 +170,7 @@ struct input {
     memory_plan memory() {
         memory_plan plan;
         if (!one_in(8)) plan.bytes = std::size_t{1} << 17;
+        if (room > plan.bytes) plan.bytes = room;
         if (one_in(4)) {
             plan.fails_at = 1 + below(24);
             plan.for_good = flag();
