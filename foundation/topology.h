@@ -38,21 +38,20 @@ inline unsigned turn_edge(unsigned i, unsigned corners) noexcept {
     return corners == 3 ? (i + 1) % 3 : (i + 3) % 4;
 }
 
-/// Exchanges two numbers, or not.
-inline void swap_if(bool on, unsigned& x, unsigned& y) noexcept {
-    const unsigned a = x;
-    const unsigned b = y;
-    x = on ? b : a;
-    y = on ? a : b;
+/// Exchanges two numbers if `on` is 1 and not if it is 0, without a branch.
+inline void swap_if(unsigned on, unsigned& x, unsigned& y) noexcept {
+    const unsigned change = (x ^ y) & (0U - on);
+    x ^= change;
+    y ^= change;
 }
 
 /// Turns a linear element over: nodes 0 and 2 change places.
-inline void turn_over(unsigned* cell, bool on = true) noexcept {
+inline void turn_over(unsigned* cell, unsigned on = 1) noexcept {
     swap_if(on, cell[0], cell[2]);
 }
 
 /// What turning an element over does to its column of neighbours.
-inline void turn_over_neighbors(unsigned* across, unsigned corners, bool on = true) noexcept {
+inline void turn_over_neighbors(unsigned* across, unsigned corners, unsigned on = 1) noexcept {
     if (corners == 3) {
         swap_if(on, across[0], across[2]);
     } else {

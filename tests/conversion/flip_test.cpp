@@ -4,6 +4,7 @@
 #include "examples/support/adjacency.h"
 #include "support/checks.h"
 #include "support/failing_alloc.h"
+#include "support/lanes.h"
 #include "support/meshes.h"
 
 namespace {
@@ -277,6 +278,53 @@ TEST(FlipProperties, TwiceIsTheIdentity) {
         auto connect = numbered(rows, 20);
         for (int twice = 0; twice < 2; ++twice) ASSERT_EQ(0, flip(connect, zel::ELEMENT_FACE));
         EXPECT_EQ(snapshot(numbered(rows, 20)), snapshot(connect));
+    }
+}
+
+/// The words of `count` columns with `leading` words from one to the next, and a few behind the last one.
+std::vector<unsigned> words_of(std::size_t leading, std::size_t count) {
+    std::vector<unsigned> words(leading * count + 9);
+    for (std::size_t i = 0; i < words.size(); ++i) words[i] = static_cast<unsigned>(i);
+    return words;
+}
+
+/// Runs of every length, so that each place in a register and each rest behind the last one occurs.
+void expect_rows_zero_and_two_exchanged(std::size_t rows, std::size_t leading) {
+    for (std::size_t count = 1; count <= 50; ++count) {
+        SCOPED_TRACE(testing::Message() << rows << " rows of " << leading << ", " << count);
+        auto expected = words_of(leading, count);
+        for (std::size_t e = 0; e < count; ++e)
+            std::swap(expected[1 + e * leading], expected[1 + e * leading + 2]);
+        auto words = words_of(leading, count);
+        auto connect = dense2D<unsigned>::wrap(words.data() + 1, rows, count, leading);
+        ASSERT_EQ(0, flip(connect));
+        EXPECT_EQ(expected, words);
+    }
+}
+
+TEST(FlipProperties, OnlyRowsZeroAndTwoChangeWhateverTheCount) {
+    for (const std::size_t leading : {3U, 4U, 5U}) expect_rows_zero_and_two_exchanged(3, leading);
+    for (const std::size_t leading : {4U, 6U}) expect_rows_zero_and_two_exchanged(4, leading);
+}
+
+TEST(FlipProperties, OnlyRowsZeroAndTwoChangeOnAProcessorThatTakesOneColumnAtATime) {
+    const one_lane scalar;
+    for (const std::size_t leading : {3U, 4U, 5U}) expect_rows_zero_and_two_exchanged(3, leading);
+    for (const std::size_t leading : {4U, 6U}) expect_rows_zero_and_two_exchanged(4, leading);
+}
+
+TEST(FlipNeighbors, OfManyTrianglesChangeInStep) {
+    for (std::size_t count = 1; count <= 50; ++count) {
+        auto connect = numbered(3, count);
+        auto neighbors = numbered(3, count);
+        ASSERT_EQ(0, flip(connect, neighbors, zel::ELEMENT_T3));
+        for (std::size_t e = 0; e < count; ++e) {
+            const auto turned =
+                cell(10 * static_cast<unsigned>(e) + 2, 10 * static_cast<unsigned>(e) + 1,
+                     10 * static_cast<unsigned>(e));
+            ASSERT_EQ(turned, column(connect, e));
+            ASSERT_EQ(turned, column(neighbors, e));
+        }
     }
 }
 

@@ -5,6 +5,7 @@
 #include "foundation/tessel.h"
 #include "support/checks.h"
 #include "support/failing_alloc.h"
+#include "support/lanes.h"
 #include "support/meshes.h"
 #include "zel/tessel2d/version.h"
 
@@ -131,7 +132,7 @@ TEST(CheckIDsOfAList, EveryEntryIsBelowTheBound) {
 // ---------------------------------------------------------------------------------- long and strided
 
 /// One bad entry at a time, anywhere in matrices that are longer than the runs that the loops look at.
-TEST(CheckIDs, FindsOneBadEntryAnywhere) {
+void expect_one_bad_entry_is_found_anywhere() {
     random_numbers random(7);
     constexpr unsigned bound = 0x90000000U; // beyond the signed range
     for (const std::size_t rows : {1U, 2U, 3U, 4U, 5U, 9U}) {
@@ -167,6 +168,14 @@ TEST(CheckIDs, FindsOneBadEntryAnywhere) {
             }
         }
     }
+}
+
+TEST(CheckIDs, FindsOneBadEntryAnywhere) {
+    expect_one_bad_entry_is_found_anywhere();
+}
+TEST(CheckIDs, FindsOneBadEntryAnywhereOnAProcessorThatTakesOneNumberAtATime) {
+    const one_lane scalar;
+    expect_one_bad_entry_is_found_anywhere();
 }
 
 TEST(CheckIDs, LooksOnlyAtTheView) {
