@@ -158,4 +158,58 @@ TEST(ExtrudeNormal, AnEdgeOfLengthZeroHasNoNormal) {
     for (std::size_t j = 0; j < 6; ++j) EXPECT_EQ(point(1, 1), column(pos, j));
 }
 
+/// A line that turns back on itself: at node 1 the normals of the two edges cancel.
+struct turning_back {
+    dense2D<double> pos = points({{0, 0}, {1, 0}, {0, 0}});
+    dense2D<unsigned> edges = cells({{0, 1}, {1, 2}});
+    dense2D<unsigned> out;
+
+    /// Node 1 stays where it is in both layers, which are `first` and 2 thick at the ends.
+    void expect_coincident_layers(double first) const {
+        EXPECT_THAT(columns(pos), ElementsAre(point(0, 0), point(1, 0), point(0, 0), //
+                                              point(0, first), point(1, 0), point(0, -first),
+                                              point(0, 2), point(1, 0), point(0, -2)));
+    }
+};
+
+TEST(ExtrudeNormal, ANodeWhoseNormalsCancelGetsCoincidentLayersOfQuadrilaterals) {
+    turning_back counted;
+    ASSERT_EQ(0, extrude_normal_Q4(counted.pos, counted.edges, 2.0, 2, counted.out));
+    counted.expect_coincident_layers(1);
+    EXPECT_THAT(columns(counted.out), ElementsAre(cell(0, 1, 4, 3), cell(3, 4, 7, 6),
+                                                  cell(1, 2, 5, 4), cell(4, 5, 8, 7)));
+    turning_back sized;
+    ASSERT_EQ(0, extrude_normal_Q4(sized.pos, sized.edges, 2.0, 1.0, 1.0, false, sized.out));
+    EXPECT_EQ(snapshot(counted.pos, counted.out), snapshot(sized.pos, sized.out));
+}
+TEST(ExtrudeNormal, ANodeWhoseNormalsCancelGetsCoincidentLayersOfTriangles) {
+    turning_back counted;
+    ASSERT_EQ(0, extrude_normal_T3(counted.pos, counted.edges, 2.0, 2, 1, counted.out));
+    counted.expect_coincident_layers(1);
+    EXPECT_EQ(8u, counted.out.cols);
+    turning_back sized;
+    ASSERT_EQ(0, extrude_normal_T3(sized.pos, sized.edges, 2.0, 1.0, 1.0, false, 1, sized.out));
+    EXPECT_EQ(snapshot(counted.pos, counted.out), snapshot(sized.pos, sized.out));
+}
+TEST(ExtrudeNormal, ANodeWhoseNormalsCancelStaysInGradedLayersToo) {
+    turning_back graded;
+    ASSERT_EQ(0, extrude_normal_Q4(graded.pos, graded.edges, 2.0, 0.25, 1.0, false, graded.out));
+    ASSERT_GT(graded.pos.cols, 9u);
+    for (std::size_t j = 3; j < graded.pos.cols; j += 3) {
+        EXPECT_EQ(point(1, 0), column(graded.pos, j + 1));
+        EXPECT_LT(graded.pos(1, j - 3), graded.pos(1, j));
+        EXPECT_EQ(-graded.pos(1, j), graded.pos(1, j + 2));
+    }
+}
+/// With V a zero vector does the same for any node.
+TEST(ExtrudeNormal, AZeroVectorGivesCoincidentLayers) {
+    turning_back given;
+    const auto V = points({{0, 2}, {0, 0}, {0, -2}});
+    ASSERT_EQ(0, extrude_normal_Q4(given.pos, given.edges, V, 2, given.out));
+    given.expect_coincident_layers(1);
+    turning_back triangles;
+    ASSERT_EQ(0, extrude_normal_T3(triangles.pos, triangles.edges, V, 2, 0, triangles.out));
+    triangles.expect_coincident_layers(1);
+}
+
 } // namespace
