@@ -490,6 +490,9 @@ adjacency random_stars(random_numbers& random, std::size_t rows, dense2D<unsigne
     for (std::size_t e = 0; e < connect.cols; ++e)
         turn_column(connect, e, random.below(corner_count(connect, e)));
     auto beside = adjacency_of(connect, nodes);
+    if (kind == 1) // a node that an element has twice
+        for (std::size_t e = 0; e < connect.cols; ++e)
+            if (random.below(6) == 0) connect(random.below(2), e) = connect(2, e);
     if (kind == 2)
         for (unsigned& e : beside.neighbors)
             if (random.below(20) == 0)

@@ -50,10 +50,9 @@ namespace zel::tessel2d {
 /// Columns of nodes without elements are zero, and so are those of patches that have no area or whose
 /// tensor is not finite. A triangle with an infinite coordinate is in no patch but that of its own
 /// nodes, where k1 and k2 may not be numbers. Where k2 is not above 0.001 of k1 in magnitude, u2 is set at
-/// right angles
-/// to u1 in the tangent plane of the patch's first triangle; so it is on a plane, where k1 and k2 are 0.
-/// A patch begins with the first triangle that holds its node, so results depend on the numbering of
-/// the elements.
+/// right angles to u1 in the tangent plane of the patch's first triangle; so it is on a plane, where k1
+/// and k2 are 0. A patch begins with the first triangle that holds its node, so results depend on the
+/// numbering of the elements.
 ///
 /// Cost: proportional to the sizes of the patches, and one eigenvalue problem of order 3 per node.
 /// Memory of about 150 bytes per triangle besides the result. Views with a leading dimension larger
@@ -91,7 +90,7 @@ ZEL_TESSEL2D_API int principal_curvatures(const dense2D<double>& pos,
 /// nothing; where Su and Sv are parallel the normal is zero and so are the coefficients. At the border
 /// of the mesh the mean is one-sided. docs/curvatures.md tells how large errors are inside.
 ///
-/// Cost: one pass over the triangles; memory of 64 bytes per node besides the result. Views with a
+/// Cost: one pass over the triangles; memory of 32 bytes per node besides the result. Views with a
 /// leading dimension larger than their rows are fine.
 /// @snippet examples/curvatures.cpp parametric
 ZEL_TESSEL2D_API int parametric_curvatures(const dense2D<double>& pos,
