@@ -517,7 +517,8 @@ sweep_options draw_options(input& in) {
     o.angle = in.angle();
     o.H = in.number();
     o.h0 = in.one_in(4) ? in.number() : in.one_of({1.0, 0.5, 2.0, 0.125, 3.0});
-    o.h1 = in.one_in(4) ? in.number() : in.flag() ? in.one_of({0.5, 2.0, 0.125, 1e-2}) : o.h0;
+    o.h1 = in.one_in(4) ? in.number()
+                        : o.h0 * in.one_of({1.0, 2.0, 0.25, 1.004, 0.998, 1 + 1e-11, 1 - 1e-13});
     o.layers = in.count();
     o.pattern = in.option();
     o.force_even = in.flag();

@@ -75,6 +75,16 @@ inline located_mesh draw_located(input& in, std::initializer_list<unsigned> heig
     return l;
 }
 
+/// Nodes to be served: all, or some, or so many that they are sorted first.
+inline dense1D<unsigned, 8> listed_nodes(input& in, std::size_t nodes) {
+    if (in.one_in(4)) return node_list(in, in.below(10), nodes);
+    const bool many = nodes != 0 && in.one_in(64);
+    dense1D<unsigned, 8> list = blank_list<unsigned>(in, many ? 4100 : nodes);
+    for (std::size_t j = 0; j < list.size; ++j)
+        list[j] = static_cast<unsigned>(many ? j * 7 % nodes : j);
+    return list;
+}
+
 inline located_mesh plain_copy(const located_mesh& l) {
     return {plain_copy(l.pos),
             plain_copy(l.connect),

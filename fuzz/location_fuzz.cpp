@@ -203,14 +203,6 @@ struct linear_field {
     }
 };
 
-/// The nodes that are to be served.
-dense1D<unsigned, 8> listed_nodes(input& in, const located_mesh& l) {
-    if (in.one_in(4)) return node_list(in, in.below(10), l.pos.cols);
-    dense1D<unsigned, 8> all = blank_list<unsigned>(in, l.pos.cols);
-    for (unsigned j = 0; j < all.size; ++j) all[j] = j;
-    return all;
-}
-
 /// What becomes of component i of the field at node j.
 struct carried {
     const located_mesh& l;
@@ -245,7 +237,7 @@ int field_status(const located_mesh& l, std::size_t columns, const dense1D<unsig
 
 void carry_field(input& in) {
     const located_mesh l = draw_located(in);
-    const dense1D<unsigned, 8> nodes = listed_nodes(in, l);
+    const dense1D<unsigned, 8> nodes = listed_nodes(in, l.pos.cols);
     const linear_field f{in.small(), in.small(), in.small()};
     const bool linear = in.flag() && l.pos.rows == 2;
     dense2D<double> field =
@@ -280,7 +272,7 @@ void carry_field(input& in) {
 
 void carry_scalar(input& in) {
     const located_mesh l = draw_located(in);
-    const dense1D<unsigned, 8> nodes = listed_nodes(in, l);
+    const dense1D<unsigned, 8> nodes = listed_nodes(in, l.pos.cols);
     const linear_field f{in.small(), in.small(), in.small()};
     const bool linear = in.flag() && l.pos.rows == 2;
     dense1D<double, 8> field = in.one_in(8)

@@ -6,6 +6,7 @@
 #include "fuzz/located_mesh.h"
 
 #include "location/blend.h"
+#include "location/interpolate_metrics.h"
 #include "zel/tessel2d/metrics.h"
 
 #include <algorithm>
@@ -150,9 +151,7 @@ carrying draw_carrying(input& in, std::initializer_list<unsigned> heights) {
     c.l = draw_located(in, heights);
     c.listed = in.flag();
     c.keep_valid = in.flag();
-    const bool some = c.listed && in.flag();
-    c.nodes =
-        some ? node_list(in, in.below(10), c.l.pos.cols) : laid_out(in, all_nodes(c.l.pos.cols));
+    c.nodes = c.listed ? listed_nodes(in, c.l.pos.cols) : laid_out(in, all_nodes(c.l.pos.cols));
     return c;
 }
 carrying plain_copy(const carrying& c) {
@@ -289,6 +288,34 @@ void carry_tensors(input& in) {
     }
 }
 
+/// No public function carries tensors on quadrilaterals; the worker can.
+void carry_tensors_on_quads(input& in) {
+    const located_mesh l = draw_located(in, {4});
+    if (located_status(l, l.type) != 0 || !is_searched(l.connect, l.type)) return;
+    dense2D<double> tensors = blank_matrix<double>(in, in.one_of({3u, 6u}), l.pos.cols);
+    for (std::size_t j = 0; j < tensors.cols && !tensors.empty(); ++j)
+        draw_tensor(in, tensors.rows / 3 + 1, tensors[j]);
+    const carrying c{l, listed_nodes(in, l.pos.cols), true, in.flag()};
+    for (const unsigned node : c.nodes)
+        if (node >= l.pos.cols) return;
+    const carrying given = plain_copy(c);
+    const dense2D<double> before = zel_fuzz::plain_copy(tensors);
+    call(
+        in, "carry_tensors", {},
+        [&](auto& pos, auto& e, auto& n, auto& a, auto& m, auto& of) {
+            t2::carry_tensors(pos, e, n, a, m, of, c.keep_valid, l.type);
+            return 0;
+        },
+        reads(l.pos), reads(l.connect), reads(l.neighbors), reads(l.ancestors), turns(tensors),
+        reads(c.nodes));
+    if (given.nodes.empty() || before.empty()) return;
+    if (before.rows == 3) {
+        check_tensors<2>(given, before, tensors);
+    } else {
+        check_tensors<3>(given, before, tensors);
+    }
+}
+
 // ------------------------------------------------------------------------------ sizes of a surface
 
 /// The mean length of the edges at each node; 0 where there is none.
@@ -412,6 +439,6 @@ void sizes_of_surface(input& in) {
 
 void zel_fuzz::run(input& in) {
     constexpr void (*drivers[])(input&) = {blend_tensors, carry_sizes, carry_tensors,
-                                           sizes_of_surface};
+                                           carry_tensors_on_quads, sizes_of_surface};
     drivers[in.below(sizeof drivers / sizeof *drivers)](in);
 }
