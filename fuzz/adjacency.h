@@ -101,12 +101,14 @@ inline void require_status(int status, int expected) {
     require(status == expected, "the status is that of the first unusable argument");
 }
 
-/// All numbers are multiples of 1/16 below 1000, so that products of differences are exact.
+/// All numbers are multiples of 1/1024 below 1000, so that products of differences are exact.
 inline bool all_exact(const dense2D<double>& m) {
-    for (std::size_t j = 0; j < m.cols; ++j)
-        for (std::size_t i = 0; i < m.rows; ++i)
-            if (!(std::fabs(m(i, j)) < 1000) || m(i, j) * 16 != std::floor(m(i, j) * 16))
-                return false;
+    for (std::size_t j = 0; j < m.cols; ++j) {
+        for (std::size_t i = 0; i < m.rows; ++i) {
+            const double x = m(i, j) * 1024;
+            if (!(std::fabs(x) < 1024000) || x != std::floor(x)) return false;
+        }
+    }
     return true;
 }
 

@@ -20,6 +20,7 @@ struct located_mesh {
     dense2D<unsigned> neighbors;
     dense1D<unsigned, 8> ancestors;
     zel::element_type type;
+    std::size_t mesh_nodes = 0; ///< those in front of the nodes without element
     bool in_order = false;
 };
 
@@ -35,15 +36,18 @@ inline zel::element_type kind_for(input& in, const dense2D<unsigned>& connect) {
     return quads && in.flag() ? ELEMENT_Q4 : ELEMENT_FACE;
 }
 
-/// Where a node without element lies: anywhere, on a node, or between two.
+/// Where a node without element lies: anywhere, on a node, or between three.
 inline zel::vector_fixed<double, 2> draw_point(input& in, const dense2D<double>& pos, bool absurd) {
-    zel::vector_fixed<double, 2> p{in.small(), in.small()};
     if (absurd && in.one_in(8)) return {in.absurd(), in.absurd()};
-    if (pos.cols == 0 || pos.rows < 2 || in.flag()) return p;
+    if (pos.cols == 0 || pos.rows < 2 || in.one_in(4)) return {in.small(), in.small()};
     const double* const a = pos[in.byte() % pos.cols];
     const double* const b = pos[in.byte() % pos.cols];
-    const double t = in.below(5) / 4.0;
-    return {a[0] + (b[0] - a[0]) * t, a[1] + (b[1] - a[1]) * t};
+    const double* const c = pos[in.byte() % pos.cols];
+    const unsigned along = in.below(64);
+    const double s = along % 8 / 8.0;
+    const double t = along / 8 / 8.0;
+    return {a[0] + (b[0] - a[0]) * s + (c[0] - a[0]) * t,
+            a[1] + (b[1] - a[1]) * s + (c[1] - a[1]) * t};
 }
 
 inline located_mesh draw_located(input& in, std::initializer_list<unsigned> heights = {3, 4}) {
@@ -66,6 +70,7 @@ inline located_mesh draw_located(input& in, std::initializer_list<unsigned> heig
         const auto p = draw_point(in, m.pos, absurd);
         for (std::size_t i = 0; i < l.pos.rows; ++i) l.pos(i, j) = i < 2 ? p[i] : 0;
     }
+    l.mesh_nodes = m.pos.cols;
     l.connect = m.connect;
     l.type = kind_for(in, m.connect);
     const adjacency a = beside(in, m.connect, l.pos.cols);
@@ -86,12 +91,12 @@ inline dense1D<unsigned, 8> listed_nodes(input& in, std::size_t nodes) {
 }
 
 inline located_mesh plain_copy(const located_mesh& l) {
-    return {plain_copy(l.pos),
-            plain_copy(l.connect),
-            plain_copy(l.neighbors),
-            plain_copy(l.ancestors),
-            l.type,
-            l.in_order};
+    located_mesh own = l;
+    own.pos = plain_copy(l.pos);
+    own.connect = plain_copy(l.connect);
+    own.neighbors = plain_copy(l.neighbors);
+    own.ancestors = plain_copy(l.ancestors);
+    return own;
 }
 
 // ------------------------------------------------------------------------------------- what is known

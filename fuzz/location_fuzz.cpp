@@ -142,8 +142,11 @@ void require_inside(const located_mesh& l, unsigned e, const point& p, double to
 
 void containing_element(input& in) {
     const located_mesh l = draw_located(in);
-    const dense2D<double> elsewhere = in.one_in(8) ? positions(in, {2}) : l.pos;
-    const zel::tessel::node_detector detector(elsewhere);
+    const bool strange = in.one_in(8);
+    const std::size_t some = in.flag() ? l.pos.cols : l.mesh_nodes;
+    const dense2D<double> searched =
+        strange ? positions(in, {2}) : l.pos.sub_matrix(0, 0, l.pos.rows, some);
+    const zel::tessel::node_detector detector(searched);
     const point p = draw_point(in, l.pos, in.one_in(4));
     const double tolerance = in.one_in(4) ? in.number() : 1e-6;
     const located_mesh given = plain_copy(l);
@@ -183,9 +186,8 @@ void containing_element(input& in) {
             degenerate = degenerate || double_area(given, e) <= 0;
         require(degenerate, "an element is collapsed or clockwise");
     }
-    const bool same_nodes = elsewhere.storage.get() == l.pos.storage.get();
-    if (!same_nodes || !(tolerance >= 0) || !is_lattice(given)) return;
-    for (unsigned j = 0; j < given.pos.cols; ++j)
+    if (strange || !(tolerance >= 0) || !is_lattice(given)) return;
+    for (unsigned j = 0; j < searched.cols; ++j)
         if (is_orphan(given, j)) return; // the search may start from a node without element
     if (bounds(given).holds(p.begin()))
         require(status == 1 || now.failed, "a point inside is found");

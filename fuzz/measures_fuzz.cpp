@@ -301,13 +301,13 @@ bool holds(const dense2D<unsigned>& connect, unsigned e, unsigned node) {
     return std::count(connect[e], connect[e] + n, node) != 0;
 }
 
-/// Two elements with an edge between them that ends at the node.
-bool adjacent(const adjacent_mesh& a, unsigned e, unsigned f, unsigned node) {
+/// Turning around the node, anticlockwise in anticlockwise elements, leads from e to f: over the edge of e
+/// that ends at the node.
+bool leads_to(const adjacent_mesh& a, unsigned e, unsigned f, unsigned node) {
     const unsigned n = corners(a.connect, e);
     for (unsigned k = 0; k < n; ++k) {
         const unsigned from = n == 3 ? (k + 1) % 3 : k;
-        const bool at_node = a.connect(from, e) == node || a.connect((from + 1) % n, e) == node;
-        if (at_node && a.neighbors(k, e) == f) return true;
+        if (a.connect((from + 1) % n, e) == node) return a.neighbors(k, e) == f;
     }
     return false;
 }
@@ -323,8 +323,8 @@ void check_star(const adjacent_mesh& a, unsigned node, const std::vector<unsigne
     require(star.size() == list.size(), "no element is listed twice");
     require(star == star_of(a, node, ancestor), "the elements that hang together are listed");
     for (std::size_t i = 0; i + 1 < list.size(); ++i)
-        require(adjacent(a, list[i], list[i + 1], node), "elements are listed in turn");
-    if (list.size() > 2 && adjacent(a, list.back(), list[0], node))
+        require(leads_to(a, list[i], list[i + 1], node), "elements are listed in turn");
+    if (list.size() > 2 && leads_to(a, list.back(), list[0], node))
         require(list[0] == ancestor, "a closed star begins with the ancestor");
 }
 
