@@ -643,6 +643,8 @@ unsigned node_detector::find_close(const vector_fixed<double, 2>& point) const n
     if (run.count() == 0) return find_in(view, point);
     closest_search<plain_distance> search{view, point};
     search.look_through(run);
+    // Squares of distances to nodes so far away may all be infinite.
+    if (search.best.place == candidate::none) return find_in(view, point);
     return number_of(view, search.best);
 }
 

@@ -164,6 +164,19 @@ TEST(NodeDetector, NumbersOfAnySizeAreExact) {
     }
 }
 
+TEST(NodeDetector, ACloseNodeIsFoundAlsoWhereAllSquaresOfDistancesAreInfinite) {
+    for (const double far : {1e155, 1e200, 1e308}) {
+        const auto pos = points({{0, 0}, {far, far}, {-far, far}});
+        const node_detector detector(pos);
+        for (const double x : {1e155, 1e200, 1e308, -1e160, -1e308}) {
+            EXPECT_LT(detector.find_close({x, -1e308}), 3U) << far << ", " << x;
+            expect_nearest(pos, detector, x, -1e308);
+        }
+    }
+    const node_detector one(points({{3, 4}}));
+    EXPECT_EQ(0U, one.find_close({1e300, -1e300}));
+}
+
 TEST(NodeDetector, AgreesWithBruteForce) {
     for (std::uint64_t seed = 1; seed <= 40; ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
