@@ -94,16 +94,24 @@ def cells(picture):
     return [shape for shape in root.iter(SVG + "path") if shape.get("class") == "cell"]
 
 
+def setUpModule():
+    """One run, at which most of the tests look."""
+    global FOLDER, OUTPUT, FINISHED
+    FOLDER = tempfile.TemporaryDirectory()
+    OUTPUT = pathlib.Path(FOLDER.name) / "made" / "here"
+    FINISHED = run_demo(OUTPUT)
+
+
+def tearDownModule():
+    FOLDER.cleanup()
+
+
 class Demonstration(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.folder = tempfile.TemporaryDirectory()
-        cls.output = pathlib.Path(cls.folder.name) / "made" / "here"
-        cls.finished = run_demo(cls.output)
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.folder.cleanup()
+        cls.folder = FOLDER
+        cls.output = OUTPUT
+        cls.finished = FINISHED
 
     def test_it_ends_well_and_says_where_the_files_are(self):
         self.assertEqual(0, self.finished.returncode, self.finished.stderr)
@@ -215,8 +223,7 @@ class Fields(unittest.TestCase):
             area += ((x[b] - x[a]) * (y[c] - y[a]) - (x[c] - x[a]) * (y[b] - y[a])) / 2
         land = area / ((max(x) - min(x)) * (max(y) - min(y)))
 
-        with tempfile.TemporaryDirectory() as folder:
-            lines = run_demo(folder).stdout.splitlines()
+        lines = FINISHED.stdout.splitlines()
         row = next(line for line in lines if line.startswith("  Grid over the island ")).split()[4:]
         self.assertEqual(229 * 439, int(row[0]))
         self.assertLess(abs(int(row[1]) / (228 * 438) - land), 0.001)  # one node to each cell
@@ -245,8 +252,7 @@ class Measures(unittest.TestCase):
             for x, y, z in ((a, b, c), (b, c, a), (c, a, b)):
                 angles.append(math.degrees(math.acos((y * y + z * z - x * x) / (2 * y * z))))
 
-        with tempfile.TemporaryDirectory() as folder:
-            lines = run_demo(folder).stdout.splitlines()
+        lines = FINISHED.stdout.splitlines()
         row = next(line for line in lines if line.startswith("  Scanned surface "))
         self.assertEqual(
             f"{nodes} {faces} {area:.6f} {min(angles):.1f}° {max(angles):.1f}° {max(radii):.4f}".split(),
