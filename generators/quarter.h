@@ -4,6 +4,7 @@
 // A quarter of a disk and an octant of a sphere are built alike: seven skeleton nodes, nine lines of n
 // cells between them, and three four-sided patches between the lines.
 #include "foundation/call_frame.h"
+#include "generators/struct_patch.h"
 #include "zel/tessel2d/generators.h"
 
 namespace zel::tessel2d {
@@ -45,8 +46,9 @@ struct quarter_counts {
         : nodes(3 * n * (n + 1) + 1), cells(3 * n * n), edges(6 * n) {}
 };
 
-/// How the cells of a patch become elements.
+/// How the cells of a patch become elements, and the sphere on which the patch lies, if any.
 struct quad_patches {
+    const ball* onto = nullptr;
     static constexpr std::size_t elements_per_cell = 1;
     static constexpr std::size_t least_rows = 4;
 
@@ -54,11 +56,12 @@ struct quad_patches {
     static std::size_t rows(const dense2D<unsigned>&) noexcept { return 4; }
     int operator()(dense2D<double>& pos, const dense1D<unsigned, 8>& loop, unsigned n,
                    dense2D<unsigned>& connect) const {
-        return mesh_struct_Q4(pos, loop, n, connect);
+        return mesh_struct_Q4(pos, loop, n, connect, onto);
     }
 };
 struct triangle_patches {
     int pattern;
+    const ball* onto = nullptr;
     static constexpr std::size_t elements_per_cell = 2;
     static constexpr std::size_t least_rows = 3;
 
@@ -70,7 +73,7 @@ struct triangle_patches {
     }
     int operator()(dense2D<double>& pos, const dense1D<unsigned, 8>& loop, unsigned n,
                    dense2D<unsigned>& connect) const {
-        return mesh_struct_T3(pos, loop, n, pattern, connect);
+        return mesh_struct_T3(pos, loop, n, pattern, connect, onto);
     }
 };
 

@@ -110,44 +110,17 @@ void sphere_octant_skeleton(dense2D<double>& pos, const point<3>& center, double
     }
 }
 
-/// The way from the centre to the sphere in the direction of d. A vector d of length zero gives zero,
-/// and the length is formed without overflow.
-point<3> onto_sphere(point<3> d, double radius) noexcept {
-    double q = squared_length<3>(d);
-    if (!(q >= 0x1p-900 && q <= 0x1p900)) {
-        const double largest = std::max({std::fabs(d[0]), std::fabs(d[1]), std::fabs(d[2])});
-        if (largest == 0) return d;
-        if (std::isfinite(largest)) {
-            const int exponent = -std::ilogb(largest);
-            for (double& component : d) component = std::ldexp(component, exponent);
-            q = squared_length<3>(d);
-        }
-    }
-    const double v = radius / std::sqrt(q);
-    if (v == 0) return {0, 0, 0};
-    return {v * d[0], v * d[1], v * d[2]};
-}
-
-void project(dense2D<double>& pos, std::size_t first, const point<3>& center,
-             double radius) noexcept {
-    const points_view<3> points(pos);
-    const columns<double> out = columns_of(pos);
-    for (std::size_t k = first; k < pos.cols; ++k) {
-        const point<3> way = onto_sphere(difference<3>(points[k], center), radius);
-        for (std::size_t i = 0; i < 3; ++i) out[k][i] = way[i] + center[i];
-    }
-}
-
 /// The octant, once all memory is there; `loop` has room for 4n + 1 entries.
 template <class Patches>
 void sphere_octant(dense2D<double>& pos, const point<3>& center, double radius, unsigned n,
                    const Patches& patches, dense1D<unsigned, 8>& loop, node_line (&lines)[9],
                    dense2D<unsigned>& connect, dense2D<unsigned>& boundary) {
     sphere_octant_skeleton(pos, center, radius, n, lines);
-    const std::size_t first_interior = pos.cols;
+    const ball onto{center, radius};
+    Patches on_sphere = patches;
+    on_sphere.onto = &onto;
     append_outline(plan, lines, n, boundary);
-    mesh_patches(plan, lines, n, patches, loop, pos, connect);
-    project(pos, first_interior, center, radius);
+    mesh_patches(plan, lines, n, on_sphere, loop, pos, connect);
 }
 
 template <class Patches>

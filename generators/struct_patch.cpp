@@ -7,6 +7,7 @@
 #include "zel/tessel2d/generators.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace zel::tessel2d {
 
@@ -65,9 +66,52 @@ struct coons_line {
     }
 };
 
+/// The way from the centre to the sphere in the direction of d. A vector d of length zero gives zero,
+/// and the length is formed without overflow.
+point<3> onto_sphere(point<3> d, double radius) noexcept {
+    double q = squared_length<3>(d);
+    if (!(q >= 0x1p-900 && q <= 0x1p900)) {
+        const double largest = std::max({std::fabs(d[0]), std::fabs(d[1]), std::fabs(d[2])});
+        if (largest == 0) return d;
+        if (std::isfinite(largest)) {
+            const int exponent = -std::ilogb(largest);
+            for (double& component : d) component = std::ldexp(component, exponent);
+            q = squared_length<3>(d);
+        }
+    }
+    const double v = radius / std::sqrt(q);
+    if (v == 0) return {0, 0, 0};
+    return {v * d[0], v * d[1], v * d[2]};
+}
+
+/// Moves points onto the sphere. Where all of them are of ordinary size this takes no branches.
+void project(const ball& b, std::size_t width, double (&p)[3][strip_width]) noexcept {
+    double d[3][strip_width];
+    double v[strip_width];
+    for (std::size_t k = 0; k < 3; ++k)
+        for (std::size_t t = 0; t < width; ++t) d[k][t] = p[k][t] - b.center[k];
+    std::uint64_t ordinary = b.radius >= 0x1p-500;
+    for (std::size_t t = 0; t < width; ++t)
+        v[t] = d[0][t] * d[0][t] + d[1][t] * d[1][t] + d[2][t] * d[2][t];
+    for (std::size_t t = 0; t < width; ++t)
+        ordinary &= static_cast<std::uint64_t>(v[t] >= 0x1p-900) &
+                    static_cast<std::uint64_t>(v[t] <= 0x1p900);
+    if (ordinary == 0) {
+        for (std::size_t t = 0; t < width; ++t) {
+            const point<3> way = onto_sphere({d[0][t], d[1][t], d[2][t]}, b.radius);
+            for (std::size_t k = 0; k < 3; ++k) p[k][t] = way[k] + b.center[k];
+        }
+        return;
+    }
+    for (std::size_t t = 0; t < width; ++t) v[t] = b.radius / std::sqrt(v[t]);
+    for (std::size_t k = 0; k < 3; ++k)
+        for (std::size_t t = 0; t < width; ++t) p[k][t] = v[t] * d[k][t] + b.center[k];
+}
+
 /// Stores the interior nodes into the columns of `pos` from `patch.first_new` on.
 template <int Dim>
-void place_interior_nodes(const struct_patch& patch, dense2D<double>& pos) noexcept {
+void place_interior_nodes(const struct_patch& patch, const ball* onto,
+                          dense2D<double>& pos) noexcept {
     const points_view<Dim> points(pos);
     const columns<double> nodes = columns_of(pos);
     const point<Dim> c0 = points[patch.bottom(0)];
@@ -82,6 +126,8 @@ void place_interior_nodes(const struct_patch& patch, dense2D<double>& pos) noexc
                                        c3};
             double placed[std::size_t{Dim}][strip_width];
             line.evaluate(s, placed);
+            if constexpr (Dim == 3)
+                if (onto != nullptr) project(*onto, s.width, placed);
             const std::size_t first = patch.first_new + (i - 1) * (patch.n - 1) + (j - 1);
             for (std::size_t t = 0; t < s.width; ++t) {
                 double* const out = nodes[first + t];
@@ -240,19 +286,19 @@ bool grow_outputs(dense2D<double>& pos, std::size_t n1, std::size_t n, std::size
     return true;
 }
 
-void place_nodes(const struct_patch& patch, dense2D<double>& pos) noexcept {
+void place_nodes(const struct_patch& patch, const ball* onto, dense2D<double>& pos) noexcept {
     if (patch.n1 < 2 || patch.n < 2) return;
     if (pos.rows == 2) {
-        place_interior_nodes<2>(patch, pos);
+        place_interior_nodes<2>(patch, onto, pos);
     } else {
-        place_interior_nodes<3>(patch, pos);
+        place_interior_nodes<3>(patch, onto, pos);
     }
 }
 
 } // namespace
 
 int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,
-                   dense2D<unsigned>& connect) {
+                   dense2D<unsigned>& connect, const ball* onto) {
     const std::size_t n1 = cells_along_bottom(boundary, n);
     if (n == 0 || boundary.empty() || n1 == 0) return status_ok;
     if (const int status = check_patch(pos, boundary, n, n1)) return status;
@@ -264,13 +310,13 @@ int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, u
     const std::size_t first_element = connect.cols;
     if (!grow_outputs(pos, n1, n, 4, 1, connect)) return status_memory;
     const struct_patch patch{loop.data(), n1, n, first_new};
-    place_nodes(patch, pos);
+    place_nodes(patch, onto, pos);
     write_cells<quad_writer>(patch, columns_of(connect), first_element);
     return status_ok;
 }
 
 int mesh_struct_T3(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,
-                   int pattern, dense2D<unsigned>& connect) {
+                   int pattern, dense2D<unsigned>& connect, const ball* onto) {
     const std::size_t n1 = cells_along_bottom(boundary, n);
     if (n == 0 || boundary.empty()) return status_ok;
     if (const int status = check_patch(pos, boundary, n, n1)) return status;
@@ -284,13 +330,23 @@ int mesh_struct_T3(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, u
     const std::size_t rows = std::max<std::size_t>(3, connect.rows);
     if (!grow_outputs(pos, n1, n, rows, 2, connect)) return status_memory;
     const struct_patch patch{loop.data(), n1, n, first_new};
-    place_nodes(patch, pos);
+    place_nodes(patch, onto, pos);
     if (rows == 4) {
         write_triangles<4>(patch, pattern, columns_of(connect), first_element);
     } else {
         write_triangles<3>(patch, pattern, columns_of(connect), first_element);
     }
     return status_ok;
+}
+
+int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,
+                   dense2D<unsigned>& connect) {
+    return mesh_struct_Q4(pos, boundary, n, connect, nullptr);
+}
+
+int mesh_struct_T3(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,
+                   int pattern, dense2D<unsigned>& connect) {
+    return mesh_struct_T3(pos, boundary, n, pattern, connect, nullptr);
 }
 
 } // namespace zel::tessel2d

@@ -2,6 +2,8 @@
 #pragma once
 
 // The grid of a four-sided patch: which loop entry or interior node stands at a grid point.
+#include "foundation/point.h"
+
 #include <cstddef>
 
 namespace zel::tessel2d {
@@ -31,5 +33,19 @@ inline unsigned struct_node_id(const struct_patch& patch, std::size_t i, std::si
     if (i != 0) return patch.interior(i, j);
     return patch.left(j);
 }
+
+/// A sphere onto which the interior nodes of a patch are moved, away from its centre. A node at the centre
+/// stays there.
+struct ball {
+    point<3> center;
+    double radius;
+};
+
+/// The public functions of this name for a patch in space on a sphere; null leaves the nodes where they
+/// are.
+int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,
+                   dense2D<unsigned>& connect, const ball* onto);
+int mesh_struct_T3(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,
+                   int pattern, dense2D<unsigned>& connect, const ball* onto);
 
 } // namespace zel::tessel2d
