@@ -188,13 +188,13 @@ void detector_closest(benchmark::State& state, bool clustered, bool in_order) {
     const auto pos = as_matrix(draw(points_of_mesh, clustered, 1));
     auto queries = draw(queries_of_case, clustered, 2);
     if (in_order) sort_in_space(queries);
-    const node_detector tree(pos);
+    const node_detector detector(pos);
     const uniform_grid grid(pos);
     for (std::size_t k = 0; k < queries.size(); k += 100) {
         const place& p = queries[k];
-        if (square_of_distance(pos, tree.find_closest(p), p) !=
+        if (square_of_distance(pos, detector.find_closest(p), p) !=
             square_of_distance(pos, grid.find_closest(p), p)) {
-            return state.SkipWithError("tree and grid find nodes at different distances");
+            return state.SkipWithError("detector and grid find nodes at different distances");
         }
     }
     const reference by_grid{"grid", [&](stopwatch& watch) {
@@ -202,7 +202,7 @@ void detector_closest(benchmark::State& state, bool clustered, bool in_order) {
                                         [&](const place& p) { return grid.find_closest(p); });
                             }};
     measure(state, static_cast<double>(queries.size()), {by_grid}, [&](stopwatch& watch) {
-        ask_all(watch, queries, [&](const place& p) { return tree.find_closest(p); });
+        ask_all(watch, queries, [&](const place& p) { return detector.find_closest(p); });
     });
 }
 
@@ -210,14 +210,14 @@ void detector_close(benchmark::State& state, bool clustered, bool in_order) {
     const auto pos = as_matrix(draw(points_of_mesh, clustered, 1));
     auto queries = draw(queries_of_case, clustered, 2);
     if (in_order) sort_in_space(queries);
-    const node_detector tree(pos);
+    const node_detector detector(pos);
     const uniform_grid grid(pos);
     const reference by_grid{"grid", [&](stopwatch& watch) {
                                 ask_all(watch, queries,
                                         [&](const place& p) { return grid.find_close(p); });
                             }};
     measure(state, static_cast<double>(queries.size()), {by_grid}, [&](stopwatch& watch) {
-        ask_all(watch, queries, [&](const place& p) { return tree.find_close(p); });
+        ask_all(watch, queries, [&](const place& p) { return detector.find_close(p); });
     });
 }
 

@@ -33,7 +33,6 @@ constexpr double eighth_turn = 0.7853981633974483;  // pi/4
 constexpr double quarter_turn = 1.5707963267948966; // pi/2
 constexpr double diagonal = 0.7071067811865476;     // 1/sqrt(2)
 constexpr double junction = 0.41018862050852034;    // M, in x and in y
-constexpr double relative_tolerance = 1e-12;
 
 void place(columns<double> points, std::size_t column, double x, double y) noexcept {
     points[column][0] = x;
@@ -161,14 +160,9 @@ int mesh_disk(dense2D<double>& pos, const point<2>& center, double radius, unsig
     quarter_boundary.resize(2, arc_edges);
     append_elements(quarter_boundary, boundary);
     tessel::copy_mesh(pos, boundary, still, center, quarter_turn, 3, quarter_boundary, scratch);
-    const double tolerance = radius * relative_tolerance;
-    const double from_origin = std::fabs(center[0]) + std::fabs(center[1]);
     dense2D<unsigned> both[2] = {connect, boundary}; // share storage with the arguments
-    if (c > 0 || !nodes_stay_apart(from_origin, radius, n) ||
-        !join_copies(plan, lines, n, 4, 3 * (arc_edges + 1), tolerance, pos, both, both + 2)) {
-        tessel::merge(pos, connect, boundary, tolerance, 0);
-        tessel::simplify(pos, connect, boundary, c);
-    }
+    join_copies({plan, lines, n, 4, 3 * (arc_edges + 1), c},
+                std::fabs(center[0]) + std::fabs(center[1]), radius, pos, both, both + 2);
     return status_ok;
 }
 

@@ -2,6 +2,7 @@
 #include "generators/seams.h"
 
 #include "foundation/merge.h"
+#include "foundation/tessel.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,19 +11,20 @@ namespace zel::tessel2d {
 
 namespace {
 
+constexpr double relative_tolerance = 1e-12;
+
 /// The nodes that may coincide with others, in ascending order. False: memory is exhausted.
-bool list_seam_nodes(const quarter_plan& plan, const node_line (&lines)[9], std::size_t n,
-                     std::size_t copies, std::size_t behind, dense1D<unsigned, 8>& seam) noexcept {
-    const quarter_counts quarter(n);
-    if (!seam.resize(copies * quarter.edges + behind)) return false;
+bool list_seam_nodes(const copied_parts& parts, dense1D<unsigned, 8>& seam) noexcept {
+    const quarter_counts quarter(parts.n);
+    if (!seam.resize(parts.copies * quarter.edges + parts.behind)) return false;
     unsigned* out = seam.data();
-    for (const unsigned l : plan.outline)
-        for (std::size_t k = 0; k < n; ++k) *out++ = lines[l].node(k, n);
+    for (const unsigned l : parts.plan.outline)
+        for (std::size_t k = 0; k < parts.n; ++k) *out++ = parts.lines[l].node(k, parts.n);
     std::sort(seam.data(), out);
-    for (std::size_t k = quarter.edges; k < copies * quarter.edges; ++k)
+    for (std::size_t k = quarter.edges; k < parts.copies * quarter.edges; ++k)
         *out++ = seam[k - quarter.edges] + static_cast<unsigned>(quarter.nodes);
-    for (std::size_t k = 0; k < behind; ++k)
-        *out++ = static_cast<unsigned>(copies * quarter.nodes + k);
+    for (std::size_t k = 0; k < parts.behind; ++k)
+        *out++ = static_cast<unsigned>(parts.copies * quarter.nodes + k);
     return true;
 }
 
@@ -74,19 +76,17 @@ void renumber(dense2D<unsigned>& connect, const dense1D<unsigned, 8>& numbers) n
     }
 }
 
-} // namespace
-
-bool join_copies(const quarter_plan& plan, const node_line (&lines)[9], std::size_t n,
-                 std::size_t copies, std::size_t behind, double tolerance, dense2D<double>& pos,
-                 dense2D<unsigned>* first, dense2D<unsigned>* last) noexcept {
-    if (pos.cols != copies * quarter_counts(n).nodes + behind) return false;
+/// False, with nothing changed: the counts are others, matrices share storage, or memory is exhausted.
+bool join_seams(const copied_parts& parts, double tolerance, dense2D<double>& pos,
+                dense2D<unsigned>* first, dense2D<unsigned>* last) noexcept {
+    if (pos.cols != parts.copies * quarter_counts(parts.n).nodes + parts.behind) return false;
     for (const dense2D<unsigned>* a = first; a != last; ++a)
         for (const dense2D<unsigned>* b = first; b != a; ++b)
             if (a->storage == b->storage) return false;
     dense1D<unsigned, 8> seam, stands_for, numbers;
     dense2D<double> seam_pos;
     std::size_t fused;
-    if (!list_seam_nodes(plan, lines, n, copies, behind, seam) || !gather(pos, seam, seam_pos) ||
+    if (!list_seam_nodes(parts, seam) || !gather(pos, seam, seam_pos) ||
         !stands_for.resize(seam.size) || !numbers.resize(pos.cols) ||
         !tessel::find_coincident(seam_pos, tolerance, stands_for, fused)) {
         return false;
@@ -96,6 +96,19 @@ bool join_copies(const quarter_plan& plan, const node_line (&lines)[9], std::siz
     for (dense2D<unsigned>* connect = first; connect != last; ++connect)
         renumber(*connect, numbers);
     return true;
+}
+
+} // namespace
+
+void join_copies(const copied_parts& parts, double from_origin, double radius, dense2D<double>& pos,
+                 dense2D<unsigned>* first, dense2D<unsigned>* last) {
+    const double tolerance = radius * relative_tolerance;
+    const bool only_seams = parts.first_node == 0 &&
+                            nodes_stay_apart(from_origin, radius, static_cast<double>(parts.n)) &&
+                            join_seams(parts, tolerance, pos, first, last);
+    if (only_seams) return;
+    tessel::merge(pos, first, last, tolerance, 0);
+    tessel::simplify(pos, first, last, parts.first_node);
 }
 
 } // namespace zel::tessel2d

@@ -19,13 +19,22 @@ inline bool nodes_stay_apart(double from_origin, double radius, double n) noexce
     return radius > 1e-250 && scale < 1e250 && scale * n * 0x1p-35 < radius;
 }
 
-/// Fuses the nodes of `copies` copies, the first nodes of `pos`, as many in each as the quarter has, and of
-/// whatever stands behind them; takes the fused ones away and rewrites the matrices [first, last). Each node
-/// of a copy must be used by an element, and each one behind the copies too, and only nodes of outlines or
-/// behind the copies may coincide. False, with nothing changed: the counts are others, matrices share
-/// storage, or memory is exhausted.
-bool join_copies(const quarter_plan& plan, const node_line (&lines)[9], std::size_t n,
-                 std::size_t copies, std::size_t behind, double tolerance, dense2D<double>& pos,
-                 dense2D<unsigned>* first, dense2D<unsigned>* last) noexcept;
+/// What a quarter and its copies have become: nodes of `copies` copies from `first_node` on, as many in each
+/// as the quarter has, and `behind` nodes of copied edges behind them. Elements use each node of a copy and
+/// edges each one behind.
+struct copied_parts {
+    const quarter_plan& plan;
+    const node_line (&lines)[9];
+    std::size_t n;
+    std::size_t copies;
+    std::size_t behind;
+    unsigned first_node;
+};
+
+/// Fuses coincident nodes, takes the fused ones away and rewrites the matrices [first, last), which may share
+/// storage. If the nodes stay apart but for outlines, and there were none before, only those of outlines and
+/// edges are looked at.
+void join_copies(const copied_parts& parts, double from_origin, double radius, dense2D<double>& pos,
+                 dense2D<unsigned>* first, dense2D<unsigned>* last);
 
 } // namespace zel::tessel2d

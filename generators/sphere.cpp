@@ -35,7 +35,6 @@ constexpr double middle_angle = 0.6154797086703874; // from XY to C: atan(1/sqrt
 constexpr double diagonal = 0.7071067811865476;     // 1/sqrt(2)
 constexpr double middle_flat = 0.816496580927726;   // cosine of the middle angle
 constexpr double middle_rise = 0.5773502691896258;  // its sine
-constexpr double relative_tolerance = 1e-12;
 
 /// An arc of the table: its node at angle t has the coordinates factor*cos t or radius*sin t.
 struct arc {
@@ -205,17 +204,12 @@ int mesh_sphere(dense2D<double>& pos, const point<3>& center, double radius, uns
         append_circle(pos, *circles.y, center, about_y,
                       octant_boundary.sub_matrix(0, 2 * arc_edges, 2, arc_edges), scratch);
     }
-    const double tolerance = radius * relative_tolerance;
-    const double from_origin = std::fabs(center[0]) + std::fabs(center[1]) + std::fabs(center[2]);
     // Shallow copies, so that the new numbers reach the outputs.
     dense2D<unsigned> all[3] = {connect, circles.wanted() ? *circles.z : connect,
                                 circles.wanted() ? *circles.y : connect};
-    dense2D<unsigned>* const last = all + (circles.wanted() ? 3 : 1);
-    if (c > 0 || !nodes_stay_apart(from_origin, radius, n) ||
-        !join_copies(plan, lines, n, 8, circle_nodes, tolerance, pos, all, last)) {
-        tessel::merge(pos, all, last, tolerance, 0);
-        tessel::simplify(pos, all, last, c);
-    }
+    join_copies({plan, lines, n, 8, circle_nodes, c},
+                std::fabs(center[0]) + std::fabs(center[1]) + std::fabs(center[2]), radius, pos,
+                all, all + (circles.wanted() ? 3 : 1));
     return status_ok;
 }
 

@@ -90,7 +90,7 @@ ZEL_TESSEL2D_API int mesh_disk_UR_T3(dense2D<double>& pos, const vector_fixed<do
 /// A negative status leaves all three as they were.
 ///
 /// Cost: proportional to the mesh. Memory beyond the outputs: about a quarter of the elements, and
-/// 20 bytes per node.
+/// 4 bytes per node; 20 if there are nodes already.
 /// @snippet examples/disk.cpp disk
 ZEL_TESSEL2D_API int mesh_disk_Q4(dense2D<double>& pos, const vector_fixed<double, 2>& center,
                                   double radius, unsigned n, dense2D<unsigned>& connect,

@@ -82,7 +82,7 @@ ZEL_TESSEL2D_API int mesh_sphere_UR_T3(dense2D<double>& pos, const vector_fixed<
 /// A negative status leaves the outputs as they were.
 ///
 /// Cost: proportional to the mesh. Memory beyond the outputs: about two thirds of the elements, and
-/// 20 bytes per node.
+/// 4 bytes per node; 20 if there are nodes already.
 /// @snippet examples/sphere.cpp sphere
 ZEL_TESSEL2D_API int mesh_sphere_Q4(dense2D<double>& pos, const vector_fixed<double, 3>& center,
                                     double radius, unsigned n, dense2D<unsigned>& connect);
