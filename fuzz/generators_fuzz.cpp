@@ -130,7 +130,7 @@ struct round_shape {
 
     /// Ordinary numbers, for which the counts are known.
     bool ordinary() const {
-        bool small = fresh && n != 0 && radius > 0.01 && radius < 100 && !now.failed;
+        bool small = fresh && n != 0 && radius > 0.25 && radius < 100 && !now.failed;
         for (const double x : center) small = small && std::fabs(x) < 100;
         return small && pos.rows == Dim;
     }
