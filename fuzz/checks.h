@@ -295,6 +295,7 @@ int call_with(input& in, std::initializer_list<int> statuses, Call&& f, std::ind
 
     // Which outputs share a block, with another output or with an input?
     std::vector<const void*> output_blocks;
+    std::vector<const void*> outputs;
     bool tangled = false;
     const auto note = [&](const layout& at, role what, bool none) {
         if (what == role::reads || none) return;
@@ -302,6 +303,11 @@ int call_with(input& in, std::initializer_list<int> statuses, Call&& f, std::ind
         output_blocks.push_back(at.block);
     };
     (note(layout_of(*arguments.view), arguments.what, arguments.view->storage->is_none()), ...);
+    ((arguments.what == role::reads ? void() : outputs.push_back(arguments.view)), ...);
+    const auto is_shared = [&](const void* view, const void* block) {
+        return std::count(outputs.begin(), outputs.end(), view) != 0 ||
+               std::count(output_blocks.begin(), output_blocks.end(), block) != 0;
+    };
 
     std::tuple<Views...> copies(plain_copy(*arguments.view)...);
 
@@ -319,10 +325,8 @@ int call_with(input& in, std::initializer_list<int> statuses, Call&& f, std::ind
     (require_shape(*arguments.view), ...);
     if (tangled) return status;
 
-    (require_role(
-         *arguments.view, arguments.what, std::get<I>(before),
-         std::count(output_blocks.begin(), output_blocks.end(), std::get<I>(before).at.block) != 0,
-         status),
+    (require_role(*arguments.view, arguments.what, std::get<I>(before),
+                  is_shared(arguments.view, std::get<I>(before).at.block), status),
      ...);
 
     const auto check_blocks = [&](auto& all) {
