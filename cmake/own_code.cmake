@@ -13,6 +13,8 @@ function(zel_own_code target)
   zel_sanitize(${target})
   if(ZEL_COVERAGE)
     target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+    # What is inlined by force would be counted anew at each call.
+    target_compile_definitions(${target} PRIVATE always_inline=noinline)
   endif()
   target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 endfunction()

@@ -4,6 +4,7 @@
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
+#include <cstdint>
 
 namespace {
 
@@ -801,6 +802,50 @@ TEST(SplitQ4IntoT3Properties, TheBetterDiagonalIsTaken) {
         ASSERT_EQ(1, split_Q4_into_T3(pos, cells({{0, 1, 2, 3}}), out));
         EXPECT_EQ(first > second ? 0U : 1U, out(0, 0)) << "round " << round;
         EXPECT_EQ(ends(out(0, 0), out(2, 0)), diagonal(pos, cells({{0, 1, 2, 3}}), 1));
+    }
+}
+
+// -------------------------------------------------------------------------- what cannot be counted
+
+TEST(SplitQ4IntoT3, ColumnsWithoutRowsThatCannotBeCountedFurtherAreAMemoryStatus) {
+    const auto pos = points({{0, 0}, {1, 0}, {1, 1}, {0, 1}});
+    const auto quad = cells({{0, 1, 2, 3}});
+    for (const std::size_t cols : {SIZE_MAX, SIZE_MAX - 1}) {
+        dense2D<unsigned> out;
+        ASSERT_TRUE(out.resize(0, cols));
+        EXPECT_EQ(-199, split_Q4_into_T3(quad, out));
+        EXPECT_EQ(-199, split_Q4_into_T3(pos, quad, out));
+        auto kept = ids({1}), split = ids({2});
+        EXPECT_EQ(-199, split_Q4_into_T3(pos, quad, 2, 2, 2, 0, kept, split, out));
+        EXPECT_TRUE(kept.empty() && split.empty());
+        EXPECT_EQ(cols, out.cols);
+        EXPECT_EQ(0U, out.rows);
+    }
+}
+TEST(SplitQ4IntoT3, WithoutMemoryForACopyOfASharedInputNothingChanges) {
+    const auto pos = points({{0, 0}, {1, 0}, {1, 1}, {0, 1}});
+    for (const bool by_quality : {false, true}) {
+        for (const unsigned rows : {3U, 4U}) {
+            fail_each_allocation([&](std::size_t k) {
+                const dense2D<unsigned> elements =
+                    rows == 3 ? cells({{0, 1, 2}, {0, 2, 3}}) : cells({{0, 1, 2, 3}});
+                dense2D<unsigned> out;
+                out.storage = elements.storage;
+                const auto before = snapshot(elements);
+                arm_allocator(k);
+                const int status = by_quality ? split_Q4_into_T3(pos, elements, out)
+                                              : split_Q4_into_T3(elements, out);
+                if (status < 0) {
+                    EXPECT_TRUE(allocation_failed());
+                    EXPECT_EQ(-199, status);
+                    EXPECT_EQ(before, snapshot(elements));
+                    EXPECT_TRUE(out.empty());
+                } else {
+                    EXPECT_LE(0, status);
+                    EXPECT_EQ(2U, out.cols);
+                }
+            });
+        }
     }
 }
 

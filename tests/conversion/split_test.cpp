@@ -4,6 +4,7 @@
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
+#include <cstdint>
 
 namespace {
 
@@ -322,6 +323,67 @@ TEST(SplitIntoQ4Properties, AllQuadrilateralsOfTheSameAreaOnDistinctEdges) {
         EXPECT_EQ(corners, out.cols);
         EXPECT_NEAR(before, total_area(mesh.pos, out), 1e-14);
         expect_valid_mesh(mesh.pos, out);
+    }
+}
+
+// -------------------------------------------------------------------------- what cannot be counted
+
+TEST(SplitIntoLinear, ColumnsWithoutRowsThatCannotBeCountedFurtherAreAMemoryStatus) {
+    dense2D<unsigned> out;
+    ASSERT_TRUE(out.resize(0, SIZE_MAX - 2));
+    EXPECT_EQ(-199, split_into_linear(cells({{0, 1, 2, 3, 4, 5}}), out));
+    EXPECT_EQ(SIZE_MAX - 2, out.cols);
+}
+TEST(SplitIntoQ4, ColumnsWithoutRowsThatCannotBeCountedFurtherAreAMemoryStatus) {
+    auto pos = points({{0, 0}, {1, 0}, {0, 1}});
+    const auto before = snapshot(pos);
+    dense2D<unsigned> out;
+    ASSERT_TRUE(out.resize(0, SIZE_MAX - 2));
+    EXPECT_EQ(-199, split_into_Q4(pos, cells({{0, 1, 2}}), out, {}));
+    EXPECT_EQ(SIZE_MAX - 2, out.cols);
+    EXPECT_EQ(before, snapshot(pos));
+}
+
+// ------------------------------------------------------------------------------------ shared blocks
+
+TEST(SplitIntoLinear, WithoutMemoryForACopyOfASharedInputNothingChanges) {
+    fail_each_allocation([](std::size_t k) {
+        auto block = cells({{0, 1, 2, 3, 4, 5}, {2, 1, 6, 7, 8, 3}});
+        dense2D<unsigned> out;
+        out.storage = block.storage;
+        const auto before = snapshot(block, out);
+        arm_allocator(k);
+        const int status = split_into_linear(block, out);
+        if (status < 0) {
+            EXPECT_TRUE(allocation_failed());
+            EXPECT_EQ(-199, status);
+            EXPECT_EQ(before, snapshot(block, out));
+        } else {
+            EXPECT_EQ(0, status);
+            EXPECT_EQ(8U, out.cols);
+        }
+    });
+}
+TEST(SplitIntoQ4, WithoutMemoryForCopiesOfSharedInputsNothingChanges) {
+    for (const bool share_edges : {false, true}) {
+        fail_each_allocation([&](std::size_t k) {
+            auto pos = points({{0, 0}, {2, 0}, {0, 2}, {1, -0.25}});
+            auto elements = cells({{0, 1, 2}});
+            auto edges = cells({{0, 1, 3}});
+            dense2D<unsigned> out;
+            out.storage = (share_edges ? edges : elements).storage;
+            const auto before = snapshot(pos, elements, edges);
+            arm_allocator(k);
+            const int status = split_into_Q4(pos, elements, out, edges);
+            if (status == 0) {
+                EXPECT_EQ(3U, out.cols);
+                return;
+            }
+            EXPECT_TRUE(allocation_failed());
+            EXPECT_EQ(-199, status);
+            EXPECT_EQ(before, snapshot(pos, elements, edges));
+            EXPECT_TRUE(out.empty());
+        });
     }
 }
 

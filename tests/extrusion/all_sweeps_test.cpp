@@ -4,6 +4,7 @@
 #include "extrusion/sweeps.h"
 #include "support/failing_alloc.h"
 
+#include <cstdint>
 #include <functional>
 #include <set>
 #include <string>
@@ -789,6 +790,18 @@ TEST(AllSweeps, RandomProfilesAreNumberedAsPromised) {
         ASSERT_EQ(0, c.run(a));
         expect_sides(c, a, nodes, 0, a.edges);
         for (const double x : a.pos) EXPECT_TRUE(std::isfinite(x));
+    }
+}
+
+TEST(AllSweeps, ColumnsWithoutRowsThatCannotBeCountedFurtherAreAMemoryStatus) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = arguments_of(c);
+        const std::size_t nodes = a.pos.cols;
+        ASSERT_TRUE(a.out.resize(0, SIZE_MAX));
+        EXPECT_EQ(-199, c.run(a));
+        EXPECT_EQ(SIZE_MAX, a.out.cols);
+        EXPECT_EQ(nodes, a.pos.cols);
     }
 }
 

@@ -212,4 +212,33 @@ TEST(ExtrudeNormal, AZeroVectorGivesCoincidentLayers) {
     triangles.expect_coincident_layers(1);
 }
 
+// The first layer lies so low that its height vanishes: its nodes are those of the profile, and a normal
+// that is no number does not spoil a node beside it.
+TEST(ExtrudeNormal, ALayerOfNoHeightLeavesTheNodesWhereTheyAre) {
+    bottom s;
+    s.pos(0, 3) = infinity;
+    s.pos(1, 3) = zel_test::nan;
+    ASSERT_EQ(0, extrude_normal_Q4(s.pos, s.edges, 10, 0x1p-53, 1, false, s.out));
+    ASSERT_LT(4U, s.pos.cols);
+    EXPECT_EQ(point(0, 0), column(s.pos, 4));
+    EXPECT_EQ(point(2, 0), column(s.pos, 5));
+}
+
+TEST(ExtrudeNormal, WithoutLayersColumnsWithoutRowsStillNeedMemory) {
+    fail_each_allocation([](std::size_t k) {
+        bottom s;
+        ASSERT_TRUE(s.out.resize(0, 3));
+        arm_allocator(k);
+        const int status = extrude_normal_Q4(s.pos, s.edges, 0.1, 1, 1, false, s.out);
+        EXPECT_EQ(4U, s.pos.cols);
+        EXPECT_EQ(3U, s.out.cols);
+        if (status == 0) {
+            EXPECT_EQ(cell(no_node, no_node, no_node, no_node), column(s.out, 2));
+        } else {
+            EXPECT_TRUE(allocation_failed());
+            EXPECT_EQ(-199, status);
+        }
+    });
+}
+
 } // namespace

@@ -232,4 +232,8 @@ TEST(Separate, CopiesOnlyWhatSharesTheOutputsBlock) {
     EXPECT_EQ(0U, again(0, 0));
 }
 
+TEST(CheckIDs, WhereTheBoundIsNoNodeEveryNumberPasses) {
+    EXPECT_TRUE(check_IDs(cells({{0xFFFFFFFEU, no_node}, {0, 7}}), no_node));
+}
+
 } // namespace

@@ -4,6 +4,8 @@
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
 
+#include <cstdint>
+
 namespace {
 
 using namespace zel_test;
@@ -168,6 +170,16 @@ TEST(CopyMesh, ExhaustedMemoryInSpaceIsReportedAndNothingChanges) {
             EXPECT_EQ(before, snapshot(pos, edges));
         }
     });
+}
+
+TEST(CopyMesh, ColumnsWithoutRowsThatCannotBeCountedFurtherAreAMemoryStatus) {
+    auto pos = points({{0, 0}, {1, 0}});
+    const auto before = snapshot(pos);
+    dense2D<unsigned> edges;
+    ASSERT_TRUE(edges.resize(0, SIZE_MAX));
+    EXPECT_EQ(-199, copy_mesh(pos, edges, {0, 1}, {0, 0}, 0, 2, cells({{0, 1}})));
+    EXPECT_EQ(before, snapshot(pos));
+    EXPECT_EQ(SIZE_MAX, edges.cols);
 }
 
 } // namespace

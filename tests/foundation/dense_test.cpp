@@ -6,6 +6,7 @@
 #include "support/meshes.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <thread>
 #include <type_traits>
 #include <utility>
@@ -762,6 +763,82 @@ TEST(SymmetricFixed, IsPackedColumnAfterColumn) {
     EXPECT_EQ(&a, &(a = b));
     EXPECT_THAT(a, ElementsAre(4, 5, 6));
     EXPECT_EQ(6 * sizeof(double), sizeof m);
+}
+
+// ------------------------------------------------------------- appending: room, counts and one block
+
+TEST(Append, WithRoomForTheSumNothingIsReserved) {
+    auto dst = ids({1, 2});
+    ASSERT_TRUE(dst.reserve(5, 1));
+    const std::size_t count = allocation_count();
+    EXPECT_TRUE(append(ids({3, 4, 5}), dst));
+    EXPECT_EQ((std::vector<unsigned>{1, 2, 3, 4, 5}), values(dst));
+    EXPECT_EQ(2U, allocation_count() - count) << "the source alone";
+    EXPECT_EQ(5U, dst.storage->capacity);
+}
+TEST(Append, SizesWhoseSumOverflowsAreRefused) {
+    dense1D<unsigned, 8> dst;
+    for (const std::size_t size : {SIZE_MAX, SIZE_MAX / 2 + 1}) {
+        dst.size = size; // the claim is never looked into
+        EXPECT_FALSE(append(ids({3}), dst));
+        EXPECT_EQ(size, dst.size);
+    }
+    dst.size = 0;
+}
+TEST(AppendColumns, ColumnsWithoutRowsThatCannotBeCountedFurtherAreRefused) {
+    for (const std::size_t cols : {SIZE_MAX, SIZE_MAX / 2 + 1}) {
+        dense2D<unsigned> dst;
+        ASSERT_TRUE(dst.resize(0, cols));
+        EXPECT_FALSE(append_columns(cells({{1, 2}}), dst));
+        EXPECT_EQ(cols, dst.cols);
+        EXPECT_EQ(0U, dst.rows);
+    }
+}
+TEST(AppendColumns, ViewsOfOneBlockAreReadAsTheyAreOnEntry) {
+    const auto expected = cells({{1, 2}, {3, 4}, {1, 2}});
+    for (const unsigned kind : {0U, 1U, 2U}) {
+        dense2D<unsigned> block(kind == 0 ? 2 : 3, 4, 0U);
+        dense2D<unsigned> src, dst;
+        if (kind == 0) { // both contiguous
+            src = block.sub_matrix(0, 0, 2, 1);
+            dst = block.sub_matrix(0, 0, 2, 2);
+        } else if (kind == 1) { // neither
+            src = block.sub_matrix(0, 0, 2, 1);
+            dst = block.sub_matrix(0, 0, 2, 2);
+        } else { // the source alone
+            src = block.sub_matrix(0, 0, 2, 1);
+            dst = block.sub_matrix(0, 0, 3, 2);
+            dst.ld = dst.rows = 2;
+        }
+        dst(0, 0) = 1, dst(1, 0) = 2, dst(0, 1) = 3, dst(1, 1) = 4;
+        ASSERT_TRUE(append_columns(src, dst));
+        EXPECT_EQ(columns(expected), columns(dst)) << kind;
+    }
+}
+TEST(AppendColumns, WithoutMemoryForACopyOfOneBlockTheTargetStays) {
+    fail_each_allocation([](std::size_t k) {
+        dense2D<unsigned> block(3, 4, 5U);
+        const auto src = block.sub_matrix(1, 0, 2, 2);
+        auto dst = block.sub_matrix(0, 0, 2, 2);
+        arm_allocator(k);
+        const bool done = append_columns(src, dst);
+        EXPECT_TRUE(done || allocation_failed());
+        EXPECT_EQ(done ? 4U : 2U, dst.cols);
+    });
+}
+TEST(AppendReversed, ARunBelowOrAboveTheBlockIsNoPartOfIt) {
+    unsigned numbers[12] = {1, 2, 3, 0, 0, 0, 0, 0, 0, 7, 8, 9};
+    for (const bool above : {false, true}) {
+        auto dst = dense1D<unsigned, 8>::wrap(numbers + 3, 6);
+        dst.size = 0;
+        const unsigned* const first = above ? numbers + 9 : numbers;
+        append_reversed(first + 3, first, dst);
+        EXPECT_EQ((above ? std::vector<unsigned>{9, 8, 7} : std::vector<unsigned>{3, 2, 1}),
+                  values(dst));
+    }
+    dense1D<unsigned, 8> none;
+    append_reversed(numbers + 3, numbers, none);
+    EXPECT_EQ((std::vector<unsigned>{3, 2, 1}), values(none));
 }
 
 } // namespace

@@ -105,4 +105,28 @@ TEST(Dspev, MatricesOfAnySize) {
     }
 }
 
+TEST(Dspev, ABadArgumentOfAMatrixThatIsThereIsReportedAndNothingChanges) {
+    double ap[3] = {2, 1, 2};
+    double w[2] = {7, 7};
+    double z[4] = {7, 7, 7, 7};
+    double work[6];
+    const auto status = [&](char jobz, char uplo, long ldz) {
+        long info = 99;
+        const int result = dspev(jobz, uplo, 2, ap, w, z, ldz, work, info);
+        EXPECT_EQ(result, info);
+        return result;
+    };
+    EXPECT_EQ(-1, status('X', 'U', 2));
+    EXPECT_EQ(-2, status('V', 'X', 2));
+    EXPECT_EQ(-7, status('V', 'U', 1));
+    EXPECT_EQ(-7, status('N', 'U', 0));
+    EXPECT_EQ(-7, status('N', 'U', 1L << 40));
+    EXPECT_EQ(2, ap[0]);
+    EXPECT_EQ(7, w[0]);
+    EXPECT_EQ(7, z[0]);
+    EXPECT_EQ(0, status('N', 'U', 1));
+    EXPECT_NEAR(1, w[0], 1e-15);
+    EXPECT_NEAR(3, w[1], 1e-15);
+}
+
 } // namespace

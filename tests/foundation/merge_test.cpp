@@ -466,4 +466,65 @@ TEST(Simplify, RandomMeshesKeepTheirPositions) {
     }
 }
 
+// Groups of more than sixteen nodes are fused in a second round, with memory of its own.
+TEST(Merge, ExhaustedMemoryForLargeGroupsIsReportedAndNothingChanges) {
+    dense2D<double> pos(2, 60, 0.0);
+    for (std::size_t j = 30; j < 60; ++j) pos(0, j) = 5;
+    fail_each_allocation([&](std::size_t k) {
+        auto connect = cells({{7, 31, 59}});
+        const auto before = snapshot(connect);
+        arm_allocator(k);
+        const int status = merge(pos, connect, 1e-3, 0);
+        if (disarm_allocator()) {
+            EXPECT_EQ(-199, status);
+            EXPECT_EQ(before, snapshot(connect));
+        } else {
+            EXPECT_EQ(0, status);
+            EXPECT_EQ(cell(0, 30, 30), column(connect, 0));
+        }
+    });
+}
+// So many nodes at one place do not fit in a bucket: all of them go to the second round.
+TEST(Merge, AHundredThousandNodesAtOnePlaceBecomeOne) {
+    dense2D<double> pos(2, 100000, 1.0);
+    for (std::size_t j = 0; j < pos.cols; j += 2) pos(0, j) = 2;
+    auto connect = cells({{99999, 99998, 1}, {0, 5, 4}});
+    ASSERT_EQ(0, merge(pos, connect, 1e-9, 0));
+    EXPECT_EQ(columns(cells({{1, 0, 1}, {0, 1, 0}})), columns(connect));
+}
+
+TEST(Merge, MoreNodesThanNumbersIsAMemoryStatus) {
+    dense2D<double> pos;
+    pos.rows = 2;
+    pos.cols = std::size_t{1} << 33; // the claim is never looked into
+    auto connect = cells({{0, 1}});
+    EXPECT_EQ(-199, merge(pos, connect, 1, 0));
+    EXPECT_EQ(cell(0, 1), column(connect, 0));
+    pos.rows = pos.cols = 0;
+}
+TEST(Simplify, MatricesSideBySideInOneBlockAreRewrittenOnceEach) {
+    for (const bool swapped : {false, true}) {
+        auto pos = points({{0, 0}, {1, 0}, {2, 0}, {3, 0}});
+        dense2D<unsigned> block(2, 3, 0U);
+        block(0, 0) = 1, block(1, 0) = 3, block(0, 1) = 3, block(1, 1) = 3;
+        dense2D<unsigned> parts[3] = {block.sub_matrix(0, swapped ? 1 : 0, 2, 1),
+                                      block.sub_matrix(0, swapped ? 0 : 1, 2, 1),
+                                      block.sub_matrix(0, 0, 2, 0)};
+        ASSERT_EQ(0, simplify(pos, parts, parts + 3, 0));
+        EXPECT_EQ(columns(points({{1, 0}, {3, 0}})), columns(pos));
+        EXPECT_EQ(columns(cells({{0, 1}, {1, 1}, {0, 0}})), columns(block));
+    }
+}
+// The second matrix shows row 1 of the first as well; a number in front of the first node stays.
+TEST(Simplify, RowsThatAnEarlierMatrixShowsTooAreRewrittenOnce) {
+    auto pos = points({{0, 0}, {1, 0}, {2, 0}, {3, 0}});
+    dense2D<unsigned> block(3, 2, 0U);
+    block(0, 0) = 3, block(1, 0) = 3, block(2, 0) = 0;
+    block(0, 1) = 1, block(1, 1) = 1, block(2, 1) = 3;
+    dense2D<unsigned> parts[2] = {block.sub_matrix(0, 0, 2, 2), block.sub_matrix(1, 0, 2, 2)};
+    ASSERT_EQ(0, simplify(pos, parts, parts + 2, 1));
+    EXPECT_EQ(columns(points({{0, 0}, {1, 0}, {3, 0}})), columns(pos));
+    EXPECT_EQ(columns(cells({{2, 2, 0}, {1, 1, 2}})), columns(block));
+}
+
 } // namespace

@@ -200,4 +200,17 @@ TEST(MetricReduction, FailsWhenTheFirstTensorIsNotDefinite) {
         EXPECT_FALSE(zel::tessel2d::metric_reduction_3d(a, unit, r));
 }
 
+TEST(MinimumMetric, ATensorWithTwoNegativeEigenvaluesIsNeverTheStart) {
+    const tensor saddle = diagonal(-1, -1, 5); // its determinant is positive
+    for (const bool turned : {false, true}) {
+        tensor m = zero;
+        ASSERT_TRUE(turned ? minimum_metric(unit, saddle, m) : minimum_metric(saddle, unit, m));
+        expect_near(diagonal(1, 1, 5), m, 1e-15);
+    }
+    tensor m = unit;
+    EXPECT_FALSE(minimum_metric(saddle, diagonal(5, -1, -1), m));
+    EXPECT_EQ(unit[0], m[0]);
+    EXPECT_EQ(unit[5], m[5]);
+}
+
 } // namespace

@@ -4,6 +4,7 @@
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
 
+#include <limits>
 #include <map>
 #include <thread>
 
@@ -377,6 +378,36 @@ TEST(NodeDetector, ThreadsMayAskAtTheSameTime) {
     }
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(std::vector<int>(4, 0), wrong);
+}
+
+// The box is so small that half its sides vanish: it must be cut across the side that it has.
+TEST(NodeDetector, NodesThatAreTheSmallestStepApartAreToldApart) {
+    const double step = std::numeric_limits<double>::denorm_min();
+    for (const std::size_t along : {std::size_t{0}, std::size_t{1}}) {
+        dense2D<double> pos(2, 100, 0.0);
+        for (std::size_t j = 50; j < 100; ++j) pos(along, j) = step;
+        const node_detector nodes(pos);
+        EXPECT_EQ(0U, nodes.find_closest({0, 0}));
+        zel::vector_fixed<double, 2> p{0, 0};
+        p[along] = step;
+        EXPECT_EQ(50U, nodes.find_closest(p));
+        EXPECT_GT(100U, nodes.find_close(p));
+    }
+}
+
+TEST(NodeDetector, OfManyNodesAtOnePlaceAnyWillDoForAPlaceNearby) {
+    const dense2D<double> pos(2, 100, 1.0);
+    const node_detector nodes(pos);
+    EXPECT_EQ(0U, nodes.find_closest({3, 3}));
+    EXPECT_GT(100U, nodes.find_close({3, 3}));
+}
+TEST(NodeDetector, OfMoreNodesThanNumbersFindsNone) {
+    dense2D<double> pos;
+    pos.rows = 2;
+    pos.cols = std::size_t{1} << 33; // the claim is never looked into
+    const node_detector nodes(pos);
+    pos.rows = pos.cols = 0;
+    EXPECT_EQ(no_node, nodes.find_closest({0, 0}));
 }
 
 } // namespace

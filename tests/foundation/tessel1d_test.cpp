@@ -5,6 +5,7 @@
 #include "support/meshes.h"
 
 #include <cfloat>
+#include <cstdint>
 
 namespace {
 
@@ -297,6 +298,56 @@ TEST(IndicesToConnectE2, ExhaustedMemoryIsReportedAndNothingChanges) {
         EXPECT_EQ(status == 0 ? 8U : 1U, edges.cols);
         EXPECT_EQ(cell(1, 2), column(edges, 0));
     });
+}
+
+TEST(IndicesToConnectE2, ColumnsWithoutRowsThatCannotBeCountedFurtherAreAMemoryStatus) {
+    dense2D<unsigned> edges;
+    ASSERT_TRUE(edges.resize(0, SIZE_MAX));
+    EXPECT_EQ(-199, indices_to_connectE2(ids({1, 2}), edges));
+    EXPECT_EQ(SIZE_MAX, edges.cols);
+}
+TEST(IndicesToConnectE2, WithoutMemoryForACopyOfASharedListNothingChanges) {
+    fail_each_allocation([&](std::size_t k) {
+        dense2D<unsigned> edges(2, 4, 0U);
+        dense1D<unsigned, 8> list;
+        list.storage = edges.storage;
+        list.start = 2;
+        list.size = 6;
+        for (unsigned i = 0; i < 6; ++i) list[i] = i + 1;
+        edges.cols = 1;
+        arm_allocator(k);
+        const int status = indices_to_connectE2(list, edges);
+        if (status < 0) {
+            EXPECT_TRUE(allocation_failed());
+            EXPECT_EQ(-199, status);
+            EXPECT_EQ(columns(cells({{0, 0}})), columns(edges));
+            EXPECT_EQ((std::vector<unsigned>{1, 2, 3, 4, 5, 6}), values(list));
+        } else {
+            EXPECT_EQ(0, status);
+            EXPECT_EQ(columns(cells({{0, 0}, {1, 2}, {2, 3}, {3, 4}, {4, 5}, {5, 6}})),
+                      columns(edges));
+        }
+    });
+}
+
+// With a power that needs weights there is one allocation more, and the result is there already.
+TEST(LineNormals, ExhaustedMemoryForWeightsLeavesAnEmptyResult) {
+    const auto pos = points({{0, 0}, {2, 0}, {2, 3}});
+    const auto edges = cells({{0, 1}, {1, 2}});
+    std::size_t refused = 0;
+    fail_each_allocation([&](std::size_t k) {
+        dense2D<double> n;
+        arm_allocator(k);
+        const int status = normals(pos, edges, 2, true, n);
+        if (status != 0) {
+            EXPECT_TRUE(allocation_failed());
+            EXPECT_EQ(-199, status);
+            refused = std::max(refused, k);
+        }
+        EXPECT_EQ(status == 0 ? 3U : 0U, n.cols);
+        EXPECT_EQ(status == 0 ? 2U : 0U, n.rows);
+    });
+    EXPECT_GE(refused, 3U) << "matrix, its block, weights";
 }
 
 } // namespace

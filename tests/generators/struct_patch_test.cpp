@@ -6,6 +6,7 @@
 #include "support/meshes.h"
 
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <set>
 
@@ -598,6 +599,50 @@ TEST(MeshStruct, MemoryIsTheOutputAndNothingElse) {
     EXPECT_EQ(2U, allocation_count() - count);
     // While `pos` moves, its old columns live beside the new ones; `quads` comes later.
     EXPECT_LE(peak_bytes() - base, output + 64);
+}
+
+// -------------------------------------------------------------------------- what cannot be counted
+
+TEST(MeshStruct, ColumnsWithoutRowsThatCannotBeCountedFurtherAreAMemoryStatus) {
+    auto patch = square_loop(2, 2);
+    dense2D<unsigned> connect;
+    for (const std::size_t cols : {SIZE_MAX, SIZE_MAX - 3}) {
+        ASSERT_TRUE(connect.resize(0, cols));
+        const auto before = snapshot(patch.pos);
+        EXPECT_EQ(-199, mesh_struct_Q4(patch.pos, patch.boundary, 2, connect));
+        EXPECT_EQ(-199, mesh_struct_T3(patch.pos, patch.boundary, 2, 0, connect));
+        EXPECT_EQ(before, snapshot(patch.pos));
+        EXPECT_EQ(cols, connect.cols);
+        EXPECT_EQ(0U, connect.rows);
+    }
+}
+
+// The loop lies in the block of the elements, behind the first one.
+TEST(MeshStruct, WithoutMemoryForACopyOfASharedLoopNothingChanges) {
+    for (const unsigned rows : {3U, 4U}) {
+        fail_each_allocation([&](std::size_t k) {
+            auto patch = square_loop(2, 2);
+            dense2D<unsigned> connect(rows, 5, 0U);
+            dense1D<unsigned, 8> loop;
+            loop.storage = connect.storage;
+            loop.start = rows;
+            loop.size = 9;
+            std::copy_n(patch.boundary.begin(), 9, loop.begin());
+            connect.cols = 1;
+            const auto before = snapshot(patch.pos, connect, loop);
+            arm_allocator(k);
+            const int status = rows == 4 ? mesh_struct_Q4(patch.pos, loop, 2, connect)
+                                         : mesh_struct_T3(patch.pos, loop, 2, 0, connect);
+            if (status < 0) {
+                EXPECT_TRUE(allocation_failed());
+                EXPECT_EQ(-199, status);
+                EXPECT_EQ(before, snapshot(patch.pos, connect, loop));
+            } else {
+                EXPECT_EQ(0, status);
+                EXPECT_EQ(rows == 4 ? 5U : 9U, connect.cols);
+            }
+        });
+    }
 }
 
 } // namespace

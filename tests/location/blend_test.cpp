@@ -6,6 +6,7 @@
 #include "support/meshes.h"
 #include "support/tensors.h"
 
+#include <cmath>
 #include <limits>
 
 namespace {
@@ -413,6 +414,19 @@ TEST(Eigen2x2, MultiplesOfTheIdentityHaveTheAxes) {
         EXPECT_EQ(1, vectors[0][0]);
         EXPECT_EQ(0, vectors[0][1]);
     }
+}
+
+TEST(ReduceMetrics, TheCommonBasisHasUnitVectorsAlsoWhereTheirSquareIsTwo) {
+    metric_reduction<2> r;
+    ASSERT_TRUE(reduce_metrics(tensor2{{1, 0, 1}}, tensor2{{2, 1, 2}}, r));
+    const double half = std::sqrt(0.5);
+    for (std::size_t k = 0; k < 2; ++k) {
+        EXPECT_NEAR(half, std::abs(r.basis[k][0]), 1e-15);
+        EXPECT_NEAR(half, std::abs(r.basis[k][1]), 1e-15);
+        EXPECT_NEAR(1, r.d0[k], 1e-15);
+    }
+    EXPECT_NEAR(1, std::min(r.d1[0], r.d1[1]), 1e-15);
+    EXPECT_NEAR(3, std::max(r.d1[0], r.d1[1]), 1e-15);
 }
 
 } // namespace

@@ -417,4 +417,89 @@ TEST(InterpolateMetrics, ExhaustedMemoryLeavesNodesAsTheyWereOrServesThem) {
         });
 }
 
+// ------------------------------------------------------------------ what a place needs, node by node
+
+TEST(InterpolateMetrics, TensorsOnASideOfAQuadrilateralNeedOnlyItsNodes) {
+    using zel::tessel2d::tensor_on_quad;
+    using tensor2 = zel::tessel2d::tensor<2>;
+    const tensor2 none{{0, 0, 0}};
+    const tensor2 one{{1, 0, 1}};             // size 1
+    const tensor2 three{{1. / 9, 0, 1. / 9}}; // size 3
+    const auto expect_two = [](bool found, const tensor2& m) {
+        EXPECT_TRUE(found);
+        EXPECT_NEAR(0.25, m[0], 1e-15);
+        EXPECT_EQ(0, m[1]);
+        EXPECT_NEAR(0.25, m[2], 1e-15);
+    };
+    tensor2 m;
+    for (const double at_end : {0.0, 1e-13}) {
+        expect_two(tensor_on_quad<2>(one, three, none, none, 0.5, at_end, m), m);
+        expect_two(tensor_on_quad<2>(one, none, none, three, at_end, 0.5, m), m);
+        expect_two(tensor_on_quad<2>(none, none, three, one, 0.5, 1 - at_end, m), m);
+        expect_two(tensor_on_quad<2>(none, one, three, none, 1 - at_end, 0.5, m), m);
+    }
+    EXPECT_FALSE(tensor_on_quad<2>(none, one, one, one, 0.5, 0.5, m));
+    EXPECT_FALSE(tensor_on_quad<2>(one, one, none, one, 0.5, 0.5, m));
+    expect_two(tensor_on_quad<2>(one, three, three, one, 0.5, 0.25, m), m);
+}
+
+TEST(InterpolateMetrics, SizesInsideAQuadrilateralNeedAllItsNodes) {
+    for (std::size_t k = 0; k < 4; ++k) {
+        for (const double none : {0.0, -1.0, nan}) {
+            double h[4] = {1, 1, 1, 1};
+            double found = 0;
+            EXPECT_TRUE(size_on_quad(h[0], h[1], h[2], h[3], 0.5, 0.5, found));
+            EXPECT_EQ(1, found);
+            h[k] = none;
+            EXPECT_FALSE(size_on_quad(h[0], h[1], h[2], h[3], 0.5, 0.5, found)) << k;
+        }
+    }
+    for (const double none : {0.0, -1.0, nan}) {
+        double found = 0;
+        EXPECT_FALSE(size_on_quad(1, none, 1, 1, 0.5, 0, found));
+        EXPECT_FALSE(size_on_quad(none, 1, 1, 1, 0.5, 0, found));
+    }
+}
+
+TEST(InterpolateMetrics, WithoutMemoryForACopyOfSharedCoordinatesNothingChanges) {
+    for (const bool tensors : {false, true}) {
+        carried c(triangle(), {{1, 1}});
+        dense2D<double> block(5, 4, 0.0);
+        for (std::size_t j = 0; j < 4; ++j) std::copy_n(c.m.pos[j], 2, block[j]);
+        for (std::size_t j = 0; j < 4; ++j) put_tensor(block, j, 2, 3);
+        const auto pos = block.sub_matrix(3, 0, 2, 4);
+        auto pos_view = pos;
+        for (std::size_t j = 0; j < 4; ++j) std::copy_n(c.m.pos[j], 2, pos_view[j]);
+        auto field = block.sub_matrix(0, 0, 3, 4);
+        dense1D<double, 8> sizes;
+        sizes.storage = block.storage;
+        sizes.size = 4;
+        const auto before = snapshot(block);
+        fail_for_good(true);
+        arm_allocator(1);
+        const int status = tensors
+                               ? interpolate_metrics(pos, c.m.connect, c.m.neighbors, c.m.ancestors,
+                                                     field, c.nodes, false, c.m.type)
+                               : interpolate_metrics(pos, c.m.connect, c.m.neighbors, c.m.ancestors,
+                                                     sizes, c.nodes, false, c.m.type);
+        EXPECT_TRUE(disarm_allocator());
+        fail_for_good(false);
+        EXPECT_EQ(0, status);
+        EXPECT_EQ(before, snapshot(block));
+    }
+}
+
+TEST(InterpolateMetrics, AMetricOfThePlaneHasBothEigenvaluesAboveZero) {
+    using zel::tessel2d::is_metric;
+    using tensor2 = zel::tessel2d::tensor<2>;
+    EXPECT_TRUE(is_metric(tensor2{{4, -1, 1}}));
+    EXPECT_TRUE(is_metric(tensor2{{1, 1, 4}}));
+    EXPECT_FALSE(is_metric(tensor2{{4, 3, 1}}));
+    EXPECT_FALSE(is_metric(tensor2{{1, -3, 4}}));
+    EXPECT_FALSE(is_metric(tensor2{{4, 2, 1}})) << "one is zero";
+    EXPECT_FALSE(is_metric(tensor2{{-4, 0, 1}}));
+    EXPECT_FALSE(is_metric(tensor2{{4, 0, -1}}));
+    EXPECT_FALSE(is_metric(tensor2{{infinity, 0, 1}}));
+}
+
 } // namespace

@@ -680,4 +680,20 @@ TEST(Interpolate, LongListsAreServedAsShortOnes) {
     }
 }
 
+TEST(Interpolate, WithoutMemoryForACopyOfPositionsThatAreAFieldOfOneComponentNothingChanges) {
+    carried c(square_Q4(), {{0.5, 0.5}});
+    dense1D<double, 8> field;
+    field.storage = c.m.pos.storage;
+    field.size = c.m.pos.cols;
+    const auto before = snapshot(c.m.pos);
+    fail_for_good(true);
+    arm_allocator(1);
+    const int status = interpolate(c.m.pos, c.m.connect, c.m.neighbors, c.m.ancestors, field,
+                                   c.nodes, zel::ELEMENT_Q4);
+    EXPECT_TRUE(disarm_allocator());
+    fail_for_good(false);
+    EXPECT_EQ(0, status);
+    EXPECT_EQ(before, snapshot(c.m.pos));
+}
+
 } // namespace

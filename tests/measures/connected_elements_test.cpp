@@ -1,5 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "examples/support/adjacency.h"
+#include "measures/side_by_side.h"
 #include "measures/stamp_marks.h"
 #include "support/checks.h"
 #include "support/failing_alloc.h"
@@ -535,6 +536,41 @@ TEST(ConnectedElements, NothingIsReadBehindTheLastColumn) {
             dense2D<unsigned>::wrap(cells.data(), rows, count),
             adjacency{dense2D<unsigned>::wrap(across.data(), rows, count), beside.ancestors});
         EXPECT_EQ(snapshot(stars_of(m).elements), snapshot(s.elements));
+    }
+}
+
+// Inside a mesh each walk comes round without help, whichever corner of its elements the node is.
+template <class Shape>
+void expect_walks_come_round(const mesh& m, std::uint64_t seed) {
+    random_numbers random(seed);
+    auto connect = fresh_copy(m.connect);
+    for (std::size_t e = 0; e < connect.cols; ++e)
+        turn_column(connect, e, random.below(corner_count(connect, e)));
+    const auto beside = adjacency_of(connect, m.pos.cols);
+    constexpr std::size_t walks = zel::tessel2d::star_lists::walks;
+    for (unsigned n = 0; n + walks <= m.pos.cols; n += 7) {
+        unsigned first[walks];
+        for (unsigned k = 0; k < walks; ++k) first[k] = beside.ancestors[n + k];
+        zel::tessel2d::star_lists found;
+        zel::tessel2d::turn_side_by_side<Shape>(zel::tessel2d::columns_of(connect),
+                                                zel::tessel2d::columns_of(beside.neighbors),
+                                                connect.cols, n, first, found);
+        for (unsigned k = 0; k < walks; ++k) {
+            const double x = m.pos(0, n + k), y = m.pos(1, n + k);
+            if (x == 0 || x == 1 || y == 0 || y == 1) continue;
+            EXPECT_NE(0U, found.closed[k]);
+            EXPECT_EQ(star_by_search(connect, n + k, first[k]),
+                      std::vector<unsigned>(found.list[k], found.list[k] + found.size[k]))
+                << "node " << n + k;
+        }
+    }
+}
+TEST(ConnectedElements, WalksOneByOneComeRoundInsideAMesh) {
+    for (std::uint64_t seed = 1; seed <= 5; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        expect_walks_come_round<zel::tessel2d::triangle_cells>(grid_T3(9, 8), seed);
+        expect_walks_come_round<zel::tessel2d::mixed_cells>(grid_mixed(9, 8), seed);
+        expect_walks_come_round<zel::tessel2d::mixed_cells>(grid_Q4(9, 8), seed);
     }
 }
 

@@ -404,4 +404,11 @@ TEST(TriangleCircumcircle, EndsAndStaysFlatWithNumbersThatAreNone) {
     EXPECT_EQ(unbounded, far.squared_radius);
 }
 
+TEST(Solve2x2Symmetric, WithoutRefinementIsCramersRuleToTheBit) {
+    double x = 0, y = 0;
+    solve_2x2_symmetric(4, 2, 3, 1.0 / 8, 16, 12, x, y, 0); // 4x + 2y = 16, 2x + 3y = 12
+    EXPECT_EQ(3, x);
+    EXPECT_EQ(2, y);
+}
+
 } // namespace

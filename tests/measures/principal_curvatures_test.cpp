@@ -530,4 +530,27 @@ TEST(PrincipalCurvatures, AnyAdjacencyAtAllStaysInsideStorage) {
     }
 }
 
+TEST(PrincipalCurvatures, AHardEdgeThatFindsNoMemoryIsReported) {
+    const auto m = surface_mesh(6, on_waves);
+    const auto beside = adjacency_of(m.connect, m.pos.cols);
+    const growth g{0.7, 1.0, 20, cells({{3, 4}, {11, 10}, {8, 9}})};
+    const auto expected = snapshot(curvatures_of(m, g));
+    for (std::size_t in_a_row = 2; in_a_row <= 6; ++in_a_row) {
+        for (std::size_t k = 1; k < 200; ++k) {
+            SCOPED_TRACE(testing::Message() << in_a_row << " from " << k << " on");
+            dense2D<double> out;
+            arm_allocator(k, in_a_row);
+            const int status = principal_curvatures(m.pos, m.connect, beside.neighbors, g.radius,
+                                                    g.max_angle, g.max_elements, g.hard_edges, out);
+            const bool failed = disarm_allocator();
+            if (status == 0) {
+                EXPECT_EQ(expected, snapshot(out));
+            } else {
+                EXPECT_EQ(-199, status);
+            }
+            if (!failed) break;
+        }
+    }
+}
+
 } // namespace

@@ -570,4 +570,29 @@ TEST(CopyWithOffset, RandomMeshesAgreeWithAMapOfNodes) {
     }
 }
 
+TEST(Offset, WithoutMemoryForACopyOfVectorsInTheBlockOfThePositionsNothingMoves) {
+    for (const bool copies : {false, true}) {
+        fail_each_allocation([&](std::size_t k) {
+            dense2D<double> block(6, 3, 0.0);
+            auto pos = block.sub_matrix(0, 0, 3, 3);
+            const auto N = block.sub_matrix(3, 0, 3, 3);
+            pos(0, 1) = pos(1, 2) = 1;
+            for (std::size_t j = 0; j < 3; ++j) block(5, j) = 1;
+            const auto triangle = cells({{0, 1, 2}});
+            dense2D<unsigned> out;
+            const auto before = snapshot(pos, N);
+            arm_allocator(k);
+            const int status = copies ? copy_with_offset(pos, triangle, N, 2.0, out)
+                                      : offset(pos, triangle, N, 2.0);
+            if (status != 0) {
+                EXPECT_TRUE(allocation_failed());
+                EXPECT_EQ(-199, status);
+                EXPECT_EQ(before, snapshot(pos, N));
+            } else {
+                EXPECT_EQ(point(0, 0, 2), column(pos, copies ? 3 : 0));
+            }
+        });
+    }
+}
+
 } // namespace

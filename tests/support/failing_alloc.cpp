@@ -7,6 +7,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#if defined(__unix__)
+#include <sys/mman.h>
+#endif
+
 namespace {
 
 // Thread-safe, since some tests call the library from several threads at once.
@@ -22,6 +26,41 @@ std::atomic<bool> has_failed{false};
 
 // The size of a block stands in front of it; 16 bytes keep the alignment of malloc.
 constexpr std::size_t front = 16;
+
+#if defined(__unix__)
+// With ZEL_TEST_GUARD_PAGES in the environment a block ends where the memory of the process does, so that
+// whoever reads or writes behind it is ended on the spot.
+const bool guarded = std::getenv("ZEL_TEST_GUARD_PAGES") != nullptr;
+constexpr std::size_t page = 4096;
+
+std::size_t pages_for(std::size_t bytes) {
+    return (bytes + front + page - 1) / page * page;
+}
+unsigned char* system_block(std::size_t bytes) {
+    if (!guarded) return static_cast<unsigned char*>(std::malloc(bytes + front));
+    const std::size_t rounded = (bytes + 7) / 8 * 8; // as the widest elements are aligned
+    const std::size_t length = pages_for(rounded);
+    void* const map = mmap(nullptr, length + page, PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (map == MAP_FAILED) return nullptr;
+    auto* const first = static_cast<unsigned char*>(map);
+    mprotect(first + length, page, PROT_NONE);
+    return first + length - rounded - front;
+}
+void free_system_block(unsigned char* raw, std::size_t bytes) {
+    if (!guarded) return std::free(raw);
+    const std::size_t rounded = (bytes + 7) / 8 * 8;
+    const std::size_t length = pages_for(rounded);
+    munmap(raw + front + rounded - length, length + page);
+}
+#else
+unsigned char* system_block(std::size_t bytes) {
+    return static_cast<unsigned char*>(std::malloc(bytes + front));
+}
+void free_system_block(unsigned char* raw, std::size_t) {
+    std::free(raw);
+}
+#endif
 
 // New memory is filled with this, so that what is read before it is written is the same each time and no
 // number that a mesh has. Not in large blocks, which may be many times what the machine has.
@@ -52,7 +91,7 @@ void* __vector_num_alloc(std::size_t bytes) noexcept {
         return nullptr;
     }
     if (bytes > std::size_t{1} << 40) return nullptr; // as the system would, whatever it promises
-    auto* const raw = static_cast<unsigned char*>(std::malloc(bytes + front));
+    unsigned char* const raw = system_block(bytes);
     if (!raw) return nullptr;
     *reinterpret_cast<std::size_t*>(raw) = bytes;
     if (bytes <= most_filled) std::memset(raw + front, unwritten, bytes);
@@ -66,9 +105,10 @@ void* __vector_num_alloc(std::size_t bytes) noexcept {
 void __vector_num_free(void* memory) noexcept {
     if (!memory) return;
     unsigned char* const raw = static_cast<unsigned char*>(memory) - front;
-    bytes_alive -= *reinterpret_cast<std::size_t*>(raw);
+    const std::size_t bytes = *reinterpret_cast<std::size_t*>(raw);
+    bytes_alive -= bytes;
     --blocks;
-    std::free(raw);
+    free_system_block(raw, bytes);
 }
 
 } // namespace zel
