@@ -227,9 +227,10 @@ TEST(ExtrudeNormal, ALayerOfNoHeightLeavesTheNodesWhereTheyAre) {
 TEST(ExtrudeNormal, WithoutLayersColumnsWithoutRowsStillNeedMemory) {
     fail_each_allocation([](std::size_t k) {
         bottom s;
+        const dense2D<double> V(2, 4, 1.0);
         ASSERT_TRUE(s.out.resize(0, 3));
         arm_allocator(k);
-        const int status = extrude_normal_Q4(s.pos, s.edges, 0.1, 1, 1, false, s.out);
+        const int status = extrude_normal_Q4(s.pos, s.edges, V, 0, s.out);
         EXPECT_EQ(4U, s.pos.cols);
         EXPECT_EQ(3U, s.out.cols);
         if (status == 0) {

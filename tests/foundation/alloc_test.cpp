@@ -1,6 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 // The library's own allocator; this program does not replace it, as the other tests do.
 #include "foundation/dense.h"
+#include "zel/tessel2d/measures.h"
 
 #include <gtest/gtest.h>
 
@@ -63,5 +64,17 @@ TEST(Allocator, AbsurdRequestsAnswerNull) {
     EXPECT_EQ(3U, v.size);
 }
 #endif
+
+// Which way the library goes depends on the processor; other tests choose the way themselves.
+TEST(Lanes, TheLibraryAsksTheProcessorItself) {
+    zel::dense2D<double> pos(2, 3, 0.0);
+    pos(0, 1) = pos(1, 2) = 1;
+    zel::dense2D<unsigned> connect(3, 9);
+    for (std::size_t e = 0; e < 9; ++e)
+        for (unsigned k = 0; k < 3; ++k) connect(k, e) = k;
+    double result = 0;
+    ASSERT_EQ(0, zel::tessel2d::area(pos, connect, result));
+    EXPECT_EQ(4.5, result);
+}
 
 } // namespace

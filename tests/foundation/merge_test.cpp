@@ -475,11 +475,12 @@ TEST(Merge, ExhaustedMemoryForLargeGroupsIsReportedAndNothingChanges) {
         const auto before = snapshot(connect);
         arm_allocator(k);
         const int status = merge(pos, connect, 1e-3, 0);
-        if (disarm_allocator()) {
+        const bool failed = disarm_allocator();
+        if (status != 0) {
+            EXPECT_TRUE(failed);
             EXPECT_EQ(-199, status);
             EXPECT_EQ(before, snapshot(connect));
         } else {
-            EXPECT_EQ(0, status);
             EXPECT_EQ(cell(0, 30, 30), column(connect, 0));
         }
     });

@@ -547,14 +547,15 @@ void expect_walks_come_round(const mesh& m, std::uint64_t seed) {
     for (std::size_t e = 0; e < connect.cols; ++e)
         turn_column(connect, e, random.below(corner_count(connect, e)));
     const auto beside = adjacency_of(connect, m.pos.cols);
+    const dense2D<unsigned>&elements = connect, &across = beside.neighbors;
     constexpr std::size_t walks = zel::tessel2d::star_lists::walks;
     for (unsigned n = 0; n + walks <= m.pos.cols; n += 7) {
         unsigned first[walks];
         for (unsigned k = 0; k < walks; ++k) first[k] = beside.ancestors[n + k];
         zel::tessel2d::star_lists found;
-        zel::tessel2d::turn_side_by_side<Shape>(zel::tessel2d::columns_of(connect),
-                                                zel::tessel2d::columns_of(beside.neighbors),
-                                                connect.cols, n, first, found);
+        zel::tessel2d::turn_side_by_side<Shape>(zel::tessel2d::columns_of(elements),
+                                                zel::tessel2d::columns_of(across), connect.cols, n,
+                                                first, found);
         for (unsigned k = 0; k < walks; ++k) {
             const double x = m.pos(0, n + k), y = m.pos(1, n + k);
             if (x == 0 || x == 1 || y == 0 || y == 1) continue;
@@ -572,6 +573,45 @@ TEST(ConnectedElements, WalksOneByOneComeRoundInsideAMesh) {
         expect_walks_come_round<zel::tessel2d::mixed_cells>(grid_mixed(9, 8), seed);
         expect_walks_come_round<zel::tessel2d::mixed_cells>(grid_Q4(9, 8), seed);
     }
+}
+
+// Twenty nodes with ten elements around each, where six are usual: the lists outgrow their first memory
+// while walks run side by side.
+TEST(ConnectedElements, WithoutMemoryForMoreListsTheTableEndsEarlyOrIsWhole) {
+    dense2D<unsigned> connect(3, 200);
+    for (unsigned f = 0; f < 20; ++f)
+        for (unsigned k = 0; k < 10; ++k) {
+            unsigned* const t = connect[10 * f + k];
+            t[0] = f;
+            t[1] = 20 + 10 * f + k;
+            t[2] = 20 + 10 * f + (k + 1) % 10;
+        }
+    auto all = adjacency_of(connect, 220);
+    all.ancestors.resize(20);
+    const auto good = stars_of(connect, all);
+    ASSERT_EQ(200U, good.elements.size);
+    unsigned early = 0;
+    fail_each_allocation([&](std::size_t k) {
+        stars s;
+        arm_allocator(k);
+        s.status =
+            get_connected_elements(connect, all.neighbors, all.ancestors, s.starts, s.elements);
+        if (s.status != 0) {
+            EXPECT_EQ(-199, s.status);
+            EXPECT_TRUE(s.starts.empty() && s.elements.empty());
+            return;
+        }
+        ASSERT_TRUE(1 <= s.starts.size && s.starts.size <= 21);
+        const std::size_t nodes = s.starts.size - 1;
+        EXPECT_EQ(s.elements.size, s.starts[nodes]);
+        if (s.elements.size < 200) ++early;
+        for (std::size_t n = 0; n < nodes; ++n) {
+            if (s.starts[n + 1] != s.starts[n]) {
+                EXPECT_EQ(good.of(n), s.of(n));
+            }
+        }
+    });
+    EXPECT_GT(early, 0U);
 }
 
 } // namespace
