@@ -117,49 +117,6 @@ void fuse_many(input& in) {
         reads(pos), turns(a), turns(b), turns(c));
 }
 
-/// So many nodes that they are taken in several portions: an even or crowded cloud from a few bytes.
-void fuse_crowd(input& in) {
-    in.room = std::size_t{1} << 23;
-    const std::size_t dim = in.one_of({2u, 3u});
-    const std::size_t nodes = 8100 + 40 * in.byte();
-    const unsigned range = in.one_of({200u, 3u, 30u, 20000u});
-    const double tolerance = in.one_of({0.0, 0.25, 0.75, 1.25, 2.5});
-    const bool even = in.flag();
-    std::uint64_t seed = in.word();
-    const auto next = [&seed] {
-        seed = seed * 6364136223846793005u + 1442695040888963407u;
-        return static_cast<unsigned>(seed >> 33);
-    };
-    dense2D<double> pos(dim, nodes);
-    dense2D<unsigned> connect(1, nodes);
-    for (std::size_t j = 0; j < nodes; ++j) {
-        for (std::size_t i = 0; i < dim; ++i)
-            pos(i, j) = next() % range + (even ? 0 : next() % 8 / 16.0);
-        connect(0, j) = static_cast<unsigned>(j);
-    }
-    const int status = call(
-        in, "merge of a crowd", {-1},
-        [=](auto& p, auto& c) { return tessel::merge(p, c, tolerance, 0); }, reads(pos),
-        turns(connect));
-    if (status != 0) return;
-    // What stands for others is kept; nodes with the coordinates of another are not.
-    std::map<std::array<double, 3>, std::size_t> at;
-    for (std::size_t j = 0; j < nodes; ++j) {
-        const unsigned kept = connect(0, j);
-        require(kept <= j && connect(0, kept) == kept, "what a node is replaced by is kept");
-        double sum = 0;
-        std::array<double, 3> place{};
-        for (std::size_t i = 0; i < dim; ++i) {
-            const double d = pos(i, j) - pos(i, kept);
-            sum += d * d;
-            place[i] = pos(i, j);
-        }
-        require(kept == j || sum == 0 || std::sqrt(sum) < tolerance, "fused nodes are close");
-        if (kept == j)
-            require(at.emplace(place, j).second, "nodes with equal coordinates are fused");
-    }
-}
-
 /// What elements refer to does not change: coordinates of the nodes in use are what they were.
 void require_simplified(const dense2D<double>& pos_before, const dense2D<unsigned>& before,
                         const dense2D<double>& pos, const dense2D<unsigned>& after) {
@@ -760,10 +717,5 @@ void zel_fuzz::run(input& in) {
         tidy_many,     copies<2>,    copies<3>,     detect,        smaller_metric,
         check_numbers, line_normals, straight_line, list_to_edges, eigenvalues,
         matrices,      lists,        edge_table,    distinct_nodes};
-    const unsigned which = in.byte();
-    if (which == 255) { // which takes its time
-        fuse_crowd(in);
-    } else {
-        drivers[which % (sizeof drivers / sizeof *drivers)](in);
-    }
+    drivers[in.below(sizeof drivers / sizeof *drivers)](in);
 }
