@@ -1,9 +1,12 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "zel/tessel2d/conversion.h"
 
+#include "conversion/quad_quality.h"
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
+
+#include <cmath>
 #include <cstdint>
 
 namespace {
@@ -846,6 +849,36 @@ TEST(SplitQ4IntoT3, WithoutMemoryForACopyOfASharedInputNothingChanges) {
                 }
             });
         }
+    }
+}
+
+// --------------------------------------------------------------------- what the qualities are made of
+
+TEST(QuadQuality, TwistIsThatOfThePairOfNormalsAtTheLargerAngleWhateverTheirLength) {
+    const double bent = 2 * std::sqrt(3.0); // at 60 degrees, four long
+    EXPECT_NEAR(0.5, zel::tessel2d::warp_quality({{0, 0, 1}, {0, 0, 2}, {0, 0, 1}, {0, bent, 2}}),
+                1e-15);
+    EXPECT_NEAR(0.5, zel::tessel2d::warp_quality({{0, 0, 2}, {0, 0, 1}, {0, bent, 2}, {0, 0, 1}}),
+                1e-15);
+}
+TEST(QuadQuality, TheSmallestCornerDecidesWhicheverItIs) {
+    const zel::tessel2d::point<3> corner[4] = {{0, 0, 0}, {4, 0, 0}, {2.5, 2.5, 0}, {0, 4, 0}};
+    for (std::size_t turn = 0; turn < 4; ++turn) {
+        zel::tessel2d::corners_of_quad<3> p;
+        for (std::size_t k = 0; k < 4; ++k) p[k] = corner[(k + turn) % 4];
+        EXPECT_NEAR(4 / (8 + 2 * std::sqrt(8.5)), zel::tessel2d::quality_of_quad(p).shape, 1e-15);
+    }
+}
+TEST(QuadQuality, AnAngleAboveARightAngleCountsAsMuchAsItIsShortOfTwo) {
+    const double degree = std::acos(-1.0) / 180;
+    const double x = std::cos(75 * degree), y = std::sin(75 * degree);
+    // 150 degrees at the first corner and 70 at the others
+    const zel::tessel2d::point<2> corner[4] = {
+        {0, 0}, {x, -y}, {x + y / std::tan(35 * degree), 0}, {x, y}};
+    for (std::size_t turn = 0; turn < 4; ++turn) {
+        zel::tessel2d::corners_of_quad<2> p;
+        for (std::size_t k = 0; k < 4; ++k) p[k] = corner[(k + turn) % 4];
+        EXPECT_NEAR(1.0 / 3, zel::tessel2d::quad_angle_quality<2>(p), 1e-14);
     }
 }
 
