@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace {
@@ -235,8 +236,12 @@ long double way_of(const sweep_options& o, const sweep_views& given) {
     const double* const p = given.pos[given.profile(0, 0)];
     const long double x = static_cast<long double>(p[0]) - o.C[0];
     const long double y = static_cast<long double>(p[1]) - o.C[1];
+    // Squares of larger numbers overflow, and nothing times infinity is no number.
+    const bool overflows = !(std::fabs(x) < 1e150L && std::fabs(y) < 1e150L);
+    if (overflows) return std::numeric_limits<long double>::infinity();
     if (o.kind == motion::rotate2) return length(x, y, 0) * std::fabs(o.angle);
     const long double z = (given.pos.rows == 3 ? p[2] : 0) - static_cast<long double>(o.C[2]);
+    if (!(std::fabs(z) < 1e150L)) return std::numeric_limits<long double>::infinity();
     return length(y * o.A[2] - z * o.A[1], z * o.A[0] - x * o.A[2], x * o.A[1] - y * o.A[0]);
 }
 

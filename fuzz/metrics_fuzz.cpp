@@ -223,8 +223,9 @@ void carry_sizes(input& in) {
         const bool kept = given.keep_valid && is_size(before[j]);
         if (!served[j] || kept) {
             require(same(before[j], sizes[j]), "a node that is not served keeps its size");
-        } else if (lattice && low > 0 && high < 1e100 && !now.failed) {
-            require(sizes[j] >= low * (1 - 1e-9) && sizes[j] <= high * (1 + 1e-9),
+        } else if (lattice && low > 1e-3 * high && high < 1e100 && !now.failed) {
+            // A point may lie outside of its element by the tolerance of the search.
+            require(sizes[j] >= low - 1e-5 * high && sizes[j] <= high * (1 + 1e-5),
                     "a size lies between those of the mesh");
         }
     }
