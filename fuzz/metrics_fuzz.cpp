@@ -211,11 +211,12 @@ void carry_sizes(input& in) {
         return;
     }
     const std::vector<bool> served = served_nodes(given);
-    const bool lattice = is_lattice(given.l);
+    bool lattice = is_lattice(given.l);
     double low = std::numeric_limits<double>::infinity();
     double high = 0;
     for (unsigned j = 0; j < sizes.size; ++j) {
         if (is_orphan(given.l, j)) continue;
+        lattice = lattice && before[j] > 0; // not a NaN either
         low = std::min(low, before[j]);
         high = std::max(high, before[j]);
     }
