@@ -22,6 +22,7 @@ project = {
     "tests/a/CMakeLists.txt": "zel_add_tests(a area_test.cpp) # other_test.cpp\n",
     "tests/a/area_test.cpp": "TEST(Area, OfASquare) { area(); }\nTEST_F(Area, ExhaustedMemory) {}\n",
     "tests/a/other_test.cpp": "TEST(Area, OfASquare) { area(); }\n",
+    "fuzz/CMakeLists.txt": "zel_add_fuzzer(a)\n",
     "fuzz/a_fuzz.cpp": "area();\n",
     "bench/CMakeLists.txt": "zel_add_benchmark(a)\n",
     "bench/a_bench.cpp": "void area_flat() { area(); }\nBENCHMARK(area_flat)->Range(8, 64);\n",
