@@ -599,6 +599,15 @@ TEST(SplitCriterion, InSpaceEachCriterionDecidesInItsOwnWay) {
     for (const auto& one : all) one.check();
 }
 
+TEST(SplitCriterion, FlatnessByLengthTakesTheAngleAboutADiagonalOfLengthOne) {
+    // The scores are 0.44 apart. With any one component of a diagonal too large or too small they would
+    // change places.
+    const auto connect = cells({{0, 1, 2, 3}});
+    const auto pos = points({{-1, 0, 1}, {0, -1, 2}, {2, -1, 0}, {-1, 1, 1}});
+    EXPECT_EQ(ends(0, 2), diagonal(pos, connect, 6));
+    EXPECT_EQ(ends(1, 3), diagonal(turned_by_one(pos), connect, 6));
+}
+
 TEST(SplitCriterion, AreasInSpaceAreMagnitudes) {
     // Node 2 is re-entrant: along 0-2 the doubled areas are 4 and 2, along 1-3 they are 2 and 8. With
     // signs, which there are not in space, the 2 would be -2 and the sums equal.
