@@ -227,7 +227,8 @@ long double length(long double x, long double y, long double z) {
     return std::sqrt(x * x + y * y + z * z);
 }
 
-/// The way that layers are counted along.
+/// The way that layers are counted along; infinite for a rotation far from its axis, where the way is a
+/// small difference of large numbers, or of numbers too large for a double.
 long double way_of(const sweep_options& o, const sweep_views& given) {
     if (o.kind == motion::normals) return o.H;
     if (o.kind == motion::translate2) return length(o.T[0], o.T[1], 0);
