@@ -405,19 +405,6 @@ bool find_fusions(const dense2D<double>& pos, double tolerance, fusion_result& r
            (result.marked == 0 || fuse_marked<Dim>(pos, grid, tolerance, result));
 }
 
-void replace_entries(dense2D<unsigned>& connect, const dense1D<unsigned, 8>& stands_for) noexcept {
-    const unsigned* const nodes = stands_for.data();
-    const std::size_t count = stands_for.size;
-    const bool flat = connect.contiguous();
-    const std::size_t runs = flat ? 1 : connect.cols;
-    const std::size_t length = flat ? connect.rows * connect.cols : connect.rows;
-    for (std::size_t r = 0; r < runs; ++r) {
-        unsigned* const entries = connect[r];
-        for (std::size_t k = 0; k < length; ++k)
-            if (entries[k] < count) entries[k] = nodes[entries[k]];
-    }
-}
-
 } // namespace
 
 bool find_coincident(const dense2D<double>& pos, double tolerance, dense1D<unsigned, 8>& stands_for,
@@ -429,6 +416,19 @@ bool find_coincident(const dense2D<double>& pos, double tolerance, dense1D<unsig
     }
     fused = result.fused;
     return true;
+}
+
+void replace_entries(dense2D<unsigned>& connect, const dense1D<unsigned, 8>& stands_for) noexcept {
+    const unsigned* const nodes = stands_for.data();
+    const std::size_t count = stands_for.size;
+    const bool flat = connect.contiguous();
+    const std::size_t runs = flat ? 1 : connect.cols;
+    const std::size_t length = flat ? connect.rows * connect.cols : connect.rows;
+    for (std::size_t r = 0; r < runs; ++r) {
+        unsigned* const entries = connect[r];
+        for (std::size_t k = 0; k < length; ++k)
+            if (entries[k] < count) entries[k] = nodes[entries[k]];
+    }
 }
 
 int merge(const dense2D<double>& pos, dense2D<unsigned>* first, dense2D<unsigned>* last,

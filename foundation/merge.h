@@ -1,7 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #pragma once
 
-// Which nodes coincide, before any number is changed.
+// Which nodes coincide, and the numbers that follow from it.
 #include "foundation/dense.h"
 
 namespace zel::tessel {
@@ -11,5 +11,8 @@ namespace zel::tessel {
 /// memory is exhausted.
 bool find_coincident(const dense2D<double>& pos, double tolerance, dense1D<unsigned, 8>& stands_for,
                      std::size_t& fused) noexcept;
+
+/// Puts in the place of each entry what `stands_for` has for it; entries beyond its size stay.
+void replace_entries(dense2D<unsigned>& connect, const dense1D<unsigned, 8>& stands_for) noexcept;
 
 } // namespace zel::tessel

@@ -63,19 +63,6 @@ void close_seam(const dense1D<unsigned, 8>& seam, const dense1D<unsigned, 8>& st
     pos.resize(pos.rows, to);
 }
 
-void renumber(dense2D<unsigned>& connect, const dense1D<unsigned, 8>& numbers) noexcept {
-    const unsigned* const list = numbers.data();
-    const std::size_t count = numbers.size;
-    const bool flat = connect.contiguous();
-    const std::size_t runs = flat ? 1 : connect.cols;
-    const std::size_t length = flat ? connect.rows * connect.cols : connect.rows;
-    for (std::size_t r = 0; r < runs; ++r) {
-        unsigned* const entries = connect[r];
-        for (std::size_t k = 0; k < length; ++k)
-            if (entries[k] < count) entries[k] = list[entries[k]];
-    }
-}
-
 /// False, with nothing changed: the counts are others, matrices share storage, or memory is exhausted.
 bool join_seams(const copied_parts& parts, double tolerance, dense2D<double>& pos,
                 dense2D<unsigned>* first, dense2D<unsigned>* last) noexcept {
@@ -94,7 +81,7 @@ bool join_seams(const copied_parts& parts, double tolerance, dense2D<double>& po
     if (fused == 0) return true;
     close_seam(seam, stands_for, pos, numbers);
     for (dense2D<unsigned>* connect = first; connect != last; ++connect)
-        renumber(*connect, numbers);
+        tessel::replace_entries(*connect, numbers);
     return true;
 }
 
