@@ -1,5 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "foundation/call_frame.h"
+#include "foundation/exact_sum.h"
 #include "foundation/tessel.h"
 
 #include <cmath>
@@ -265,29 +266,45 @@ struct detector_maker {
 
 // ------------------------------------------------------------------------------------------ search
 
-/// Units of length in which squares of distances neither overflow nor vanish. A search ends as soon as it
-/// meets a square below `least` or above `most`, which is for other units to tell.
+/// Units of length in which squares of distances neither overflow nor vanish. Coordinates are multiplied
+/// by `shrink` and their differences by `enlarge`. A search ends as soon as it meets a square below `least`
+/// or above `most`, which is for other units to tell. `lost` is more than what underflow takes from a sum
+/// of products of differences.
 struct plain_distance {
+    static constexpr double shrink = 1;
+    static constexpr double enlarge = 1;
     static constexpr double least = 1e-280;
     static constexpr double most = 1e300;
-    static double difference(double a, double b) noexcept { return a - b; }
-    static double scaled(double length) noexcept { return length; }
+    static constexpr double lost = 1e-300;
 };
 struct large_distance {
+    static constexpr double shrink = 0x1p-540;
+    static constexpr double enlarge = 1;
     static constexpr double least = plain_distance::least;
     static constexpr double most = std::numeric_limits<double>::infinity();
-    static double difference(double a, double b) noexcept { return a * 0x1p-540 - b * 0x1p-540; }
-    static double scaled(double length) noexcept { return length * 0x1p-540; }
+    static constexpr double lost = 1e-170; // coordinates up to 2^484 lose up to 2^-1075
 };
 struct small_distance {
+    static constexpr double shrink = 1;
+    static constexpr double enlarge = 0x1p700;
     static constexpr double least = 0;
     static constexpr double most = std::numeric_limits<double>::infinity();
-    static double difference(double a, double b) noexcept { return (a - b) * 0x1p700; }
-    static double scaled(double length) noexcept { return length * 0x1p700; }
+    static constexpr double lost = 0;
 };
+
+template <class Distance>
+double difference(double a, double b) noexcept {
+    return (a * Distance::shrink - b * Distance::shrink) * Distance::enlarge;
+}
 
 double square(double d) noexcept {
     return d * d;
+}
+
+/// The square of a least distance. It is 0 only for 0, so that a node at the point itself, with the square 0,
+/// ends the search in any units.
+double bound(double d) noexcept {
+    return d != 0 ? std::max(d * d, std::numeric_limits<double>::denorm_min()) : 0;
 }
 
 /// What the rounding of two squares of distances can hide: nodes within it are compared otherwise.
@@ -302,34 +319,6 @@ struct candidate {
 
     /// The nodes are so near or so far that other units are needed; the search is over.
     bool out_of_range() const noexcept { return limit < 0; }
-};
-
-/// A sum of products without rounding: numbers that do not overlap, in ascending order (J. R. Shewchuk,
-/// 1997).
-struct exact_sum {
-    double parts[16];
-    std::size_t count = 0;
-
-    void add_product(double a, double b) noexcept {
-        const double product = a * b;
-        add(std::fma(a, b, -product));
-        add(product);
-    }
-    void add(double x) noexcept {
-        for (std::size_t k = 0; k < count; ++k) {
-            const double sum = x + parts[k];
-            const double of_part = sum - x;
-            parts[k] = (x - (sum - of_part)) + (parts[k] - of_part);
-            x = sum;
-        }
-        parts[count++] = x;
-    }
-    /// Has the sign of the sum.
-    double leading() const noexcept {
-        for (std::size_t k = count; k > 0; --k)
-            if (parts[k - 1] != 0) return parts[k - 1];
-        return 0;
-    }
 };
 
 struct detector_view {
@@ -352,21 +341,22 @@ struct window {
     std::size_t from;
     std::size_t to;
     std::size_t last;
+    // Not enlarged: cells may be too large for that.
     double at;   ///< of the point, from the low side of the box
     double size; ///< of a cell
     double uncertain;
-    double away; ///< square of the distance from the box, along this side
+    double away; ///< square of the distance from the box, along this side, in units of the search
 
     window(const branch& b, std::size_t i, double x) noexcept
         : from(b.cell_along(i, x)),
           to(from),
           last(static_cast<std::size_t>(b.cells[i]) - 1),
-          at(Distance::difference(x, b.low[i])),
-          size(Distance::scaled(1 / b.per_length[i])),
+          at(x * Distance::shrink - b.low[i] * Distance::shrink),
+          size(1 / b.per_length[i] * Distance::shrink),
           uncertain((std::fabs(at) + size * b.cells[i]) * 0x1p-48),
           away(0) {
-        if (x < b.low[i]) away = square(at);
-        if (x > b.high[i]) away = square(Distance::difference(x, b.high[i]));
+        if (x < b.low[i]) away = bound(at * Distance::enlarge);
+        if (x > b.high[i]) away = bound(difference<Distance>(x, b.high[i]));
     }
     void widen() noexcept {
         from -= from > 0;
@@ -374,10 +364,15 @@ struct window {
     }
     /// Squares of the least distance, along this side, of what lies beyond. NaN counts as near.
     double below() const noexcept {
-        return square(std::max(0.0, at - static_cast<double>(from) * size - uncertain));
+        return bound_of(at - static_cast<double>(from) * size - uncertain);
     }
     double above() const noexcept {
-        return square(std::max(0.0, static_cast<double>(to + 1) * size - at - uncertain));
+        return bound_of(static_cast<double>(to + 1) * size - at - uncertain);
+    }
+
+private:
+    static double bound_of(double way) noexcept {
+        return bound(std::max(0.0, way) * Distance::enlarge);
     }
 };
 
@@ -396,34 +391,33 @@ struct closest_search {
         double excess = 0; // of the square that is held
         double size = 0;
         for (std::size_t i = 0; i < 2; ++i) {
-            const double across = Distance::difference(other[i], held[i]);
-            const double from_held = Distance::difference(p[i], held[i]);
-            const double from_other = Distance::difference(p[i], other[i]);
+            const double across = difference<Distance>(other[i], held[i]);
+            const double from_held = difference<Distance>(p[i], held[i]);
+            const double from_other = difference<Distance>(p[i], other[i]);
             excess += across * (from_held + from_other);
             size += std::fabs(across) * (std::fabs(from_held) + std::fabs(from_other));
         }
-        if (!(std::fabs(excess) > size * rounding)) excess = exact_excess(held, other);
-        return excess > 0 || (!(excess < 0) && other[2] < held[2]);
+        if (std::fabs(excess) > size * rounding + Distance::lost) return excess > 0;
+        const int sign = sign_of_excess(held, other);
+        return sign > 0 || (sign == 0 && other[2] < held[2]);
     }
 
-    /// The sum of 2pb - bb - 2pa + aa over both coordinates: its sign is exact.
-    double exact_excess(const held_node& a, const held_node& b) const noexcept {
+    /// The sign of |p-a|^2 - |p-b|^2, which is the sum of 2pb - bb - 2pa + aa over both coordinates.
+    int sign_of_excess(const held_node& a, const held_node& b) const noexcept {
         exact_sum sum;
         for (std::size_t i = 0; i < 2; ++i) {
-            const double x = Distance::scaled(p[i]);
-            const double from = Distance::scaled(a[i]);
-            const double to = Distance::scaled(b[i]);
-            sum.add_product(2 * x, to);
-            sum.add_product(-to, to);
-            sum.add_product(-2 * x, from);
-            sum.add_product(from, from);
+            if (a[i] == b[i]) continue;
+            sum.add_product(p[i], b[i], 1);
+            sum.add_product(-b[i], b[i]);
+            sum.add_product(-p[i], a[i], 1);
+            sum.add_product(a[i], a[i]);
         }
-        return sum.leading();
+        return sum.sign();
     }
 
     double square_to(const held_node& node) const noexcept {
-        return square(Distance::difference(p[0], node[0])) +
-               square(Distance::difference(p[1], node[1]));
+        return square(difference<Distance>(p[0], node[0])) +
+               square(difference<Distance>(p[1], node[1]));
     }
 
     /// Offers the nodes one by one, with care for those that are almost equally near.
@@ -442,7 +436,9 @@ struct closest_search {
     /// are almost equal are the nodes looked at closely.
     template <std::size_t N>
     void look_through(const node_run (&runs)[N]) noexcept {
-        if (best.out_of_range()) return;
+        std::size_t nodes = 0;
+        for (const node_run& run : runs) nodes += run.count();
+        if (nodes == 0 || best.out_of_range()) return;
         std::size_t place = best.place;
         double least = best.square;
         double second = std::numeric_limits<double>::infinity();
@@ -455,13 +451,18 @@ struct closest_search {
                 least = d < least ? d : least;
             }
         const double limit = least * (1 + rounding);
-        if (least < Distance::least || least > Distance::most) {
+        if (least > Distance::most || (least < Distance::least && !is_at(place))) {
             best = {place, least, -1};
         } else if (second > limit) {
             best = {place, least, limit};
         } else {
             for (const node_run& run : runs) look_closely(run);
         }
+    }
+    /// A node at the point itself is the nearest in any units; only another one there may have a lower
+    /// number.
+    bool is_at(std::size_t place) const noexcept {
+        return view.nodes[place][0] == p[0] && view.nodes[place][1] == p[1];
     }
     void look_through(const node_run& run) noexcept {
         const node_run runs[1] = {run};
@@ -487,14 +488,14 @@ struct closest_search {
     void at_cut(const branch& b, const node_run& run) noexcept {
         double away = 0; // square of the distance from the box
         for (std::size_t i = 0; i < 2; ++i)
-            away += square(Distance::difference(p[i], std::clamp(p[i], b.low[i], b.high[i])));
+            away += bound(difference<Distance>(p[i], std::clamp(p[i], b.low[i], b.high[i])));
         if (beyond(away)) return;
         const std::size_t middle = b.first_begin();
         const std::size_t direction = b.cut_direction();
         const node_run halves[2] = {{run.first, middle}, {middle, run.last}};
         const std::size_t near = p[direction] >= b.cut_place() ? 1 : 0;
         visit(halves[near], b.first_child() + near);
-        if (beyond(square(Distance::difference(p[direction], b.cut_place())))) return;
+        if (beyond(bound(difference<Distance>(p[direction], b.cut_place())))) return;
         visit(halves[1 - near], b.first_child() + 1 - near);
     }
 

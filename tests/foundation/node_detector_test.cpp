@@ -4,6 +4,7 @@
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
 
+#include <chrono>
 #include <limits>
 #include <map>
 #include <thread>
@@ -343,6 +344,86 @@ TEST(NodeDetector, TiesAndAlmostTiesAreDecidedWithoutRounding) {
         const double y = k % 3 == 0 ? x : draw(1e9);
         EXPECT_EQ(exact_nearest(circle, x, y), detector.find_closest({x, y})) << x << ", " << y;
     }
+}
+
+TEST(NodeDetector, AlmostTiesOfSquaresThatOverflowAreDecidedWithoutRounding) {
+    const double less = std::nextafter(5.0, 0.0);
+    for (const double far : {1e155, 1e170, 1e200, 1e308}) {
+        const node_detector upright(points({{far, 5}, {far, -less}}));
+        EXPECT_EQ(1U, upright.find_closest({far, 0})) << far;
+        const node_detector flat(points({{5, -far}, {-less, -far}}));
+        EXPECT_EQ(1U, flat.find_closest({0, -far})) << far;
+    }
+}
+
+TEST(NodeDetector, AlmostTiesOfSquaresThatVanishAreDecidedWithoutRounding) {
+    for (const double x : {0.0, 1.0, 1e100, 1e200, 1e308})
+        for (const double y : {1e-150, 1e-200, 1e-300, 5e-324}) {
+            EXPECT_EQ(1U, node_detector(points({{x, y}, {x, 0}})).find_closest({-x, 0})) << x;
+            EXPECT_EQ(1U, node_detector(points({{y, x}, {0, x}})).find_closest({0, -x})) << x;
+        }
+}
+
+// The two coordinates are so different in size that the larger distance decides, and the smaller one
+// between equals.
+TEST(NodeDetector, TiesAreDecidedWithoutRoundingOverTheWholeRangeOfNumbers) {
+    random_numbers random(41);
+    const auto draw = [&](unsigned extent) {
+        return static_cast<int>(random.below(2 * extent + 1)) - static_cast<int>(extent);
+    };
+    for (const int wide : {-700, -400, 0, 300, 500, 540, 700, 1000})
+        for (const int narrow : {-1070, -1000, -540}) {
+            if (narrow + 300 > wide) continue;
+            const bool upright = random.below(2) == 1;
+            const auto at = [&](int u, int v) {
+                const double x = std::ldexp(u, wide);
+                const double y = std::ldexp(v, narrow);
+                return upright ? vector_fixed<double, 2>{y, x} : vector_fixed<double, 2>{x, y};
+            };
+            std::vector<std::pair<int, int>> places(30);
+            dense2D<double> pos(2, places.size());
+            for (std::size_t i = 0; i < places.size(); ++i) {
+                places[i] = {draw(3), draw(3)};
+                const auto p = at(places[i].first, places[i].second);
+                std::copy_n(p.begin(), 2, pos[i]);
+            }
+            const node_detector detector(pos);
+            for (int k = 0; k < 50; ++k) {
+                const int u = draw(6);
+                const int v = draw(6);
+                const auto distance = [&](std::size_t i) {
+                    return std::pair(std::abs(places[i].first - u), std::abs(places[i].second - v));
+                };
+                unsigned nearest = 0;
+                for (unsigned i = 1; i < places.size(); ++i)
+                    if (distance(i) < distance(nearest)) nearest = i;
+                EXPECT_EQ(nearest, detector.find_closest(at(u, v)))
+                    << u << " * 2^" << wide << ", " << v << " * 2^" << narrow;
+            }
+        }
+}
+
+/// Seconds that it takes to find some of the nodes, drawn at random from a square of this side, at their own
+/// places.
+double seconds_at_nodes(double side) {
+    random_numbers random(43);
+    dense2D<double> pos(2, 100000);
+    for (double& x : pos) x = side * random.unit();
+    const node_detector detector(pos);
+    std::size_t missed = 0;
+    const auto begin = std::chrono::steady_clock::now();
+    for (unsigned i = 0; i < 2000; ++i)
+        missed += detector.find_closest({pos(0, i), pos(1, i)}) != i;
+    const auto end = std::chrono::steady_clock::now();
+    EXPECT_EQ(0U, missed);
+    return std::chrono::duration<double>(end - begin).count();
+}
+
+// A search that looks at all nodes takes a thousand times as long.
+TEST(NodeDetector, AtItsOwnPlaceANodeIsFoundSoonInUnitsOfAnySize) {
+    const double usual = seconds_at_nodes(1);
+    for (const double side : {1e100, 1e150, 1e200, 1e300, 1e-150, 1e-200, 1e-280, 1e-300})
+        EXPECT_LT(seconds_at_nodes(side), 100 * usual + 0.1) << side;
 }
 
 TEST(NodeDetector, ExhaustedMemoryInCrowdedCellsLeavesItSafe) {
