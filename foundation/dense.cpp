@@ -84,9 +84,14 @@ bool push_back_column4(const unsigned* ids, dense2D<unsigned>& dst) noexcept {
 
 unsigned max_index(const dense2D<unsigned>& m) noexcept {
     if (m.empty()) return m.ld == m.rows ? 0xFFFFFFFFu : 0u;
+    const bool in_one_run = m.contiguous();
+    const std::size_t runs = in_one_run ? 1 : m.cols;
+    const std::size_t length = in_one_run ? m.rows * m.cols : m.rows;
     unsigned largest = 0; // of the entries plus one, where 0xFFFFFFFF wraps to 0
-    for (std::size_t j = 0; j < m.cols; ++j)
-        for (std::size_t i = 0; i < m.rows; ++i) largest = std::max(largest, m[j][i] + 1);
+    for (std::size_t j = 0; j < runs; ++j) {
+        const unsigned* const entries = m[j];
+        for (std::size_t i = 0; i < length; ++i) largest = std::max(largest, entries[i] + 1);
+    }
     return largest == 0 ? 0 : largest - 1;
 }
 

@@ -38,23 +38,36 @@ void put_in_leaf(unsigned* words, unsigned node) noexcept {
     words[i] = node;
 }
 
+/// Puts up to three nodes in a leaf that has none. How many there are cannot be foreseen, so there is no
+/// branch for it: all three are read, and those that do not count go to the end as 0xFFFFFFFF.
+void put_in_empty_leaf(unsigned* words, const unsigned* nodes, unsigned count) noexcept {
+    const unsigned a = nodes[0] | (0u - unsigned{count < 1});
+    const unsigned b = nodes[1] | (0u - unsigned{count < 2});
+    const unsigned c = nodes[2] | (0u - unsigned{count < 3});
+    const unsigned low = std::min(a, b);
+    const unsigned high = std::max(a, b);
+    const unsigned middle = std::min(high, c);
+    words[0] = count;
+    words[1] = std::min(low, middle);
+    words[2] = std::max(low, middle);
+    words[3] = std::max(high, c);
+}
+
 // ------------------------------------------------------------------------------------ order of nodes
 
 constexpr unsigned most_levels = 12;
 
-/// Spreads the low 16 bits of x to the even places.
-std::uint32_t spread_bits(std::uint32_t x) noexcept {
-    x = (x | (x << 8)) & 0x00FF00FFu;
-    x = (x | (x << 4)) & 0x0F0F0F0Fu;
-    x = (x | (x << 2)) & 0x33333333u;
-    return (x | (x << 1)) & 0x55555555u;
-}
-
-/// The place of a point on the curve through 4^levels cells.
+/// The place of a point on the curve through 4^levels cells: the leading bits of x and y in turn. The bits
+/// of both are spread at once, in the halves of one word.
 std::uint32_t place_on_curve(const grid_point& p, unsigned levels) noexcept {
     if (levels == 0) return 0;
     const unsigned drop = root_depth - levels;
-    return spread_bits(p.y >> drop) * 2 + spread_bits(p.x >> drop);
+    std::uint64_t s = (std::uint64_t{p.y >> drop} << 32) | (p.x >> drop);
+    s = (s | (s << 8)) & 0x00FF00FF00FF00FFu;
+    s = (s | (s << 4)) & 0x0F0F0F0F0F0F0F0Fu;
+    s = (s | (s << 2)) & 0x3333333333333333u;
+    s = (s | (s << 1)) & 0x5555555555555555u;
+    return static_cast<std::uint32_t>(s | (s >> 31));
 }
 
 /// The most levels that leave one node a cell.
@@ -65,32 +78,6 @@ unsigned levels_for(std::size_t nodes) noexcept {
 }
 
 // ------------------------------------------------------------------------------------- list of nodes
-
-/// Lists the distinct nodes of the mesh in the order in which they first appear. False: memory is
-/// exhausted.
-template <class Shape>
-bool list_nodes(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& nodes) noexcept {
-    const std::size_t bound = std::size_t{max_index(connect)} + 1;
-    dense1D<unsigned, 8> listed; // a byte per node, which is faster to set than a bit
-    if (!listed.resize(bound / sizeof(unsigned) + 1, 0) ||
-        !nodes.resize(std::min(bound, connect.rows * connect.cols))) {
-        return false;
-    }
-    const columns<const unsigned> cells = columns_of(connect);
-    unsigned char* const is_listed = reinterpret_cast<unsigned char*>(listed.data());
-    unsigned* next = nodes.data();
-    for (std::size_t e = 0; e < connect.cols; ++e) {
-        const unsigned* const cell = cells[e];
-        const unsigned corners = Shape::corners(cell);
-        for (unsigned i = 0; i < corners; ++i) {
-            if (is_listed[cell[i]] != 0) continue;
-            is_listed[cell[i]] = 1;
-            *next++ = cell[i];
-        }
-    }
-    nodes.resize(static_cast<std::size_t>(next - nodes.data()));
-    return true;
-}
 
 // ------------------------------------------------------------------------------------------ searches
 
@@ -282,19 +269,25 @@ bool curve_order::sort(const node_grid& grid, const points_view<2>& pos,
     const std::size_t cells = std::size_t{1} << (2 * levels);
     dense1D<unsigned, 8> places;
     runs.clear();
-    if (!places.resize(n) || !nodes.resize(n) || !runs.resize(cells + 1, 0)) return false;
+    if (!places.resize(n) || !nodes.resize(n + leaf_capacity) || !runs.resize(cells + 1, 0))
+        return false;
+    std::fill_n(nodes.data() + n, leaf_capacity, 0u);
+    nodes.resize(n);
     const unsigned* const ids = list.data();
     unsigned* const begin = runs.data();
     unsigned* const at = places.data();
     for (std::size_t i = 0; i < n; ++i) {
         prefetch_ahead(pos, ids, i, n);
         at[i] = place_on_curve(grid(pos[ids[i]]), levels);
-        ++begin[at[i]];
+        prefetch(begin + at[i]); // and is counted a little later
+        if (i >= ahead) ++begin[at[i - ahead]];
     }
+    for (std::size_t i = n - std::min(n, ahead); i < n; ++i) ++begin[at[i]];
     unsigned sum = 0;
     for (std::size_t c = 0; c <= cells; ++c) sum += std::exchange(begin[c], sum);
     unsigned* const sorted = nodes.data();
     for (std::size_t i = 0; i < n; ++i) {
+        if (n - i > 2 * ahead) prefetch(begin + at[i + 2 * ahead]);
         if (n - i > ahead) prefetch(sorted + begin[at[i + ahead]]);
         sorted[begin[at[i]]++] = ids[i];
     }
@@ -304,9 +297,48 @@ bool curve_order::sort(const node_grid& grid, const points_view<2>& pos,
     return true;
 }
 
+// ------------------------------------------------------------------------------------- list of nodes
+
+/// The distinct nodes of a mesh.
+struct node_tree::mesh_nodes {
+    dense1D<unsigned, 8> list;  ///< in ascending order, in which their positions stand side by side
+    dense1D<unsigned, 8> marks; ///< a byte per node, which is faster to set than a bit
+    std::size_t bound = 0;      ///< no node has a number from here on
+
+    enum mark : unsigned char { not_named, named, dropped };
+
+    unsigned char* bytes() noexcept { return reinterpret_cast<unsigned char*>(marks.data()); }
+
+    /// Makes room for the nodes of a mesh. False: memory is exhausted.
+    bool reserve(const dense2D<unsigned>& connect, std::size_t columns_of_pos) noexcept {
+        const std::size_t entries = connect.rows * connect.cols;
+        // The largest number is not worth a search where the mesh may have so many nodes.
+        bound = columns_of_pos <= entries ? columns_of_pos : std::size_t{max_index(connect)} + 1;
+        return marks.resize(bound / sizeof(unsigned) + 1, 0) &&
+               list.resize(std::min(bound, entries));
+    }
+
+    /// Lists them.
+    template <class Shape>
+    void collect(const dense2D<unsigned>& connect) noexcept {
+        const columns<const unsigned> cells = columns_of(connect);
+        unsigned char* const marked = bytes();
+        for (std::size_t e = 0; e < connect.cols; ++e) {
+            const unsigned* const cell = cells[e];
+            const unsigned corners = Shape::corners(cell);
+            for (unsigned i = 0; i < corners; ++i) marked[cell[i]] = named;
+        }
+        unsigned* next = list.data();
+        for (std::size_t node = 0; node < bound; ++node)
+            if (marked[node] != not_named) *next++ = static_cast<unsigned>(node);
+        list.resize(static_cast<std::size_t>(next - list.data()));
+    }
+};
+
 // ---------------------------------------------------------------------------------------- the tree
 
-node_tree::node_tree(const dense2D<double>& positions) noexcept : pos(positions) {
+node_tree::node_tree(const dense2D<double>& positions) noexcept
+    : pos(positions), pos_cols(positions.cols) {
     clear();
     set_box({0, 0}, {1, 1});
 }
@@ -336,28 +368,65 @@ void node_tree::set_box(const point<2>& low, const point<2>& high) noexcept {
 
 template <class Shape>
 std::size_t node_tree::fill(const dense2D<unsigned>& connect) noexcept {
-    dense1D<unsigned, 8> nodes;
     if (connect.empty()) {
         clear();
         set_box({0, 0}, {1, 1});
         return 0;
     }
-    if (!list_nodes<Shape>(connect, nodes)) return 0;
-    return take_in(nodes);
+    mesh_nodes nodes;
+    if (!nodes.reserve(connect, pos_cols)) return 0;
+    nodes.collect<Shape>(connect);
+    take_in(nodes);
+    if (node_count < nodes.list.size) keep_first_to_come<Shape>(connect, nodes);
+    return node_count;
 }
 
 template std::size_t node_tree::fill<triangle_cells>(const dense2D<unsigned>& connect) noexcept;
 template std::size_t node_tree::fill<quad_cells>(const dense2D<unsigned>& connect) noexcept;
 template std::size_t node_tree::fill<mixed_cells>(const dense2D<unsigned>& connect) noexcept;
 
-std::size_t node_tree::take_in(dense1D<unsigned, 8>& nodes) noexcept {
+/// Starts anew with the nodes of the list, and marks those that were dropped.
+void node_tree::take_in(mesh_nodes& nodes) noexcept {
     clear();
-    fit_box(nodes);
-    if (cells.empty()) return 0;
-    if (!plant(nodes)) {
-        for (const unsigned node : nodes) insert(node);
+    fit_box(nodes.list);
+    if (cells.empty() || plant(nodes)) return;
+    for (const unsigned node : nodes.list)
+        if (!insert(node)) nodes.bytes()[node] = mesh_nodes::dropped;
+}
+
+/// Fills the leaves of grid cells with more than three nodes again, in the order in which the nodes first
+/// appear in the mesh: the list, from which they were filled, has another order.
+template <class Shape>
+void node_tree::keep_first_to_come(const dense2D<unsigned>& connect, mesh_nodes& nodes) noexcept {
+    unsigned char* const marks = nodes.bytes();
+    for (const unsigned node : nodes.list)
+        if (marks[node] == mesh_nodes::dropped) vacate_leaf_of(node, marks);
+    const columns<const unsigned> elements = columns_of(connect);
+    for (std::size_t e = 0; e < connect.cols; ++e) {
+        const unsigned* const element = elements[e];
+        const unsigned corners = Shape::corners(element);
+        for (unsigned i = 0; i < corners; ++i) {
+            if (marks[element[i]] != mesh_nodes::dropped) continue;
+            marks[element[i]] = mesh_nodes::named;
+            insert_below(0, root_depth, element[i]);
+        }
     }
-    return node_count;
+}
+
+/// Drops the nodes in the grid cell of a node that was dropped itself. One that was dropped for lack of
+/// memory is given up.
+void node_tree::vacate_leaf_of(unsigned node, unsigned char* marks) noexcept {
+    const grid_point xy = grid(pos[node]);
+    unsigned* words = cells.data();
+    unsigned depth = root_depth;
+    while (words[0] >= first_inner) words = cells.data() + 4 * (words[0] + quadrant(xy, depth--));
+    if (depth > 0) {
+        marks[node] = mesh_nodes::named;
+        return;
+    }
+    for (unsigned i = 1; i <= words[0]; ++i) marks[words[i]] = mesh_nodes::dropped;
+    node_count -= words[0];
+    words[0] = 0;
 }
 
 /// Fits the box to the nodes. A coordinate that is not a number does not count for the box, and its
@@ -381,39 +450,101 @@ void node_tree::fit_box(dense1D<unsigned, 8>& nodes) noexcept {
     set_box(low, high);
 }
 
-/// Builds the tree at once from the nodes in the order of the curve, in which each cell holds one run.
-/// False: memory is exhausted and the tree is empty.
-bool node_tree::plant(const dense1D<unsigned, 8>& nodes) noexcept {
-    curve_order order;
-    if (!order.sort(grid, pos, nodes)) return false;
-    entries = order.runs; // each place is overwritten when its run has been read
-    entry_levels = order.levels;
-    cells.resize(4, std::max(nodes.size, cells.cols)); // about what is needed
-    plant_cell(order, 0, 0, 0);
-    return true;
-}
+/// Builds a tree at once from nodes in the order of the curve, in which each cell holds one run.
+struct node_tree::planting {
+    /// A run of nodes that is too long for the leaf it falls to.
+    struct crowd {
+        std::size_t cell;
+        const unsigned* first;
+        std::size_t count;
+    };
+
+    node_tree& tree;
+    const curve_order& order;
+    unsigned char* marks;
+
+    // Crowds wait a little for the positions of their nodes.
+    static constexpr std::size_t room = 8;
+    crowd waiting[room] = {};
+    std::size_t crowds = 0;
+
+    void plant(std::size_t cell, unsigned level, std::size_t place) noexcept;
+    void plant_more(const crowd& run, unsigned level, std::size_t place) noexcept;
+    void put_off(const crowd& run) noexcept;
+    void settle(const crowd& run) noexcept;
+    void settle_all() noexcept;
+};
 
 /// Plants the cell at `level` below the root that begins at a place on the curve.
-void node_tree::plant_cell(const curve_order& order, std::size_t cell, unsigned level,
-                           std::size_t place) noexcept {
+inline void node_tree::planting::plant(std::size_t cell, unsigned level,
+                                       std::size_t place) noexcept {
     const std::size_t places = std::size_t{1} << (2 * (order.levels - level));
-    const unsigned* const first = order.nodes.data() + order.runs[place];
-    const std::size_t count = order.runs[place + places] - order.runs[place];
-    if (count > leaf_capacity && level < order.levels && add_children(cell)) {
-        const std::size_t child = cells.data()[4 * cell];
-        for (std::size_t q = 0; q < 4; ++q)
-            plant_cell(order, child + q, level + 1, place + q * (places / 4));
+    const unsigned begin = order.runs[place];
+    const unsigned count = order.runs[place + places] - begin;
+    const unsigned* const first = order.nodes.data() + begin;
+    if (count > leaf_capacity) {
+        plant_more({cell, first, count}, level, place);
         return;
     }
-    std::fill_n(entries.data() + place, places, static_cast<unsigned>(cell));
-    unsigned* const words = cells.data() + 4 * cell;
-    const std::size_t fitting = std::min<std::size_t>(count, leaf_capacity);
-    for (std::size_t i = 0; i < fitting; ++i) put_in_leaf(words, first[i]);
-    node_count += fitting;
-    // A cell above the short cuts stays a leaf, since they lead past its children: what does not fit is
-    // dropped when memory for them has run out.
-    if (level < order.levels) return;
-    for (std::size_t i = fitting; i < count; ++i) insert_below(cell, root_depth - level, first[i]);
+    put_in_empty_leaf(tree.cells.data() + 4 * cell, first, count);
+    tree.node_count += count;
+    unsigned* const entry = tree.entries.data() + place;
+    for (std::size_t i = 0; i < places; ++i) entry[i] = static_cast<unsigned>(cell);
+}
+
+/// The same for a cell that holds more nodes than a leaf can.
+void node_tree::planting::plant_more(const crowd& run, unsigned level, std::size_t place) noexcept {
+    const std::size_t places = std::size_t{1} << (2 * (order.levels - level));
+    if (level < order.levels && tree.add_children(run.cell)) {
+        const std::size_t child = tree.cells.data()[4 * run.cell];
+        for (std::size_t q = 0; q < 4; ++q) plant(child + q, level + 1, place + q * (places / 4));
+        return;
+    }
+    std::fill_n(tree.entries.data() + place, places, static_cast<unsigned>(run.cell));
+    if (level == order.levels) {
+        put_off(run);
+        return;
+    }
+    // Memory for children has run out. The cell stays a leaf, since short cuts lead past children that
+    // it may get later, and what does not fit is dropped.
+    put_in_empty_leaf(tree.cells.data() + 4 * run.cell, run.first, leaf_capacity);
+    tree.node_count += leaf_capacity;
+    for (std::size_t i = leaf_capacity; i < run.count; ++i)
+        marks[run.first[i]] = mesh_nodes::dropped;
+}
+
+void node_tree::planting::put_off(const crowd& run) noexcept {
+    constexpr std::size_t most = 8; // a place has seldom more
+    for (std::size_t i = 0; i < std::min(run.count, most); ++i)
+        prefetch(tree.pos.first + run.first[i] * tree.pos.ld);
+    crowd& place = waiting[crowds++ % room];
+    if (crowds > room) settle(place);
+    place = run;
+}
+
+void node_tree::planting::settle_all() noexcept {
+    for (std::size_t i = 0; i < std::min(crowds, room); ++i) settle(waiting[i]);
+}
+
+void node_tree::planting::settle(const crowd& run) noexcept {
+    for (std::size_t i = 0; i < run.count; ++i)
+        if (!tree.insert_below(run.cell, root_depth - order.levels, run.first[i]))
+            marks[run.first[i]] = mesh_nodes::dropped;
+}
+
+/// Builds the tree at once. False: memory is exhausted and the tree is empty.
+bool node_tree::plant(mesh_nodes& nodes) noexcept {
+    curve_order order;
+    if (!order.sort(grid, pos, nodes.list)) return false;
+    entries = order.runs; // each place is overwritten when its run has been read
+    entry_levels = order.levels;
+    const std::size_t n = nodes.list.size;
+    const std::size_t usual = n + n / 4; // seldom more, and what is not used costs nothing
+    cells.resize(4, std::max(usual, cells.cols));
+    planting p{*this, order, nodes.bytes()};
+    p.plant(0, 0, 0);
+    p.settle_all();
+    return true;
 }
 
 bool node_tree::insert(unsigned node) noexcept {

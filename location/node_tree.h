@@ -54,7 +54,7 @@ struct node_filter {
 /// cell keep the order that they had in the list. What is done in this order finds most of its memory
 /// in the cache.
 struct curve_order {
-    dense1D<unsigned, 8> nodes;
+    dense1D<unsigned, 8> nodes; ///< three entries behind the end may be read
     dense1D<unsigned, 8>
         runs; ///< the nodes of place c on the curve: from runs[c] up to runs[c + 1]
     unsigned levels = 0;
@@ -78,7 +78,8 @@ struct curve_order {
 /// more than three nodes in one grid cell the first three to come are kept.
 struct node_tree {
     points_view<2> pos;
-    point<2> box_min; ///< the bounding box: points outside it are outside the tree
+    std::size_t pos_cols; ///< columns of `pos`
+    point<2> box_min;     ///< the bounding box: points outside it are outside the tree
     point<2> box_max;
     node_grid grid;
     dense2D<unsigned> cells; ///< 4 x room for cells
@@ -123,12 +124,16 @@ struct node_tree {
                           const node_filter& filter) const noexcept;
 
 private:
-    std::size_t take_in(dense1D<unsigned, 8>& nodes) noexcept;
+    struct mesh_nodes;
+    struct planting;
+
+    void take_in(mesh_nodes& nodes) noexcept;
+    template <class Shape>
+    void keep_first_to_come(const dense2D<unsigned>& connect, mesh_nodes& nodes) noexcept;
+    void vacate_leaf_of(unsigned node, unsigned char* marks) noexcept;
     void set_box(const point<2>& low, const point<2>& high) noexcept;
     void fit_box(dense1D<unsigned, 8>& nodes) noexcept;
-    bool plant(const dense1D<unsigned, 8>& nodes) noexcept;
-    void plant_cell(const curve_order& order, std::size_t cell, unsigned level,
-                    std::size_t place) noexcept;
+    bool plant(mesh_nodes& nodes) noexcept;
     bool insert_below(std::size_t cell, unsigned depth, unsigned node) noexcept;
     bool add_children(std::size_t cell) noexcept;
     bool split(std::size_t cell, unsigned depth) noexcept;

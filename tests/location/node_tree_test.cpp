@@ -177,6 +177,35 @@ TEST(NodeTree, OfFourNodesAtOnePlaceTheLastToComeIsDroppedAfter32Splits) {
     }
 }
 
+TEST(NodeTree, OfManyNodesAtEachPlaceTheFirstThreeToComeAreKept) {
+    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+        SCOPED_TRACE(seed);
+        random_numbers random(seed);
+        const unsigned n = 2 + 2 * static_cast<unsigned>(seed); // places along a side
+        dense2D<double> pos(2, 400);
+        for (std::size_t i = 0; i < pos.cols; ++i)
+            for (std::size_t k = 0; k < 2; ++k) pos(k, i) = random.below(n) / (n - 1.0);
+        pos(0, 0) = pos(1, 0) = 0;
+        pos(0, 1) = pos(1, 1) = 1; // the box of a new tree
+        dense2D<unsigned> connect(3, 300);
+        for (unsigned& node : connect) node = random.below(400);
+        connect(0, 0) = 0;
+        connect(1, 0) = 1;
+
+        node_tree at_once(pos);
+        node_tree one_by_one(pos);
+        const std::size_t taken = at_once.fill<triangle_cells>(connect);
+        std::vector<bool> came(pos.cols, false);
+        for (const unsigned node : connect) {
+            if (!came[node]) one_by_one.insert(node);
+            came[node] = true;
+        }
+        EXPECT_EQ(taken, one_by_one.node_count);
+        EXPECT_EQ(at_once.node_count, one_by_one.node_count);
+        EXPECT_EQ(leaves_of(at_once), leaves_of(one_by_one));
+    }
+}
+
 TEST(NodeTree, DroppedNodesAreNeverAnswered) {
     const planted same(points({{0, 0}, {1, 1}, {1, 1}, {1, 1}, {1, 1}, {1, 1}}));
     EXPECT_EQ(4U, same.taken);
