@@ -30,16 +30,15 @@ namespace {
 struct alignas(64) face {
     double centroid[3];
     double size;             // twice the area
-    unsigned beside[3];      // across the edge opposite each corner, or `no_node`
+    unsigned beside[3];      // across the edge opposite each corner; without one the face behind all
     unsigned passable;       // bit j: a patch may grow across edge j
     std::size_t first_hinge; // those of its edges j with beside[j] <= its own number, in order
 };
 
-/// An edge between two triangles: its direction, and its length times the signed angle between their
-/// normals. All zero where the surface is flat.
+/// What an edge between two triangles adds to a tensor, packed as one: the dyad of its direction times
+/// its length and the signed angle between their normals. All zero where the surface is flat.
 struct hinge {
-    double direction[3];
-    double weight;
+    double tensor[6];
 };
 
 using edge_set = hbuckets<elfes::edge2>;
@@ -69,14 +68,16 @@ struct surface {
     std::size_t count;
     dense2D<double> normals{}; // as long as twice the area; row 3: the squared length
     dense1D<face, 8> faces{};
-    dense1D<hinge, 8> hinges{};
+    dense1D<hinge, 8> hinges{}; // the first one is flat and belongs to no face
 
     /// False: memory is exhausted.
     bool start(const edge_set& hard, const limits& most) noexcept {
-        if (!normals.resize(4, count) || !faces.resize(count)) return false;
-        std::size_t edges = 0;
+        if (!normals.resize(4, count) || !faces.resize(count + 1)) return false;
+        faces[count] = {};
+        std::size_t edges = 1;
         for (std::size_t e = 0; e < count; ++e) edges += measure_face(e, edges);
         if (!hinges.resize(edges)) return false;
+        hinges[0] = {};
         for (std::size_t e = 0; e < count; ++e) {
             measure_hinges(e);
             faces[e].passable = passable_edges(e, hard, most.cosine);
@@ -105,7 +106,7 @@ private:
         f.first_hinge = first_hinge;
         std::size_t owned = 0;
         for (std::size_t j = 0; j < 3; ++j) {
-            f.beside[j] = across[e][j] < count ? across[e][j] : no_node;
+            f.beside[j] = static_cast<unsigned>(std::min<std::size_t>(across[e][j], count));
             owned += f.beside[j] <= e;
         }
         return owned;
@@ -128,8 +129,12 @@ private:
         const point<3> outward{-inward[0], -inward[1], -inward[2]};
         const double angle = std::atan2(dot<3>(outward, n2), dot<3>(n1, n2));
         const double weight = angle * length;
-        if (weight == 0) return {{0, 0, 0}, 0};
-        return {{along[0], along[1], along[2]}, weight};
+        if (weight == 0) return {};
+        const double x = weight * along[0];
+        const double y = weight * along[1];
+        const double z = weight * along[2];
+        return {{x * along[0], y * along[0], y * along[1], z * along[0], z * along[1],
+                 z * along[2]}};
     }
 
     unsigned passable_edges(std::size_t e, const edge_set& hard, double cosine) const noexcept {
@@ -138,7 +143,7 @@ private:
         unsigned passable = 0;
         for (unsigned j = 0; j < 3; ++j) {
             const unsigned other = faces[e].beside[j];
-            if (other == no_node) continue;
+            if (other == count) continue;
             if (hard.item_count != 0 && hard.contains(edge_nodes(nodes, 3, j))) continue;
             if (cosine > -1) {
                 const double d = dot<3>(normal(e), normal(other));
@@ -151,99 +156,110 @@ private:
     }
 };
 
-/// The triangles around one node after the other.
+/// What a patch adds up to.
+struct bent {
+    double area; // doubled
+    symmetric_fixed<double, 3> tensor;
+};
+
+/// The triangles around one node after the other. What is asked of a triangle can hardly be guessed, so
+/// nothing jumps on an answer.
 struct patch {
     dense1D<unsigned, 8> list{};
-    stamp_marks marks{};
+    stamp_marks marks{}; // the stamp: asked and turned down; one more: a member
+    const face* faces = nullptr;
+    const hinge* hinges = nullptr;
     unsigned* members = nullptr;
     std::size_t size = 0;
 
     /// False: memory is exhausted.
-    bool start(std::size_t elements, const limits& most) noexcept {
-        constexpr std::size_t overshoot = 2; // a step adds up to three
-        std::size_t room;
-        if (!checked_add(most.elements, overshoot, room)) room = elements;
-        room = std::max<std::size_t>(std::min(room, elements), 1);
-        if (!list.resize(room) || !marks.start(elements)) return false;
+    bool start(const surface& s, const limits& most) noexcept {
+        constexpr std::size_t step = 3; // written at a time, whether they are members or not
+        const std::size_t room = std::min(most.elements, s.count) + step;
+        marks.increment = 2;
+        if (!list.resize(room) || !marks.start(s.count + 1)) return false;
         members = list.data();
+        faces = s.faces.data();
+        hinges = s.hinges.data();
         return true;
     }
 
-    /// Gathers the triangles around `center`, breadth first from the seed on. A triangle that one of its
-    /// neighbours has turned down is not asked again.
-    void gather(const surface& s, const point<3>& center, unsigned seed,
-                const limits& most) noexcept {
-        const face* const faces = s.faces.data();
-        const hinge* const hinges = s.hinges.data();
+    /// Gathers the triangles around `center`, breadth first from the seed on, and adds up what the edges
+    /// between them give, each seen from its higher-numbered triangle. A triangle that one of its
+    /// neighbours has turned down is not asked again; so, once a member has asked its neighbours, it is
+    /// known which of them are members.
+    void gather(const point<3>& center, unsigned seed, const limits& most,
+                bent& sum) noexcept {
         marks.renew();
-        marks.add(seed);
+        marks[seed] = marks.stamp + 1;
         members[0] = seed;
         size = 1;
-        if (!(most.squared_radius > 0)) return;
-        for (std::size_t i = 0; i < size && size < most.elements; ++i) {
-            const face& from = faces[members[i]];
-            const std::size_t batch = size;
-            for (unsigned j = 0; j < 3; ++j) {
-                const unsigned e = from.beside[j];
-                if (e == no_node || marks.holds(e)) continue;
-                marks.add(e);
-                const double* const g = faces[e].centroid;
-                const point<3> offset = difference<3>({g[0], g[1], g[2]}, center);
-                if (squared_length<3>(offset) > most.squared_radius) continue;
-                if ((from.passable >> j & 1u) == 0) continue;
-                insert(batch, e);
-                // What will be asked of its neighbours, and of itself when the hinges are summed.
-                for (const unsigned next : faces[e].beside)
-                    if (next != no_node) prefetch(faces + next);
-                prefetch(hinges + faces[e].first_hinge);
+        std::size_t i = 0;
+        double t[6] = {0, 0, 0, 0, 0, 0};
+        if (most.squared_radius > 0)
+            for (; i < size && size < most.elements; ++i) {
+                prefetch_around(members[std::min(i + 4, size - 1)]);
+                ask_neighbors(i, center, most);
+                add_hinges(members[i], t);
             }
-        }
-    }
-
-    /// The sum of what the inner edges add, each seen from its higher-numbered triangle, and twice the
-    /// area.
-    symmetric_fixed<double, 3> sum_hinges(const surface& s, double& area) noexcept {
-        const face* const faces = s.faces.data();
-        const hinge* const hinges = s.hinges.data();
-        marks.renew();
-        for (std::size_t i = 0; i < size; ++i) marks.add(members[i]);
-        area = 0;
-        constexpr static hinge flat{{0, 0, 0}, 0};
-        symmetric_fixed<double, 3> sum{};
-        for (std::size_t i = 0; i < size; ++i) {
-            const unsigned e = members[i];
-            const face& f = faces[e];
-            area += f.size;
-            const hinge* next = hinges + f.first_hinge;
-            // Adding zeros is cheaper than a jump that no processor can guess, and changes no bit.
-            for (const unsigned other : f.beside) {
-                const bool own = other <= e;
-                const bool inner = own & marks.holds(own ? other : e);
-                add(*(inner ? next : &flat), sum);
-                next += own;
-            }
-        }
-        return sum;
+        for (; i < size; ++i) add_hinges(members[i], t);
+        sum.area = 0;
+        for (i = 0; i < size; ++i) sum.area += faces[members[i]].size;
+        std::copy_n(t, 6, sum.tensor.elements);
     }
 
 private:
-    /// Puts e among the members behind `batch`, which are in ascending order.
-    void insert(std::size_t batch, unsigned e) noexcept {
-        std::size_t at = size++;
-        for (; at > batch && members[at - 1] > e; --at) members[at] = members[at - 1];
-        members[at] = e;
+    /// Brings what will be asked of the neighbours of a member, and of itself when the hinges are summed.
+    [[gnu::always_inline]] void prefetch_around(unsigned member) const noexcept {
+        const face& f = faces[member];
+        for (const unsigned next : f.beside) prefetch(faces + next);
+        prefetch(hinges + f.first_hinge);
+    }
+    void ask_neighbors(std::size_t i, const point<3>& center,
+                       const limits& most) noexcept {
+        const face& from = faces[members[i]];
+        const unsigned asked = marks.stamp;
+        unsigned batch[3];
+        unsigned* const end = members + size;
+        for (unsigned j = 0; j < 3; ++j) {
+            const unsigned e = from.beside[j];
+            const double* const g = faces[e].centroid;
+            const point<3> offset = difference<3>({g[0], g[1], g[2]}, center);
+            const bool near = !(squared_length<3>(offset) > most.squared_radius);
+            unsigned& mark = marks[e];
+            const unsigned joins = near & (mark < asked) & (from.passable >> j & 1u);
+            mark = std::max(mark, asked + joins);
+            batch[j] = e | (joins - 1); // `no_node` without
+            size += joins;
+        }
+        store_in_order(batch, end);
     }
 
-    static void add(const hinge& h, symmetric_fixed<double, 3>& sum) noexcept {
-        const double x = h.weight * h.direction[0];
-        const double y = h.weight * h.direction[1];
-        const double z = h.weight * h.direction[2];
-        sum[0] += x * h.direction[0];
-        sum[1] += y * h.direction[0];
-        sum[2] += y * h.direction[1];
-        sum[3] += z * h.direction[0];
-        sum[4] += z * h.direction[1];
-        sum[5] += z * h.direction[2];
+    /// Adding zeros is cheaper than a jump that no processor can guess, and changes no bit.
+    void add_hinges(unsigned e, double (&t)[6]) const noexcept {
+        const face& f = faces[e];
+        const unsigned member = marks.stamp + 1;
+        std::size_t next = f.first_hinge;
+        for (const unsigned other : f.beside) {
+            const std::size_t own = other <= e;
+            const std::size_t inner = own & (marks[other] == member);
+            const double* const h = hinges[next & (0 - inner)].tensor;
+            t[0] += h[0];
+            t[1] += h[1];
+            t[2] += h[2];
+            t[3] += h[3];
+            t[4] += h[4];
+            t[5] += h[5];
+            next += own;
+        }
+    }
+
+    static void store_in_order(const unsigned (&batch)[3], unsigned* to) noexcept {
+        const unsigned least = std::min(batch[0], std::min(batch[1], batch[2]));
+        const unsigned most = std::max(std::max(batch[0], batch[1]), batch[2]);
+        to[0] = least;
+        to[1] = batch[0] ^ batch[1] ^ batch[2] ^ least ^ most;
+        to[2] = most;
     }
 };
 
@@ -321,17 +337,16 @@ bool measure_nodes(surface& s, std::size_t nodes, const edge_set& hard, const li
                    dense2D<double>& curvatures) noexcept {
     patch around;
     element_set done;
-    if (!s.start(hard, most) || !around.start(s.count, most) || !done.start(nodes)) return false;
+    if (!s.start(hard, most) || !around.start(s, most) || !done.start(nodes)) return false;
     const auto out = columns_of(curvatures);
     for (std::size_t e = 0; e < s.count; ++e) {
         for (std::size_t i = 0; i < 3; ++i) {
             const unsigned node = s.cells[e][i];
             if (done.holds(node)) continue;
             done.add(node);
-            double double_area;
-            around.gather(s, s.points[node], static_cast<unsigned>(e), most);
-            const auto tensor = around.sum_hinges(s, double_area);
-            write_curvatures(tensor, double_area, weighted_normal(s, e), out[node]);
+            bent sum;
+            around.gather(s.points[node], static_cast<unsigned>(e), most, sum);
+            write_curvatures(sum.tensor, sum.area, weighted_normal(s, e), out[node]);
         }
     }
     return true;

@@ -34,6 +34,10 @@ public:
     }
     bool holds(std::size_t e) const noexcept { return marks[e] == stamp; }
     void add(std::size_t e) noexcept { marks[e] = stamp; }
+    /// The entry of an element. Entries of earlier walks are smaller than the stamp; with a larger
+    /// increment a walk has more than one kind of mark.
+    unsigned& operator[](std::size_t e) noexcept { return marks[e]; }
+    unsigned operator[](std::size_t e) const noexcept { return marks[e]; }
 
 private:
     dense1D<unsigned, 8> list;
