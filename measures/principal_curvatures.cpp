@@ -21,6 +21,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <utility>
 
 namespace zel::tessel2d {
 
@@ -29,9 +31,10 @@ namespace {
 /// What patches ask of a triangle: one line of the cache.
 struct alignas(64) face {
     double centroid[3];
-    double size;             // twice the area
-    unsigned beside[3];      // across the edge opposite each corner; without one the face behind all
-    unsigned passable;       // bit j: a patch may grow across edge j
+    double size;           // twice the area
+    unsigned beside[3];    // across the edge opposite each corner; without one the face behind all
+    std::uint8_t passable; // bit j: a patch may grow across edge j
+    std::uint8_t seeds;    // bit i: no face before it holds the node at corner i
     std::size_t first_hinge; // those of its edges j with beside[j] <= its own number, in order
 };
 
@@ -75,10 +78,16 @@ struct surface {
         if (!normals.resize(4, count) || !faces.resize(count + 1)) return false;
         faces[count] = {};
         std::size_t edges = 1;
-        for (std::size_t e = 0; e < count; ++e) edges += measure_face(e, edges);
+        for (std::size_t e = 0; e < count; ++e) {
+            prefetch_corners(e);
+            edges += measure_face(e, edges);
+        }
         if (!hinges.resize(edges)) return false;
         hinges[0] = {};
         for (std::size_t e = 0; e < count; ++e) {
+            prefetch_corners(e);
+            for (const unsigned next : faces[ahead(e)].beside)
+                prefetch(std::as_const(normals)[next]);
             measure_hinges(e);
             faces[e].passable = passable_edges(e, hard, most.cosine);
         }
@@ -91,6 +100,12 @@ struct surface {
     }
 
 private:
+    std::size_t ahead(std::size_t e) const noexcept { return std::min(e + 12, count - 1); }
+
+    void prefetch_corners(std::size_t e) const noexcept {
+        for (unsigned k = 0; k < 3; ++k) prefetch(points.first + cells[ahead(e)][k] * points.ld);
+    }
+
     /// Everything but `passable`; returns how many hinges the face has.
     std::size_t measure_face(std::size_t e, std::size_t first_hinge) noexcept {
         const unsigned* const nodes = cells[e];
@@ -133,11 +148,11 @@ private:
         const double x = weight * along[0];
         const double y = weight * along[1];
         const double z = weight * along[2];
-        return {{x * along[0], y * along[0], y * along[1], z * along[0], z * along[1],
-                 z * along[2]}};
+        return {
+            {x * along[0], y * along[0], y * along[1], z * along[0], z * along[1], z * along[2]}};
     }
 
-    unsigned passable_edges(std::size_t e, const edge_set& hard, double cosine) const noexcept {
+    std::uint8_t passable_edges(std::size_t e, const edge_set& hard, double cosine) const noexcept {
         const double bound = cosine * std::abs(cosine);
         const unsigned* const nodes = cells[e];
         unsigned passable = 0;
@@ -152,12 +167,12 @@ private:
             }
             passable |= 1u << j;
         }
-        return passable;
+        return static_cast<std::uint8_t>(passable);
     }
 };
 
 /// What a patch adds up to.
-struct bent {
+struct patch_sums {
     double area; // doubled
     symmetric_fixed<double, 3> tensor;
 };
@@ -189,7 +204,7 @@ struct patch {
     /// neighbours has turned down is not asked again; so, once a member has asked its neighbours, it is
     /// known which of them are members.
     void gather(const point<3>& center, unsigned seed, const limits& most,
-                bent& sum) noexcept {
+                patch_sums& sum) noexcept {
         marks.renew();
         marks[seed] = marks.stamp + 1;
         members[0] = seed;
@@ -215,8 +230,7 @@ private:
         for (const unsigned next : f.beside) prefetch(faces + next);
         prefetch(hinges + f.first_hinge);
     }
-    void ask_neighbors(std::size_t i, const point<3>& center,
-                       const limits& most) noexcept {
+    void ask_neighbors(std::size_t i, const point<3>& center, const limits& most) noexcept {
         const face& from = faces[members[i]];
         const unsigned asked = marks.stamp;
         unsigned batch[3];
@@ -331,20 +345,86 @@ point<3> weighted_normal(const surface& s, std::size_t e) noexcept {
     return {a * n[0], a * n[1], a * n[2]};
 }
 
+/// Marks the first element of each node. False: memory is exhausted.
+bool find_seeds(surface& s, std::size_t nodes) noexcept {
+    element_set met;
+    if (!met.start(nodes)) return false;
+    face* const faces = s.faces.data();
+    for (std::size_t e = 0; e < s.count; ++e) {
+        faces[e].seeds = 0;
+        for (unsigned i = 0; i < 3; ++i) {
+            const unsigned node = s.cells[e][i];
+            if (met.holds(node)) continue;
+            met.add(node);
+            faces[e].seeds = static_cast<std::uint8_t>(faces[e].seeds | 1u << i);
+        }
+    }
+    return true;
+}
+
+/// An order of the elements in which neighbours are never far from each other, so that patches are gathered
+/// from what the one before has brought to the caches.
+struct itinerary {
+    dense1D<unsigned, 8> list{};
+
+    std::size_t operator[](std::size_t k) const noexcept { return list.size == 0 ? k : list[k]; }
+
+    /// False: memory is exhausted. Without a list the order is that of the numbers.
+    bool start(const surface& s) noexcept {
+        if (!is_scattered(s)) return true;
+        element_set met;
+        if (!list.resize(s.count) || !met.start(s.count + 1)) return false;
+        met.add(s.count);
+        std::size_t size = 0;
+        for (std::size_t e = 0; e < s.count; ++e)
+            if (!met.holds(e)) size = walk_from(s, static_cast<unsigned>(e), size, met);
+        return true;
+    }
+
+private:
+    /// Are most of the edges between elements whose numbers lie far apart?
+    static bool is_scattered(const surface& s) noexcept {
+        constexpr std::size_t far = 1 << 14; // a megabyte of faces
+        std::size_t edges = 0;
+        for (std::size_t e = 0; e < s.count; ++e)
+            for (const std::size_t next : s.faces.data()[e].beside)
+                edges += next < s.count && (next > e ? next - e : e - next) > far;
+        return edges > s.count / 2 * 3;
+    }
+
+    /// Lists those that hang together with an element, breadth first; returns the size of the list.
+    std::size_t walk_from(const surface& s, unsigned e, std::size_t size,
+                          element_set& met) noexcept {
+        unsigned* const to = list.data();
+        std::size_t i = size;
+        met.add(e);
+        to[size++] = e;
+        for (; i < size; ++i) {
+            for (const unsigned next : s.faces.data()[to[i]].beside) {
+                if (met.holds(next)) continue;
+                met.add(next);
+                to[size++] = next;
+            }
+        }
+        return size;
+    }
+};
+
 /// Fills the columns of all nodes that the elements use, each from the first element that holds it.
 /// False: memory is exhausted.
 bool measure_nodes(surface& s, std::size_t nodes, const edge_set& hard, const limits& most,
                    dense2D<double>& curvatures) noexcept {
     patch around;
-    element_set done;
-    if (!s.start(hard, most) || !around.start(s, most) || !done.start(nodes)) return false;
+    itinerary order;
+    if (!s.start(hard, most) || !find_seeds(s, nodes) || !order.start(s) || !around.start(s, most))
+        return false;
     const auto out = columns_of(curvatures);
-    for (std::size_t e = 0; e < s.count; ++e) {
-        for (std::size_t i = 0; i < 3; ++i) {
+    for (std::size_t k = 0; k < s.count; ++k) {
+        const std::size_t e = order[k];
+        for (unsigned i = 0; i < 3; ++i) {
+            if ((s.faces[e].seeds >> i & 1u) == 0) continue;
             const unsigned node = s.cells[e][i];
-            if (done.holds(node)) continue;
-            done.add(node);
-            bent sum;
+            patch_sums sum;
             around.gather(s.points[node], static_cast<unsigned>(e), most, sum);
             write_curvatures(sum.tensor, sum.area, weighted_normal(s, e), out[node]);
         }
