@@ -310,4 +310,26 @@ TEST(ParametricCurvatures, AreTheSameToTheBitOnAProcessorThatTakesOneTriangleAtA
     }
 }
 
+/// The triangles that hold a node, in their order.
+dense2D<unsigned> triangles_at(const dense2D<unsigned>& connect, unsigned node) {
+    dense2D<unsigned> found;
+    for (std::size_t e = 0; e < connect.cols; ++e)
+        if (std::count(connect[e], connect[e] + 3, node) != 0)
+            zel::push_back_column3(connect[e], found);
+    return found;
+}
+
+TEST(ParametricCurvatures, AreThoseOfTheTrianglesAroundANodeHoweverFarApartTheseAreNumbered) {
+    chart c = chart_of(260, 1, of_quadric); // one triangle and the next have far nodes
+    random_numbers random(3);
+    for (std::size_t j = c.m.connect.cols; j > 1; --j)
+        std::swap_ranges(c.m.connect[j - 1], c.m.connect[j - 1] + 3,
+                         c.m.connect[random.below(static_cast<unsigned>(j))]);
+    const auto H = form_of(c);
+    for (unsigned n = 5; n < c.m.pos.cols; n += 2100) {
+        const auto alone = form_of({{c.m.pos, triangles_at(c.m.connect, n)}, c.D});
+        for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(alone(i, n), H(i, n)) << "node " << n;
+    }
+}
+
 } // namespace
