@@ -102,7 +102,7 @@ struct surface {
 private:
     std::size_t ahead(std::size_t e) const noexcept { return std::min(e + 12, count - 1); }
 
-    void prefetch_corners(std::size_t e) const noexcept {
+    [[gnu::always_inline]] void prefetch_corners(std::size_t e) const noexcept {
         for (unsigned k = 0; k < 3; ++k) prefetch(points.first + cells[ahead(e)][k] * points.ld);
     }
 
@@ -230,6 +230,8 @@ private:
         for (const unsigned next : f.beside) prefetch(faces + next);
         prefetch(hinges + f.first_hinge);
     }
+
+    /// Lets those of its neighbours join that are near and that a patch may grow to.
     void ask_neighbors(std::size_t i, const point<3>& center, const limits& most) noexcept {
         const face& from = faces[members[i]];
         const unsigned asked = marks.stamp;
@@ -241,7 +243,7 @@ private:
             const point<3> offset = difference<3>({g[0], g[1], g[2]}, center);
             const bool near = !(squared_length<3>(offset) > most.squared_radius);
             unsigned& mark = marks[e];
-            const unsigned joins = near & (mark < asked) & (from.passable >> j & 1u);
+            const unsigned joins = near & (mark < asked) & (unsigned{from.passable} >> j & 1u);
             mark = std::max(mark, asked + joins);
             batch[j] = e | (joins - 1); // `no_node` without
             size += joins;
@@ -422,7 +424,7 @@ bool measure_nodes(surface& s, std::size_t nodes, const edge_set& hard, const li
     for (std::size_t k = 0; k < s.count; ++k) {
         const std::size_t e = order[k];
         for (unsigned i = 0; i < 3; ++i) {
-            if ((s.faces[e].seeds >> i & 1u) == 0) continue;
+            if ((unsigned{s.faces[e].seeds} >> i & 1u) == 0) continue;
             const unsigned node = s.cells[e][i];
             patch_sums sum;
             around.gather(s.points[node], static_cast<unsigned>(e), most, sum);

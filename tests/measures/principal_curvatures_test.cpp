@@ -554,7 +554,8 @@ TEST(PrincipalCurvatures, OfADisorderedMeshReportExhaustedMemory) {
             EXPECT_EQ(expected, snapshot(out));
         }
     });
-    EXPECT_GE(refused, 12U); // with one failure and with all that follow: the order of visits is in it
+    EXPECT_GE(refused,
+              12U); // with one failure and with all that follow: the order of visits is in it
 }
 
 TEST(PrincipalCurvatures, AnyAdjacencyAtAllStaysInsideStorage) {
