@@ -179,6 +179,41 @@ TEST(NodeDetector, ACloseNodeIsFoundAlsoWhereAllSquaresOfDistancesAreInfinite) {
     EXPECT_EQ(0U, one.find_close({1e300, -1e300}));
 }
 
+// The point lies half way in one direction, so that the other one decides, however little it is.
+TEST(NodeDetector, TiesAlongOneAxisAreDecidedByTheOther) {
+    for (const double wide : {1e-310, 1e-160, 1.0, 1e160, 1e308}) {
+        for (const double tiny : {1e-320, 1e-200, 1e-3}) {
+            for (const unsigned along : {0U, 1U}) {
+                dense2D<double> pos(2, 2, 0.0);
+                pos(along, 0) = -wide;
+                pos(along, 1) = wide;
+                pos(1 - along, 0) = tiny;
+                const vector_fixed<double, 2> origin{0, 0};
+                EXPECT_EQ(1U, node_detector(pos).find_closest(origin)) << wide << ", " << tiny;
+                pos(1 - along, 0) = 0;
+                pos(1 - along, 1) = tiny;
+                EXPECT_EQ(0U, node_detector(pos).find_closest(origin)) << wide << ", " << tiny;
+            }
+        }
+    }
+}
+
+// Both nodes lie 2^-54 apart in their distance, far out along the other axis.
+TEST(NodeDetector, AlmostTiesFarOutAreDecidedWithoutRounding) {
+    for (const double far : {1e120, 1e155, 1e200, 1e300, -1e307}) {
+        for (const unsigned along : {0U, 1U}) {
+            for (const double sign : {-1.0, 1.0}) {
+                dense2D<double> pos(2, 2, far);
+                pos(along, 0) = -1;
+                pos(along, 1) = 1;
+                vector_fixed<double, 2> p{far, far};
+                p[along] = sign * 0x1p-54;
+                EXPECT_EQ(sign < 0 ? 0U : 1U, node_detector(pos).find_closest(p)) << far;
+            }
+        }
+    }
+}
+
 TEST(NodeDetector, AgreesWithBruteForce) {
     for (std::uint64_t seed = 1; seed <= 40; ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
