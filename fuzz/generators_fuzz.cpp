@@ -134,120 +134,100 @@ struct round_shape {
         for (const double x : center) small = small && std::fabs(x) < 100;
         return small && pos.rows == Dim;
     }
+
+    /// The nodes of an ordinary mesh of quadrilaterals.
+    std::size_t quarter_nodes() const { return 3 * std::size_t{n} * (n + 1) + 1; }
+    std::size_t disk_nodes() const { return 12 * std::size_t{n} * n + 4 * n + 1; }
+    std::size_t sphere_nodes() const { return 24 * std::size_t{n} * n + 2; }
 };
+
+/// A function that meshes a round shape, and what it may answer.
+template <class Function>
+struct mesher {
+    const char* name;
+    std::initializer_list<int> statuses;
+    Function mesh;
+};
+template <class Function>
+mesher(const char*, std::initializer_list<int>, Function) -> mesher<Function>;
+
+/// Meshes a shape with quadrilaterals or with triangles, whose functions differ in the pattern alone. The
+/// outputs are given with their roles; `promised` nodes come of quadrilaterals.
+template <std::size_t Dim, class Quads, class Triangles, class... Edges>
+void mesh_round(input& in, const round_shape<Dim>& s, std::size_t promised,
+                const mesher<Quads>& quads, const mesher<Triangles>& triangles,
+                argument<dense2D<double>> pos, argument<dense2D<unsigned>> connect,
+                Edges... edges) {
+    const bool with_quads = in.flag();
+    const std::size_t first = connect.view->cols;
+    const int status =
+        with_quads
+            ? call(
+                  in, quads.name, quads.statuses,
+                  [&](auto& p, auto&... outputs) {
+                      return quads.mesh(p, s.center, s.radius, s.n, outputs...);
+                  },
+                  pos, connect, edges...)
+            : call(
+                  in, triangles.name, triangles.statuses,
+                  [&](auto& p, auto&... outputs) {
+                      return triangles.mesh(p, s.center, s.radius, s.n, s.pattern, outputs...);
+                  },
+                  pos, connect, edges...);
+    if (status != 0 || s.n == 0) return;
+    require_nodes(*connect.view, first, s.pos.cols, {no_node});
+    if (s.ordinary() && with_quads)
+        require(s.pos.cols == promised, "there are as many nodes as promised");
+}
 
 void quarter_disk(input& in) {
     round_shape<2> s(in);
     dense2D<unsigned> connect = output(in, {4, 3}, s.pos.cols);
     dense2D<unsigned> boundary = output(in, {2}, s.pos.cols);
-    const bool quads = in.flag();
-    const std::size_t first = connect.cols;
     // On nodes that are there, columns are lost.
-    int status;
-    if (quads) {
-        status = call(
-            in, "mesh_disk_UR_Q4", {-1, -5, -6},
-            [&](auto& p, auto& c, auto& b) {
-                return t2::mesh_disk_UR_Q4(p, s.center, s.radius, s.n, c, b);
-            },
-            turns(s.pos), grows(connect), grows(boundary));
-    } else {
-        status = call(
-            in, "mesh_disk_UR_T3", {-1, -6, -7},
-            [&](auto& p, auto& c, auto& b) {
-                return t2::mesh_disk_UR_T3(p, s.center, s.radius, s.n, s.pattern, c, b);
-            },
-            turns(s.pos), grows(connect), grows(boundary));
-    }
-    if (status != 0 || s.n == 0) return;
-    require_nodes(connect, first, s.pos.cols, {no_node});
-    if (s.ordinary() && quads)
-        require(s.pos.cols == 3 * s.n * (s.n + 1) + 1,
-                "the quarter has the nodes that are promised");
+    mesh_round(
+        in, s, s.quarter_nodes(),
+        mesher{
+            "mesh_disk_UR_Q4", {-1, -5, -6}, [](auto&... a) { return t2::mesh_disk_UR_Q4(a...); }},
+        mesher{
+            "mesh_disk_UR_T3", {-1, -6, -7}, [](auto&... a) { return t2::mesh_disk_UR_T3(a...); }},
+        turns(s.pos), grows(connect), grows(boundary));
 }
 
 void whole_disk(input& in) {
     round_shape<2> s(in);
     dense2D<unsigned> connect = output(in, {4, 3}, s.pos.cols);
     dense2D<unsigned> boundary = output(in, {2}, s.pos.cols);
-    const bool quads = in.flag();
-    const std::size_t first = connect.cols;
     // Numbers that were there are rewritten where nodes are joined.
-    int status;
-    if (quads) {
-        status = call(
-            in, "mesh_disk_Q4", {-1, -5, -6},
-            [&](auto& p, auto& c, auto& b) {
-                return t2::mesh_disk_Q4(p, s.center, s.radius, s.n, c, b);
-            },
-            turns(s.pos), turns(connect), turns(boundary));
-    } else {
-        status = call(
-            in, "mesh_disk_T3", {-1, -6, -7},
-            [&](auto& p, auto& c, auto& b) {
-                return t2::mesh_disk_T3(p, s.center, s.radius, s.n, s.pattern, c, b);
-            },
-            turns(s.pos), turns(connect), turns(boundary));
-    }
-    if (status != 0 || s.n == 0) return;
-    require_nodes(connect, first, s.pos.cols, {no_node});
-    if (s.ordinary() && quads)
-        require(s.pos.cols == 12 * s.n * s.n + 4 * s.n + 1,
-                "the disk has the nodes that are promised");
+    mesh_round(
+        in, s, s.disk_nodes(),
+        mesher{"mesh_disk_Q4", {-1, -5, -6}, [](auto&... a) { return t2::mesh_disk_Q4(a...); }},
+        mesher{"mesh_disk_T3", {-1, -6, -7}, [](auto&... a) { return t2::mesh_disk_T3(a...); }},
+        turns(s.pos), turns(connect), turns(boundary));
 }
 
 void octant(input& in) {
     round_shape<3> s(in);
     dense2D<unsigned> connect = output(in, {4, 3}, s.pos.cols);
     dense2D<unsigned> boundary = output(in, {2}, s.pos.cols);
-    const bool quads = in.flag();
-    const std::size_t first = connect.cols;
-    int status;
-    if (quads) {
-        status = call(
-            in, "mesh_sphere_UR_Q4", {-1, -5, -6},
-            [&](auto& p, auto& c, auto& b) {
-                return t2::mesh_sphere_UR_Q4(p, s.center, s.radius, s.n, c, b);
-            },
-            grows(s.pos), grows(connect), grows(boundary));
-    } else {
-        status = call(
-            in, "mesh_sphere_UR_T3", {-1, -6, -7},
-            [&](auto& p, auto& c, auto& b) {
-                return t2::mesh_sphere_UR_T3(p, s.center, s.radius, s.n, s.pattern, c, b);
-            },
-            grows(s.pos), grows(connect), grows(boundary));
-    }
-    if (status != 0 || s.n == 0) return;
-    require_nodes(connect, first, s.pos.cols, {no_node});
-    if (s.ordinary() && quads)
-        require(s.pos.cols == 3 * s.n * (s.n + 1) + 1,
-                "the octant has the nodes that are promised");
+    mesh_round(in, s, s.quarter_nodes(),
+               mesher{"mesh_sphere_UR_Q4",
+                      {-1, -5, -6},
+                      [](auto&... a) { return t2::mesh_sphere_UR_Q4(a...); }},
+               mesher{"mesh_sphere_UR_T3",
+                      {-1, -6, -7},
+                      [](auto&... a) { return t2::mesh_sphere_UR_T3(a...); }},
+               grows(s.pos), grows(connect), grows(boundary));
 }
+
+constexpr auto sphere_Q4 = [](auto&... a) { return t2::mesh_sphere_Q4(a...); };
+constexpr auto sphere_T3 = [](auto&... a) { return t2::mesh_sphere_T3(a...); };
 
 void whole_sphere(input& in) {
     round_shape<3> s(in);
     dense2D<unsigned> connect = output(in, {4, 3}, s.pos.cols);
-    const bool quads = in.flag();
-    const std::size_t first = connect.cols;
-    int status;
-    if (quads) {
-        status = call(
-            in, "mesh_sphere_Q4", {-1, -5},
-            [&](auto& p, auto& c) { return t2::mesh_sphere_Q4(p, s.center, s.radius, s.n, c); },
-            grows(s.pos), turns(connect));
-    } else {
-        status = call(
-            in, "mesh_sphere_T3", {-1, -5},
-            [&](auto& p, auto& c) {
-                return t2::mesh_sphere_T3(p, s.center, s.radius, s.n, s.pattern, c);
-            },
-            grows(s.pos), turns(connect));
-    }
-    if (status != 0 || s.n == 0) return;
-    require_nodes(connect, first, s.pos.cols, {no_node});
-    if (s.ordinary() && quads)
-        require(s.pos.cols == 24 * s.n * s.n + 2, "the sphere has the nodes that are promised");
+    mesh_round(in, s, s.sphere_nodes(), mesher{"mesh_sphere_Q4", {-1, -5}, sphere_Q4},
+               mesher{"mesh_sphere_T3", {-1, -5}, sphere_T3}, grows(s.pos), turns(connect));
 }
 
 void sphere_with_circles(input& in) {
@@ -255,25 +235,10 @@ void sphere_with_circles(input& in) {
     dense2D<unsigned> connect = output(in, {4, 3}, s.pos.cols);
     dense2D<unsigned> circle_z = output(in, {2}, s.pos.cols);
     dense2D<unsigned> circle_y = output(in, {2}, s.pos.cols);
-    const bool quads = in.flag();
-    int status;
-    if (quads) {
-        status = call(
-            in, "mesh_sphere_Q4 with circles", {-1, -5, -6, -7},
-            [&](auto& p, auto& c, auto& z, auto& y) {
-                return t2::mesh_sphere_Q4(p, s.center, s.radius, s.n, c, z, y);
-            },
-            grows(s.pos), turns(connect), turns(circle_z), turns(circle_y));
-    } else {
-        status = call(
-            in, "mesh_sphere_T3 with circles", {-1, -5, -6, -7},
-            [&](auto& p, auto& c, auto& z, auto& y) {
-                return t2::mesh_sphere_T3(p, s.center, s.radius, s.n, s.pattern, c, z, y);
-            },
-            grows(s.pos), turns(connect), turns(circle_z), turns(circle_y));
-    }
-    if (status == 0 && s.ordinary() && quads)
-        require(s.pos.cols == 24 * s.n * s.n + 2, "the sphere has the nodes that are promised");
+    mesh_round(in, s, s.sphere_nodes(),
+               mesher{"mesh_sphere_Q4 with circles", {-1, -5, -6, -7}, sphere_Q4},
+               mesher{"mesh_sphere_T3 with circles", {-1, -5, -6, -7}, sphere_T3}, grows(s.pos),
+               turns(connect), turns(circle_z), turns(circle_y));
 }
 
 } // namespace
