@@ -100,34 +100,14 @@ void disk_quarter(dense2D<double>& pos, const point<2>& center, double radius, u
     mesh_patches(plan, lines, n, patches, loop, pos, connect);
 }
 
-/// Tests that all disk functions share; `last` is the place of `boundary` among the arguments.
-template <class Patches>
-int check_outputs(const dense2D<double>& pos, const dense2D<unsigned>& connect,
-                  const dense2D<unsigned>& boundary, int last) noexcept {
-    if (!pos.empty() && pos.rows != 2) return -1;
-    if (!Patches::fit(connect)) return -(last - 1);
-    if (!takes_rows(boundary, 2)) return -last;
-    return status_ok;
-}
-
 template <class Patches>
 int mesh_disk_UR(dense2D<double>& pos, const point<2>& center, double radius, unsigned n,
                  const Patches& patches, dense2D<unsigned>& connect, dense2D<unsigned>& boundary,
                  int last) {
-    if (n == 0) return status_ok;
-    if (const int status = check_outputs<Patches>(pos, connect, boundary, last)) return status;
-    const quarter_counts quarter(n);
-    dense1D<unsigned, 8> loop;
-    if (n > most_divisions || !loop.reserve(std::size_t{4} * n + 1, 1) ||
-        !reserve_nodes(pos, 2, quarter.nodes) ||
-        !reserve_more(connect, Patches::rows(connect),
-                      quarter.cells * Patches::elements_per_cell) ||
-        !reserve_more(boundary, 2, quarter.edges)) {
-        return status_memory;
-    }
-    node_line lines[9];
-    disk_quarter(pos, center, radius, n, patches, loop, lines, connect, boundary);
-    return status_ok;
+    return mesh_quarter<2, Patches>(
+        pos, n, connect, boundary, last, [&](dense1D<unsigned, 8>& loop, node_line(&lines)[9]) {
+            disk_quarter(pos, center, radius, n, patches, loop, lines, connect, boundary);
+        });
 }
 
 template <class Patches>
@@ -135,7 +115,7 @@ int mesh_disk(dense2D<double>& pos, const point<2>& center, double radius, unsig
               const Patches& patches, dense2D<unsigned>& connect, dense2D<unsigned>& boundary,
               int last) {
     if (n == 0) return status_ok;
-    if (const int status = check_outputs<Patches>(pos, connect, boundary, last)) return status;
+    if (const int status = check_quarter<2, Patches>(pos, connect, boundary, last)) return status;
     const quarter_counts quarter(n);
     const std::size_t elements = quarter.cells * Patches::elements_per_cell;
     const std::size_t arc_edges = 2 * std::size_t{n};

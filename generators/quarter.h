@@ -131,4 +131,35 @@ inline void append_outline(const quarter_plan& plan, const node_line (&lines)[9]
         }
 }
 
+/// Tests of what a quarter or an octant is added to; `last` is the place of `boundary` among the arguments.
+template <std::size_t Dim, class Patches>
+int check_quarter(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                  const dense2D<unsigned>& boundary, int last) noexcept {
+    if (!pos.empty() && pos.rows != Dim) return -1;
+    if (!Patches::fit(connect)) return -(last - 1);
+    if (!takes_rows(boundary, 2)) return -last;
+    return status_ok;
+}
+
+/// Tests and reservations for one quarter or octant, which is then made by make(loop, lines); the loop has
+/// room for 4n + 1 entries.
+template <std::size_t Dim, class Patches, class Make>
+int mesh_quarter(dense2D<double>& pos, unsigned n, dense2D<unsigned>& connect,
+                 dense2D<unsigned>& boundary, int last, const Make& make) {
+    if (n == 0) return status_ok;
+    if (const int status = check_quarter<Dim, Patches>(pos, connect, boundary, last)) return status;
+    const quarter_counts quarter(n);
+    dense1D<unsigned, 8> loop;
+    if (n > most_divisions || !loop.reserve(std::size_t{4} * n + 1, 1) ||
+        !reserve_nodes(pos, Dim, quarter.nodes) ||
+        !reserve_more(connect, Patches::rows(connect),
+                      quarter.cells * Patches::elements_per_cell) ||
+        !reserve_more(boundary, 2, quarter.edges)) {
+        return status_memory;
+    }
+    node_line lines[9];
+    make(loop, lines);
+    return status_ok;
+}
+
 } // namespace zel::tessel2d

@@ -126,21 +126,10 @@ template <class Patches>
 int mesh_sphere_UR(dense2D<double>& pos, const point<3>& center, double radius, unsigned n,
                    const Patches& patches, dense2D<unsigned>& connect, dense2D<unsigned>& boundary,
                    int last) {
-    if (n == 0) return status_ok;
-    if (!pos.empty() && pos.rows != 3) return -1;
-    if (!Patches::fit(connect)) return -(last - 1);
-    if (!takes_rows(boundary, 2)) return -last;
-    const quarter_counts octant(n);
-    dense1D<unsigned, 8> loop;
-    if (n > most_divisions || !loop.reserve(std::size_t{4} * n + 1, 1) ||
-        !reserve_nodes(pos, 3, octant.nodes) ||
-        !reserve_more(connect, Patches::rows(connect), octant.cells * Patches::elements_per_cell) ||
-        !reserve_more(boundary, 2, octant.edges)) {
-        return status_memory;
-    }
-    node_line lines[9];
-    sphere_octant(pos, center, radius, n, patches, loop, lines, connect, boundary);
-    return status_ok;
+    return mesh_quarter<3, Patches>(
+        pos, n, connect, boundary, last, [&](dense1D<unsigned, 8>& loop, node_line(&lines)[9]) {
+            sphere_octant(pos, center, radius, n, patches, loop, lines, connect, boundary);
+        });
 }
 
 /// Where the great circles go; both null when they are not wanted.
