@@ -225,7 +225,8 @@ struct node_placement {
     }
 
     /// Nodes on edges. The numbers ascend in the order of the walk that gave them, so that the first
-    /// use of an edge is where its numbers are the next ones; given edges never have these.
+    /// use of an edge is where its numbers are the next ones; given edges never have these, since their
+    /// first number is a node that was there.
     void place_on_edges() const noexcept {
         const std::size_t a = order.edge_nodes;
         const double step = 2 * (1 / (static_cast<double>(a) + 1));
@@ -235,8 +236,7 @@ struct node_placement {
             const unsigned corners = Shape::corners(cell);
             const unsigned* run = raised[e] + corners;
             for (unsigned k = 0; k < corners; ++k, run += a) {
-                const bool first_use =
-                    run[0] == next && run[a - 1] == next + a - 1 && next + a <= pos.count;
+                const bool first_use = run[0] == next && run[a - 1] == next + a - 1;
                 if (!first_use) continue;
                 const elfes::edge2 edge = tessel2d::edge_nodes(cell, corners, k);
                 for (std::size_t i = 0; i < a; ++i) {

@@ -19,7 +19,8 @@ struct used_nodes {
     std::size_t range = 0;
     std::size_t count = 0;
 
-    bool covers(unsigned id) const noexcept { return id >= low && id - low < range; }
+    /// What lies below `low` wraps to a number beyond all ranges.
+    bool covers(unsigned id) const noexcept { return id - low < range; }
 };
 
 template <class Visit>

@@ -72,7 +72,9 @@ static_assert(sizeof(branch) == sizeof(kept_branch));
 template <class T>
 bool add_to(dense1D<T, 8>& list, std::size_t more) noexcept {
     const std::size_t size = list.size + more;
-    return (size <= list.storage->capacity || list.reserve(size, 2)) && list.resize(size);
+    if (!list.reserve(size, 2)) return false;
+    list.resize(size);
+    return true;
 }
 
 void include(branch& box, const double* p) noexcept {

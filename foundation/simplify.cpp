@@ -69,8 +69,9 @@ bool overlap(const dense2D<unsigned>& a, const dense2D<unsigned>& b) noexcept {
     return a.storage == b.storage && !a.empty() && !b.empty() && begin_of(a) < end_of(b) &&
            begin_of(b) < end_of(a);
 }
+/// Tells whether a matrix that is not empty has an entry at this position.
 bool shows(const dense2D<unsigned>& m, std::size_t place) noexcept {
-    if (m.empty() || place < m.start) return false;
+    if (place < m.start) return false;
     const std::size_t offset = place - m.start;
     return offset / m.ld < m.cols && offset % m.ld < m.rows;
 }
@@ -83,7 +84,7 @@ void renumber_rest(dense2D<unsigned>* first, dense2D<unsigned>& connect,
         if (!nodes.covers(id)) return;
         const auto place = static_cast<std::size_t>(&id - block);
         for (const dense2D<unsigned>* m = first; m != &connect; ++m)
-            if (m->storage == connect.storage && shows(*m, place)) return;
+            if (overlap(*m, connect) && shows(*m, place)) return;
         id = nodes[id];
     });
 }

@@ -36,7 +36,8 @@ bool gather(const dense2D<double>& pos, const dense1D<unsigned, 8>& nodes,
 }
 
 /// Takes away the nodes of `seam` that another stands for and writes the new number of each node. Between
-/// two of them the nodes keep their order and move together.
+/// two of them the nodes keep their order and move together: the columns of a matrix that began empty lie
+/// one behind the other.
 void close_seam(const dense1D<unsigned, 8>& seam, const dense1D<unsigned, 8>& stands_for,
                 dense2D<double>& pos, dense1D<unsigned, 8>& numbers) noexcept {
     std::size_t from = 0; // the first node that has not been moved
@@ -44,13 +45,8 @@ void close_seam(const dense1D<unsigned, 8>& seam, const dense1D<unsigned, 8>& st
     const auto move_up_to = [&](std::size_t end) {
         const std::size_t length = end - from;
         for (std::size_t k = 0; k < length; ++k) numbers[from + k] = static_cast<unsigned>(to + k);
-        if (pos.contiguous()) {
-            if (length > 0 && to != from)
-                std::memmove(pos[to], pos[from], length * pos.rows * sizeof(double));
-        } else {
-            for (std::size_t k = 0; k < length; ++k)
-                std::copy_n(pos[from + k], pos.rows, pos[to + k]);
-        }
+        if (length > 0 && to != from)
+            std::memmove(pos[to], pos[from], length * pos.rows * sizeof(double));
         to += length;
         from = end;
     };
@@ -78,7 +74,6 @@ bool join_seams(const copied_parts& parts, double tolerance, dense2D<double>& po
         !tessel::find_coincident(seam_pos, tolerance, stands_for, fused)) {
         return false;
     }
-    if (fused == 0) return true;
     close_seam(seam, stands_for, pos, numbers);
     for (dense2D<unsigned>* connect = first; connect != last; ++connect)
         tessel::replace_entries(*connect, numbers);
@@ -88,7 +83,7 @@ bool join_seams(const copied_parts& parts, double tolerance, dense2D<double>& po
 } // namespace
 
 void join_copies(const copied_parts& parts, double from_origin, double radius, dense2D<double>& pos,
-                 dense2D<unsigned>* first, dense2D<unsigned>* last) {
+                 dense2D<unsigned>* first, dense2D<unsigned>* last) noexcept {
     const double tolerance = radius * relative_tolerance;
     const bool only_seams = parts.first_node == 0 &&
                             nodes_stay_apart(from_origin, radius, static_cast<double>(parts.n)) &&

@@ -35,6 +35,6 @@ struct copied_parts {
 /// storage. If the nodes stay apart but for outlines, and there were none before, only those of outlines and
 /// edges are looked at.
 void join_copies(const copied_parts& parts, double from_origin, double radius, dense2D<double>& pos,
-                 dense2D<unsigned>* first, dense2D<unsigned>* last);
+                 dense2D<unsigned>* first, dense2D<unsigned>* last) noexcept;
 
 } // namespace zel::tessel2d

@@ -12,6 +12,7 @@
 #include "location/node_tree.h"
 #include "measures/kernels.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -42,7 +43,9 @@ struct located_mesh {
     unsigned ancestor(std::size_t node) const noexcept {
         return node < nodes && ancestors[node] < elements ? ancestors[node] : no_node;
     }
-    node_filter held_nodes() const noexcept { return {ancestors, nodes, elements}; }
+    node_filter held_nodes() const noexcept {
+        return {ancestors, nodes, std::min<std::size_t>(elements, no_node)};
+    }
 };
 
 /// The tests that searches share, in the order of their arguments: 0, or -1 to -4 for the first of the

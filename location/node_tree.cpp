@@ -143,7 +143,7 @@ bool tree_search::scan(std::size_t cell) noexcept {
     bool found = false;
     for (unsigned i = 1; i <= w[0]; ++i) {
         const unsigned node = w[i];
-        if (node == id || !filter.usable(node)) continue;
+        if (!filter.usable(node)) continue;
         const double d = squared_length<2>(difference<2>(p, tree.pos[node]));
         if (d >= best) continue;
         best = d;
@@ -201,7 +201,7 @@ bool range_search(tree_search& search, const placed_cell& from, std::size_t skip
     bool found = false;
     cell_stack stack;
     stack.push(from);
-    while (stack.count > 0 && search.best != 0) {
+    while (stack.count > 0) {
         const placed_cell c = stack.pop();
         if (c.cell == skip || !search.overlaps_box(c.corner, c.depth)) continue;
         if (!search.is_leaf(c.cell)) {
@@ -227,8 +227,7 @@ std::size_t leaf_of_point(const tree_search& search) noexcept {
     return cell;
 }
 
-/// The first half of both queries. True: the search is over, either because no node can be nearer or
-/// because there is none.
+/// The first half of both queries. False: a node was found and another one may be nearer.
 bool find_first(tree_search& search) noexcept {
     if (search.scan(leaf_of_point(search))) {
         search.shrink_box();
@@ -359,10 +358,7 @@ void node_tree::set_box(const point<2>& low, const point<2>& high) noexcept {
     box_max = high;
     const double span = std::max(high[0] - low[0], high[1] - low[1]);
     const double size = span > 0 ? span * margin : least_size;
-    for (std::size_t k = 0; k < 2; ++k) {
-        grid.origin[k] = (low[k] + high[k]) * 0.5;
-        if (size * 0.5 != 0) grid.origin[k] -= size * 0.5;
-    }
+    for (std::size_t k = 0; k < 2; ++k) grid.origin[k] = (low[k] + high[k]) * 0.5 - size * 0.5;
     grid.scale = 4294967295.0 / size;
 }
 
@@ -606,7 +602,7 @@ unsigned node_tree::find_closest(const point<2>& p, double& best,
                                  const node_filter& filter) const noexcept {
     if (node_count == 0 || !covers(p)) return no_node;
     tree_search search(*this, p, best, filter);
-    if (!find_first(search) && search.id != no_node) {
+    if (!find_first(search)) {
         const unsigned bits =
             bit_length((search.low.x ^ search.high.x) | (search.low.y ^ search.high.y));
         const descent down(search, search.low, std::max(bits, 1u));

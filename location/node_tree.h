@@ -43,10 +43,10 @@ struct node_grid {
 struct node_filter {
     const unsigned* ancestors; ///< per node, the element that holds it
     std::size_t nodes;         ///< length of `ancestors`
-    std::size_t elements;      ///< a larger element number stands for none, as 0xFFFFFFFF does
+    std::size_t elements;      ///< numbers from here on are no elements; 0xFFFFFFFF at most
 
     bool usable(std::size_t node) const noexcept {
-        return node < nodes && ancestors[node] < elements && ancestors[node] != no_node;
+        return node < nodes && ancestors[node] < elements;
     }
 };
 

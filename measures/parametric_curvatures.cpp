@@ -59,7 +59,7 @@ struct chart {
     points_view<2> points;
     columns<const double> slopes;
     columns<const unsigned> cells;
-    columns<double> normals; // of the surface, of length 1
+    columns<double> normals; // of the surface, of length 1; one behind the other
     star_sums* sums;
 
     void start_node(std::size_t i) const noexcept {
@@ -177,8 +177,7 @@ void find_columns(const columns<T>& m, const unsigned (&n)[4], T* (&p)[4]) noexc
         p[lane] = m.first + n[lane] * (Leading == 0 ? m.ld : Leading);
 }
 
-/// Starts the nodes from 0 on, four by four; returns the first one that is left over. The columns of
-/// their normals lie one behind the other.
+/// Starts the nodes from 0 on, four by four; returns the first one that is left over.
 [[gnu::target("avx2")]] std::size_t start_nodes_by_four(const chart& c,
                                                         std::size_t count) noexcept {
     std::size_t i = 0;
@@ -197,7 +196,7 @@ void find_columns(const columns<T>& m, const unsigned (&n)[4], T* (&p)[4]) noexc
 }
 
 /// Adds triangles four by four; returns the first one that is left over. `Tight`: the columns of all
-/// matrices lie one behind the other.
+/// inputs lie one behind the other.
 template <bool Tight>
 [[gnu::target("avx2")]] std::size_t add_triangles_by_four(const chart& c, std::size_t e,
                                                           std::size_t last) noexcept {
@@ -221,7 +220,7 @@ template <bool Tight>
             const double* at[4];
             find_columns<Tight ? 6 : 0>(c.slopes, n[k], at);
             s[k] = load_derivatives(at);
-            find_columns<Tight ? 3 : 0>({c.normals.first, c.normals.ld}, n[k], at);
+            find_columns<3>({c.normals.first, c.normals.ld}, n[k], at);
             normal[k] = four_nodes(at[0], at[1], at[2], at[3]);
         }
         __m256d take[3][4]; // in the order of the corners 2, 0, 1
@@ -252,15 +251,14 @@ std::size_t add_triangles_by_four(const chart&, std::size_t e, std::size_t) noex
 
 void start_nodes(const chart& c, std::size_t count) noexcept {
     std::size_t i = 0;
-    if (has_four_lanes() && c.normals.ld == 3) i = start_nodes_by_four(c, count);
+    if (has_four_lanes()) i = start_nodes_by_four(c, count);
     for (; i < count; ++i) c.start_node(i);
 }
 
 /// Adds some triangles.
 void add_run(const chart& c, std::size_t e, std::size_t last) noexcept {
     if (has_four_lanes()) {
-        const bool tight =
-            c.points.ld == 2 && c.slopes.ld == 6 && c.cells.ld == 3 && c.normals.ld == 3;
+        const bool tight = c.points.ld == 2 && c.slopes.ld == 6 && c.cells.ld == 3;
         e = tight ? add_triangles_by_four<true>(c, e, last)
                   : add_triangles_by_four<false>(c, e, last);
     }

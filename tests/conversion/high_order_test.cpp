@@ -524,6 +524,19 @@ TEST(ConvertIntoHighOrder, ExhaustedMemoryLeavesThePositionsAndAnEmptyOutput) {
     });
 }
 
+// So many nodes on each edge that the elements are made only when the numbers are known to suffice.
+TEST(ConvertIntoHighOrder, ExhaustedMemoryForElementsBehindTheWalkIsReported) {
+    dense2D<double> pos(2, 6, 0.0);
+    auto connect = cells({{0, 1, 2, 3}, {1, 4, 5, 2}});
+    fail_for_good(true);
+    arm_allocator(1); // the walk finds no table either, so that no edge has nodes
+    EXPECT_EQ(-199, convert_into_high_order(pos, connect, 0x30000000U, 0, 0, no_edges));
+    fail_for_good(false);
+    EXPECT_TRUE(disarm_allocator());
+    EXPECT_EQ(6U, pos.cols);
+    EXPECT_TRUE(connect.empty());
+}
+
 // A table that cannot grow leaves edges out, and the walk goes on: an edge that finds no place at any of
 // its uses has no node, all others are as always.
 TEST(ConvertIntoHighOrder, ExhaustedMemoryForTheTableOfEdgesLeavesThoseEdgesWithoutNodes) {

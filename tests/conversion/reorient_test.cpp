@@ -159,6 +159,29 @@ TEST(MeshReorient, ViewsAreTurnedInPlace) {
     EXPECT_EQ(0, mesh_reorient(connect.view, neighbors.view, 0, 0));
 }
 
+TEST(MeshReorient, AViewBesideAMatrixWithoutGapsIsFine) {
+    const auto mesh = grid_mixed(4, 3);
+    auto connect = fresh_copy(mesh.connect);
+    auto neighbors = adjacency_of(mesh.connect, mesh.pos.cols).neighbors;
+    random_numbers random(4);
+    ASSERT_GT(flip_some(connect, neighbors, 0.5, random), 0U);
+    for (const bool framed_neighbors : {false, true}) {
+        auto own_connect = fresh_copy(connect);
+        auto own_neighbors = fresh_copy(neighbors);
+        auto view = framed(framed_neighbors ? neighbors : connect);
+        auto& cells = framed_neighbors ? own_connect : view.view;
+        auto& across = framed_neighbors ? view.view : own_neighbors;
+        auto expected_cells = fresh_copy(connect);
+        auto expected_across = fresh_copy(neighbors);
+        const int turned = mesh_reorient(expected_cells, expected_across, 0, 0);
+        ASSERT_GT(turned, 0);
+        EXPECT_EQ(turned, mesh_reorient(cells, across, 0, 0));
+        EXPECT_EQ(columns(expected_cells), columns(cells));
+        EXPECT_EQ(columns(expected_across), columns(across));
+        EXPECT_TRUE(view.surroundings_untouched(mesh.connect.cols));
+    }
+}
+
 TEST(MeshReorient, StatusesInTheirOrder) {
     dense2D<unsigned> none_at_all;
     dense2D<unsigned> five(5, 2, 0U);

@@ -162,6 +162,16 @@ TEST(RotationState, AZeroVectorGivesTheIdentityExactly) {
         EXPECT_EQ(0.0, s.D1[k]);
     }
 }
+// After a whole turn the cosine is 1 and nothing of the square remains, not even a zero: the signs of the
+// zeros are those of the products with W alone.
+TEST(RotationState, AFullTurnTakesNothingFromTheSquare) {
+    rotation_state s{};
+    make_rotation_state(s, {0, 0, 6.283185307179586});
+    ASSERT_EQ(0.0, s.c[1]);
+    ASSERT_LT(s.c[0], 0.0);
+    for (int k = 0; k < 9; ++k)
+        EXPECT_EQ(std::signbit(s.c[0] * s.W[k]), std::signbit(s.scratch[k])) << k;
+}
 TEST(RotationState, MatricesAreRotationsByTheRightHand) {
     for (std::uint64_t seed = 1; seed <= 200; ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);

@@ -265,6 +265,12 @@ TEST(Dense1D, ReserveIsExactAndKeepsSizeAndContents) {
     EXPECT_EQ(data, v.data());
 }
 
+TEST(Dense1D, AFactorOfZeroReservesExactlyToo) {
+    dense1D<double, 8> v(3, 1.0);
+    ASSERT_TRUE(v.reserve(100, 0));
+    EXPECT_EQ(100U, v.storage->capacity);
+    EXPECT_EQ(3U, v.size);
+}
 TEST(Dense1D, PushBackDoublesTheStorage) {
     dense1D<unsigned, 8> v;
     const std::size_t before = allocation_count();
@@ -825,6 +831,37 @@ TEST(AppendColumns, WithoutMemoryForACopyOfOneBlockTheTargetStays) {
         EXPECT_TRUE(done || allocation_failed());
         EXPECT_EQ(done ? 4U : 2U, dst.cols);
     });
+}
+TEST(AppendColumns, OntoAViewOfTheBlockWithALargerLeadingDimension) {
+    dense2D<unsigned> block(2, 6);
+    for (unsigned k = 0; k < 12; ++k) block.data()[k] = k;
+    const auto src = block.sub_matrix(0, 2, 2, 2); // its second column is where its first one goes
+    auto dst = block.sub_matrix(0, 0, 2, 2);
+    dst.ld = 3;
+    ASSERT_TRUE(append_columns(src, dst));
+    EXPECT_THAT(columns(dst), ElementsAre(cell(0, 1), cell(3, 4), cell(4, 5), cell(6, 7)));
+}
+TEST(AppendColumns, OntoHigherColumnsOfTheBlockThatAreCutFirst) {
+    dense2D<unsigned> block(2, 6);
+    for (unsigned k = 0; k < 12; ++k) block.data()[k] = k;
+    const auto src = block.sub_matrix(0, 1, 2, 2);
+    auto dst = block.sub_matrix(0, 0, 2, 2);
+    dst.rows = dst.ld = 3;
+    dst.size = 6;
+    ASSERT_TRUE(append_columns(src, dst));
+    EXPECT_THAT(columns(dst), ElementsAre(cell(0, 1), cell(3, 4), cell(2, 3), cell(4, 5)));
+}
+TEST(AppendColumns, WithoutMemoryBehindTheCopyOfOneBlockTheTargetStays) {
+    dense2D<unsigned> block(3, 4, 5U);
+    const auto src = block.sub_matrix(1, 0, 2, 4);
+    auto dst = block.sub_matrix(0, 0, 2, 4);
+    fail_for_good(true);
+    arm_allocator(3); // behind the block of the copy and its memory
+    EXPECT_FALSE(append_columns(src, dst));
+    fail_for_good(false);
+    EXPECT_TRUE(disarm_allocator());
+    EXPECT_EQ(4U, dst.cols);
+    EXPECT_EQ(cell(5, 5), column(dst, 3));
 }
 TEST(AppendReversed, ARunBelowOrAboveTheBlockIsNoPartOfIt) {
     unsigned numbers[12] = {1, 2, 3, 0, 0, 0, 0, 0, 0, 7, 8, 9};

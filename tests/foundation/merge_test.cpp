@@ -527,5 +527,23 @@ TEST(Simplify, RowsThatAnEarlierMatrixShowsTooAreRewrittenOnce) {
     EXPECT_EQ(columns(points({{0, 0}, {1, 0}, {3, 0}})), columns(pos));
     EXPECT_EQ(columns(cells({{2, 2, 0}, {1, 1, 2}})), columns(block));
 }
+// The first view is empty and has no leading dimension, as after `clear`.
+TEST(Simplify, AnEmptyViewInTheMiddleOfAMatrixHidesNothing) {
+    auto pos = points({{0, 0}, {1, 0}, {2, 0}, {3, 0}});
+    dense2D<unsigned> block = cells({{1, 3}, {3, 1}});
+    dense2D<unsigned> parts[3] = {block, block, block};
+    parts[0].start = 2;
+    parts[0].rows = parts[0].cols = parts[0].ld = parts[0].size = 0;
+    ASSERT_EQ(0, simplify(pos, parts, parts + 3, 0));
+    EXPECT_EQ(columns(points({{1, 0}, {3, 0}})), columns(pos));
+    EXPECT_EQ(columns(cells({{0, 1}, {1, 0}})), columns(block));
+}
+TEST(Simplify, ColumnsWithoutRowsAreNoNodes) {
+    dense2D<double> pos(0, 4);
+    auto connect = cells({{1, 3}});
+    ASSERT_EQ(0, simplify(pos, connect, 0));
+    EXPECT_EQ(4U, pos.cols);
+    EXPECT_EQ(cell(1, 3), column(connect, 0));
+}
 
 } // namespace

@@ -264,6 +264,21 @@ TEST(MetricsStruct, ATensorThatIsNotPositiveDefiniteEmptiesItsLines) {
         }
 }
 
+// Both lines through a node have tensors there, but a product underflows on the way between the two.
+TEST(MetricsStruct, WithoutATensorBetweenItsTwoLinesANodeStaysEmpty) {
+    for (const std::size_t rows : {3U, 6U}) {
+        auto t = tensors(rows, 12, 1, 2);
+        t(0, 1) = t(0, 8) = rows == 3 ? 1e-150 : 1e-300; // bottom and top, i = 1
+        t(2, 1) = t(2, 8) = 1;
+        for (const std::size_t side : {4U, 5U, 10U, 11U}) t(2, side) = 1e-30;
+        ASSERT_EQ(0, metrics_struct(plain_loop(3, 3), 3, t));
+        for (unsigned j = 0; j < 2; ++j) {
+            EXPECT_EQ(std::vector<double>(rows, 0.0), column(t, 12 + j)) << j;
+            EXPECT_NEAR(1, t(0, 14 + j), 1e-14);
+        }
+    }
+}
+
 TEST(MetricsStruct, CornersDoNotMatter) {
     auto h = sizes(12, 1.0);
     auto t = tensors(6, 12, 1, 2);

@@ -285,6 +285,12 @@ TYPED_TEST(BlendOf, BeyondTheEndsSizesMustStayPositive) {
     EXPECT_FALSE(blend<n>(a, upright_tensor<n>(twos), 2.0, m));
 }
 
+TEST(Blend, FromATensorWithNegativeEigenvaluesThereIsNone) {
+    tensor2 m{{7, 7, 7}};
+    EXPECT_FALSE(blend<2>({{-1, 0, -1}}, {{1, 0, 1}}, 0.5, m));
+    EXPECT_EQ(point(0, 0, 0), entries(m));
+}
+
 TEST(Blend, SizesTooSmallOrTooLargeToBeSquaredTakeTheExtremeEigenvalues) {
     using zel::tessel2d::size_eigenvalue;
     constexpr double least = 1.4916681462400413e-154;

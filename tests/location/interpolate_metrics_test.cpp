@@ -443,6 +443,18 @@ TEST(InterpolateMetrics, TensorsOnASideOfAQuadrilateralNeedOnlyItsNodes) {
     expect_two(tensor_on_quad<2>(one, three, three, one, 0.5, 0.25, m), m);
 }
 
+// Both sides have tensors in between, but a product underflows on the way from one side to the other.
+TEST(InterpolateMetrics, InsideAQuadrilateralThereIsNoTensorIfTheWayBetweenTwoSidesHasNone) {
+    using zel::tessel2d::tensor_on_quad;
+    using tensor2 = zel::tessel2d::tensor<2>;
+    const tensor2 wide{{1e-150, 0, 1}};
+    const tensor2 high{{1, 0, 1e-30}};
+    tensor2 m;
+    EXPECT_TRUE(tensor_on_quad<2>(wide, wide, wide, wide, 0.5, 0.5, m));
+    EXPECT_TRUE(tensor_on_quad<2>(high, high, high, high, 0.5, 0.5, m));
+    EXPECT_FALSE(tensor_on_quad<2>(wide, wide, high, high, 0.5, 0.5, m));
+}
+
 TEST(InterpolateMetrics, SizesInsideAQuadrilateralNeedAllItsNodes) {
     for (std::size_t k = 0; k < 4; ++k) {
         for (const double none : {0.0, -1.0, nan}) {

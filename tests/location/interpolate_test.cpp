@@ -504,6 +504,18 @@ TEST(LocalCoordsT3, NodesZeroAndOneAreExact) {
     }
 }
 
+TEST(LocalCoordsT3, APointStraightBelowOrAboveANodeIsNotTheNode) {
+    const auto pos = points({{0.5, 1}, {0, 0}, {1, 0}});
+    const unsigned cell[3] = {0, 1, 2};
+    place st{9, 9};
+    local_coords_T3(points2(pos), cell, {0.5, 0.5}, st);
+    EXPECT_EQ(0.5, st[0]);
+    EXPECT_EQ(0.25, st[1]);
+    local_coords_T3(points2(pos), cell, {0.5, 1.5}, st);
+    EXPECT_EQ(1.5, st[0]);
+    EXPECT_EQ(-0.25, st[1]);
+}
+
 TEST(LocalCoordsT3, NodeTwoComesFromTheSolve) {
     const auto pos = points({{0.1, 0.3}, {7.7, 0.9}, {1.3, 9.1}});
     const unsigned cell[3] = {0, 1, 2};
@@ -607,6 +619,17 @@ TEST(LocalCoordsQ4, InvertsTheBilinearMapOfConvexQuadrilaterals) {
     }
 }
 
+// With U = u + 2 the map is x = U + v, y = U v, and the point is where U = v = 1, which is node 3. Every
+// step halves the way that is left.
+TEST(LocalCoordsQ4, AtAStraightAngleTenStepsAreMade) {
+    const auto pos = points({{0, -1}, {2, -3}, {4, 3}, {2, 1}});
+    const unsigned cell[4] = {0, 1, 2, 3};
+    place uv{9, 9};
+    local_coords_Q4(points2(pos), cell, {2, 1}, uv);
+    EXPECT_EQ(-1 + 0x1p-10, uv[0]);
+    EXPECT_EQ(1 - 0x1p-10, uv[1]);
+}
+
 TEST(LocalCoordsQ4, EndsOnNumbersThatAreNone) {
     auto g = unit_square();
     place uv;
@@ -677,6 +700,25 @@ TEST(Interpolate, LongListsAreServedAsShortOnes) {
             ASSERT_EQ(0, in_parts.run());
         }
         EXPECT_EQ(snapshot(in_parts.field), snapshot(c.field)) << base.name;
+    }
+}
+
+TEST(Interpolate, OfALongListThatNamesNodesOfTheMeshTooOnlyOrphansAreServed) {
+    for (const adjacent_mesh& base : assorted_meshes()) {
+        random_numbers random(32);
+        std::vector<place> at;
+        for (int i = 0; i < 5000; ++i) at.push_back({random.between(0, 1.3), random.between(0, 3)});
+        carried c(base, at, 1);
+        c.set([](const place& p, std::size_t) { return std::cos(5 * p[0]) + p[1]; });
+        carried mixed = c;
+        mixed.field = fresh_copy(c.field);
+        mixed.nodes.resize(c.m.pos.cols);
+        unsigned next = static_cast<unsigned>(c.m.pos.cols);
+        for (unsigned& node : mixed.nodes) node = --next;
+        ASSERT_GT(mixed.nodes.size, c.nodes.size);
+        ASSERT_EQ(0, c.run());
+        ASSERT_EQ(0, mixed.run());
+        EXPECT_EQ(snapshot(c.field), snapshot(mixed.field)) << base.name;
     }
 }
 

@@ -518,6 +518,28 @@ TEST(NodeTree, WithoutMemoryForAListTheTreeIsAsItWas) {
     EXPECT_THAT(leaves_of(tree)[""], ElementsAre(0, 1, 2));
 }
 
+TEST(NodeTree, WithoutMemoryForItsRootItTakesNothing) {
+    const dense2D<double> pos = points({{0, 0}, {0.5, 0}, {0, 0.5}});
+    const auto connect = cells({{0, 1, 2}});
+    bool only_root_missing = false;
+    std::size_t taken = 0;
+    fail_for_good(true);
+    for (std::size_t k = 1; taken == 0 && k < 20; ++k) {
+        arm_allocator(1);
+        node_tree tree(pos);
+        EXPECT_TRUE(tree.cells.empty());
+        EXPECT_FALSE(tree.insert(0));
+        arm_allocator(k);
+        taken = tree.fill<triangle_cells>(connect);
+        EXPECT_EQ(taken, tree.node_count);
+        if (tree.cells.empty() && tree.box_max[0] == 0.5) only_root_missing = true;
+        disarm_allocator();
+    }
+    fail_for_good(false);
+    EXPECT_TRUE(only_root_missing);
+    EXPECT_EQ(3U, taken);
+}
+
 // ---------------------------------------------------------------------------------------- properties
 
 /// Clouds of nodes in which trees go wrong.

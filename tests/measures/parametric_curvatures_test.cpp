@@ -132,6 +132,18 @@ TEST(ParametricCurvatures, ViewsWithALeadingDimensionAreFine) {
     EXPECT_EQ(snapshot(form_of(c)), snapshot(H));
 }
 
+TEST(ParametricCurvatures, EachInputAloneMayBeAView) {
+    const auto c = chart_of(5, 1, of_quadric);
+    const auto expected = snapshot(form_of(c));
+    dense2D<double> H;
+    ASSERT_EQ(0, parametric_curvatures(framed(c.m.pos).view, c.m.connect, c.D, H));
+    EXPECT_EQ(expected, snapshot(H));
+    ASSERT_EQ(0, parametric_curvatures(c.m.pos, framed(c.m.connect).view, c.D, H));
+    EXPECT_EQ(expected, snapshot(H));
+    ASSERT_EQ(0, parametric_curvatures(c.m.pos, c.m.connect, framed(c.D).view, H));
+    EXPECT_EQ(expected, snapshot(H));
+}
+
 // ---------------------------------------------------------------------------------------- statuses
 
 void expect_status(int status, const dense2D<double>& pos, const dense2D<unsigned>& connect,
