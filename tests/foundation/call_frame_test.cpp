@@ -232,6 +232,13 @@ TEST(Separate, CopiesOnlyWhatSharesTheOutputsBlock) {
     EXPECT_EQ(0U, again(0, 0));
 }
 
+TEST(CheckIDs, RowsBesideAViewAreNotLookedAt) {
+    for (std::size_t rows = 1; rows <= 6; ++rows) {
+        const auto f = framed(dense2D<unsigned>(rows, 5, 1U)); // what is around is no node
+        EXPECT_TRUE(check_IDs(f.view, 2)) << rows;
+        EXPECT_FALSE(check_IDs(f.view, 1)) << rows;
+    }
+}
 TEST(CheckIDs, WhereTheBoundIsNoNodeEveryNumberPasses) {
     EXPECT_TRUE(check_IDs(cells({{0xFFFFFFFEU, no_node}, {0, 7}}), no_node));
 }

@@ -118,6 +118,15 @@ TEST(CopyMesh, ViewsWithALargerLeadingDimension) {
     EXPECT_EQ(columns(cells({{0, 1}, {2, 3}})), columns(edges.view));
 }
 
+TEST(CopyMesh, RowsBesideAViewOfTheSourceNameNoNodes) {
+    auto pos = points({{0, 0}, {1, 0}, {2, 0}});
+    dense2D<unsigned> edges;
+    const auto block = cells({{0, 1, 2}}); // the node below the view is not copied
+    ASSERT_EQ(0, copy_mesh(pos, edges, {0, 1}, {0, 0}, 0, 1, block.sub_matrix(0, 0, 2, 1)));
+    EXPECT_EQ(5U, pos.cols);
+    EXPECT_EQ(columns(cells({{3, 4}})), columns(edges));
+}
+
 TEST(CopyMesh, NothingToDo) {
     auto pos = points({{0}});
     auto edges = cells({{0, 1, 2}});

@@ -1,9 +1,10 @@
 // zel tessel2d: planar and surface mesh tools.
-#include "zel/tessel2d/generators.h"
+#include "generators/struct_patch.h"
 
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
+#include "zel/tessel2d/generators.h"
 
 #include <cmath>
 #include <cstdint>
@@ -551,6 +552,26 @@ TEST(MeshStruct, OneNodeAllAroundTheLoop) {
     ASSERT_EQ(0, mesh_struct_Q4(pos, ids({0, 0, 0, 0, 0, 0, 0, 0, 0}), 2, quads));
     EXPECT_EQ(2U, pos.cols);
     EXPECT_EQ(4U, quads.cols);
+}
+
+// So near the centre that squares underflow, the patch faces along each axis in turn.
+TEST(MeshStructQ4, OntoASphereFromNearItsCentreAlongAnyAxis) {
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        for (const double sign : {-1.0, 1.0}) {
+            auto patch = square_loop(2, 2, 3);
+            for (std::size_t k = 0; k < patch.pos.cols; ++k) {
+                const double x = 1e-200 * (2 * patch.pos(0, k) - 1);
+                const double y = 1e-200 * (2 * patch.pos(1, k) - 1);
+                patch.pos(axis, k) = sign * 1e-200;
+                patch.pos((axis + 1) % 3, k) = x;
+                patch.pos((axis + 2) % 3, k) = y;
+            }
+            dense2D<unsigned> quads;
+            const zel::tessel2d::ball onto{{0, 0, 0}, 5};
+            ASSERT_EQ(0, mesh_struct_Q4(patch.pos, patch.boundary, 2, quads, &onto));
+            for (std::size_t i = 0; i < 3; ++i)
+                EXPECT_EQ(i == axis ? sign * 5 : 0.0, patch.pos(i, 8)) << axis << ' ' << i;
+        }
 }
 
 // ---------------------------------------------------------------------------------- exhausted memory

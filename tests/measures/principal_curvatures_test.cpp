@@ -92,6 +92,17 @@ TEST(PrincipalCurvatures, OfABentEdgeAreAngleTimesLengthOverArea) {
     }
 }
 
+TEST(PrincipalCurvatures, OfSmallerRoofsAreLargerInProportion) {
+    // With an edge of 2/pi the product of angle and length is 1, with one of 1/2 the area is.
+    ASSERT_EQ(1.0, pi / 2 * 0.6366197723675814);
+    for (const double scale : {0.6366197723675814, 0.5, 0.25}) {
+        mesh m = roof();
+        for (double& x : m.pos) x *= scale;
+        const auto c = curvatures_of(m, {});
+        for (std::size_t n = 0; n < 6; ++n) EXPECT_NEAR(pi / 4 / scale, c(6, n), 4e-15) << scale;
+    }
+}
+
 TEST(PrincipalCurvatures, TurnedOverTheyChangeSign) {
     mesh m = roof();
     for (std::size_t e = 0; e < 4; ++e) std::swap(m.connect(1, e), m.connect(2, e));
