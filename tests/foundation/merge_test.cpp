@@ -1,4 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
+#include "foundation/merge.h"
+
 #include "foundation/tessel.h"
 #include "support/checks.h"
 #include "support/failing_alloc.h"
@@ -327,6 +329,21 @@ TEST(Merge, AgreesWithBruteForceOnRandomBits) {
         for (const double tolerance : {0.0, 5e-324, 1e-200, 1e-12, 1.0, 1e200, 1.7e308})
             expect_as_brute_force(pos, tolerance);
     }
+}
+
+TEST(Merge, CountsEachFusedNodeOnce) {
+    // Large groups and a pair; two nodes are alone.
+    dense2D<double> pos(2, 66, 0.0);
+    for (std::size_t k = 0; k < pos.cols; ++k)
+        pos(0, k) = k < 40 ? 0 : k < 60 ? 1 : k < 62 ? 2 : static_cast<double>(k / 2);
+    pos(1, 65) = pos(1, 63) = 7;
+    dense1D<unsigned, 8> stands_for(pos.cols);
+    std::size_t fused = 0;
+    ASSERT_TRUE(zel::tessel::find_coincident(pos, 1e-9, stands_for, fused));
+    std::size_t expected = 0;
+    for (std::size_t k = 0; k < pos.cols; ++k) expected += stands_for[k] != k;
+    EXPECT_EQ(39U + 19U + 1U, expected);
+    EXPECT_EQ(expected, fused);
 }
 
 // ------------------------------------------------------------------------------------------ Simplify
