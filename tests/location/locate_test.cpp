@@ -78,6 +78,19 @@ adjacent_mesh one_triangle() {
         "one triangle", zel::ELEMENT_T3, {points({{0, 0}, {1, 0}, {0, 1}}), cells({{0, 1, 2}})}};
 }
 
+TEST(LocatedMesh, ANodeIsHeldByAnElementThatThereIs) {
+    adjacent_mesh m{"triangles", zel::ELEMENT_T3, grid_T3(1, 1)};
+    m.ancestors = ids({0, 1, 2, no_node});
+    located_mesh mesh = view_of(m);
+    EXPECT_EQ(2U, mesh.elements);
+    const auto usable = [&](unsigned node) { return mesh.held_nodes().usable(node); };
+    EXPECT_TRUE(usable(0) && usable(1));
+    EXPECT_FALSE(usable(2) || usable(3) || usable(4));
+    mesh.elements = std::size_t{1} << 33; // the claim is never looked into
+    EXPECT_TRUE(usable(2));
+    EXPECT_FALSE(usable(3));
+}
+
 // ---------------------------------------------------------------------------------------- the draws
 
 TEST(Draws, TheFirst64AreFixedNumbers) {

@@ -403,6 +403,8 @@ TEST(NodeTree, AFilterCountsNodesBehindItsEndAndWrongElementsAsUnusable) {
     EXPECT_EQ(0U, three.tree.find_closest({1, 0}, best, {ancestors.data(), 1, 8}));
     best = no_distance;
     EXPECT_EQ(no_node, three.tree.find_closest({1, 0}, best, {ancestors.data(), 0, 8}));
+    best = no_distance;
+    EXPECT_EQ(no_node, three.tree.find_closest({1, 0}, best, {ancestors.data(), 3, 4}));
 }
 
 TEST(NodeTree, ADistanceToStartFromIsOnlyUndercut) {
@@ -538,6 +540,23 @@ TEST(NodeTree, WithoutMemoryForItsRootItTakesNothing) {
     fail_for_good(false);
     EXPECT_TRUE(only_root_missing);
     EXPECT_EQ(3U, taken);
+}
+
+TEST(NodeTree, WithoutMemoryForItsRootItTakesNothingEvenIfThereIsSomeLater) {
+    const dense2D<double> pos = points({{0, 0}, {0.5, 0}, {0, 0.5}});
+    const auto connect = cells({{0, 1, 2}});
+    unsigned without_root = 0;
+    for (const std::size_t in_a_row : {1U, 2U})
+        for (std::size_t k = 1; k < 20; ++k) {
+            arm_allocator(1, 8);
+            node_tree tree(pos);
+            arm_allocator(k, in_a_row);
+            const std::size_t taken = tree.fill<triangle_cells>(connect);
+            disarm_allocator();
+            EXPECT_EQ(tree.cell_count == 0 ? 0U : 3U, taken) << k << ' ' << in_a_row;
+            if (tree.cell_count == 0 && tree.box_max[0] == 0.5) ++without_root;
+        }
+    EXPECT_GT(without_root, 0U);
 }
 
 // ---------------------------------------------------------------------------------------- properties
