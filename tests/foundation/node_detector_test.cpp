@@ -181,21 +181,42 @@ TEST(NodeDetector, ACloseNodeIsFoundAlsoWhereAllSquaresOfDistancesAreInfinite) {
 
 // The point lies half way in one direction, so that the other one decides, however little it is.
 TEST(NodeDetector, TiesAlongOneAxisAreDecidedByTheOther) {
-    for (const double wide : {1e-310, 1e-160, 1.0, 1e160, 1e308}) {
-        for (const double tiny : {1e-320, 1e-200, 1e-3}) {
-            for (const unsigned along : {0U, 1U}) {
-                dense2D<double> pos(2, 2, 0.0);
-                pos(along, 0) = -wide;
-                pos(along, 1) = wide;
-                pos(1 - along, 0) = tiny;
-                const vector_fixed<double, 2> origin{0, 0};
-                EXPECT_EQ(1U, node_detector(pos).find_closest(origin)) << wide << ", " << tiny;
-                pos(1 - along, 0) = 0;
-                pos(1 - along, 1) = tiny;
-                EXPECT_EQ(0U, node_detector(pos).find_closest(origin)) << wide << ", " << tiny;
-            }
+    const auto expect_decided = [](double middle, double wide, double tiny, unsigned along) {
+        dense2D<double> pos(2, 2, 0.0);
+        vector_fixed<double, 2> p{0, 0};
+        p[along] = middle;
+        pos(along, 0) = middle - wide;
+        pos(along, 1) = middle + wide;
+        for (const unsigned nearer : {0U, 1U}) {
+            pos(1 - along, nearer) = 0;
+            pos(1 - along, 1 - nearer) = tiny;
+            EXPECT_EQ(nearer, node_detector(pos).find_closest(p)) << wide << ", " << tiny;
         }
-    }
+    };
+    for (const double tiny : {5e-324, 1e-200, 1e-3})
+        for (const unsigned along : {0U, 1U}) {
+            for (const double wide : {1e-310, 1e-160, 1.0, 1e160, 1e308})
+                expect_decided(0, wide, tiny, along);
+            expect_decided(0x1p1023, 0x1p1022, tiny, along);
+        }
+}
+
+// In steps of the last digit of a number whose square overflows: one node lies 2^25 steps away along one
+// axis, the other 2^25 - 1 along it and 2^13 along the other axis, which is farther by one part in 2^51.
+TEST(NodeDetector, AlmostTiesAcrossNumbersWithoutASquareAreDecidedWithoutRounding) {
+    const double far = 0x1p515;
+    const double step = 0x1p463;
+    for (const unsigned along : {0U, 1U})
+        for (const unsigned nearer : {0U, 1U}) {
+            dense2D<double> pos(2, 2);
+            pos(along, nearer) = 0x1p25 * step;
+            pos(1 - along, nearer) = far;
+            pos(along, 1 - nearer) = (0x1p25 - 1) * step;
+            pos(1 - along, 1 - nearer) = far + 0x1p13 * step;
+            vector_fixed<double, 2> p{far, far};
+            p[along] = 0;
+            EXPECT_EQ(nearer, node_detector(pos).find_closest(p)) << along;
+        }
 }
 
 // Both nodes lie 2^-54 apart in their distance, far out along the other axis.
