@@ -310,20 +310,19 @@ struct node_tree::mesh_nodes {
 
     /// Makes room for the nodes of a mesh. False: memory is exhausted.
     bool reserve(const dense2D<unsigned>& connect, std::size_t columns_of_pos) noexcept {
-        const std::size_t entries = connect.rows * connect.cols;
+        const std::size_t most = connect.rows * connect.cols;
         // The largest number is not worth a search where the mesh may have so many nodes.
-        bound = columns_of_pos <= entries ? columns_of_pos : std::size_t{max_index(connect)} + 1;
-        return marks.resize(bound / sizeof(unsigned) + 1, 0) &&
-               list.resize(std::min(bound, entries));
+        bound = columns_of_pos <= most ? columns_of_pos : std::size_t{max_index(connect)} + 1;
+        return marks.resize(bound / sizeof(unsigned) + 1, 0) && list.resize(std::min(bound, most));
     }
 
     /// Lists them.
     template <class Shape>
     void collect(const dense2D<unsigned>& connect) noexcept {
-        const columns<const unsigned> cells = columns_of(connect);
+        const columns<const unsigned> elements = columns_of(connect);
         unsigned char* const marked = bytes();
         for (std::size_t e = 0; e < connect.cols; ++e) {
-            const unsigned* const cell = cells[e];
+            const unsigned* const cell = elements[e];
             const unsigned corners = Shape::corners(cell);
             for (unsigned i = 0; i < corners; ++i) marked[cell[i]] = named;
         }
