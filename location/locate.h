@@ -44,7 +44,7 @@ struct located_mesh {
         return node < nodes && ancestors[node] < elements ? ancestors[node] : no_node;
     }
     node_filter held_nodes() const noexcept {
-        return {ancestors, nodes, std::min<std::size_t>(elements, no_node)};
+        return {ancestors, nodes, std::min<std::size_t>(elements, no_node), connect, neighbors};
     }
 };
 
@@ -143,6 +143,12 @@ int walk(const located_mesh& mesh, const point<2>& p, unsigned& element, double 
         const unsigned* const cell = mesh.connect[element];
         const unsigned* const across = mesh.neighbors[element];
         const unsigned corners = Shape::corners(cell);
+        // One of the elements around is next, whichever edge it will be.
+        for (unsigned i = 0; i < corners; ++i) {
+            if (across[i] >= mesh.elements) continue;
+            prefetch(mesh.connect[across[i]]);
+            prefetch(mesh.neighbors[across[i]]);
+        }
         unsigned start = edge_of_draw(random.next(), corners);
         unsigned edge = exit_edge<Shape>(mesh.pos, cell, p, tolerance, start);
         if (edge == inside) return found;

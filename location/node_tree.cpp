@@ -144,6 +144,9 @@ bool tree_search::scan(std::size_t cell) noexcept {
     for (unsigned i = 1; i <= w[0]; ++i) {
         const unsigned node = w[i];
         if (!filter.usable(node)) continue;
+        const unsigned element = filter.ancestors[node];
+        prefetch(filter.connect[element]);
+        prefetch(filter.neighbors[element]);
         const double d = squared_length<2>(difference<2>(p, tree.pos[node]));
         if (d >= best) continue;
         best = d;
@@ -229,10 +232,7 @@ std::size_t leaf_of_point(const tree_search& search) noexcept {
 
 /// The first half of both queries. False: a node was found and another one may be nearer.
 bool find_first(tree_search& search) noexcept {
-    if (search.scan(leaf_of_point(search))) {
-        search.shrink_box();
-        return search.best == 0;
-    }
+    if (search.scan(leaf_of_point(search))) return search.best == 0;
     const descent down(search, search.xy, 0);
     const placed_cell& leaf = down.at;
     if (leaf.depth == root_depth) return true;
@@ -602,6 +602,7 @@ unsigned node_tree::find_closest(const point<2>& p, double& best,
     if (node_count == 0 || !covers(p)) return no_node;
     tree_search search(*this, p, best, filter);
     if (!find_first(search)) {
+        search.shrink_box();
         const unsigned bits =
             bit_length((search.low.x ^ search.high.x) | (search.low.y ^ search.high.y));
         const descent down(search, search.low, std::max(bits, 1u));

@@ -45,6 +45,10 @@ struct node_filter {
     std::size_t nodes;         ///< length of `ancestors`
     std::size_t elements;      ///< numbers from here on are no elements; 0xFFFFFFFF at most
 
+    // What is likely to be asked next of the element of an answer; nothing by default.
+    columns<const unsigned> connect{nullptr, 0};
+    columns<const unsigned> neighbors{nullptr, 0};
+
     bool usable(std::size_t node) const noexcept {
         return node < nodes && ancestors[node] < elements;
     }
