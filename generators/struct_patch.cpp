@@ -2,6 +2,7 @@
 #include "generators/struct_patch.h"
 
 #include "foundation/call_frame.h"
+#include "foundation/four_lanes.h"
 #include "foundation/point.h"
 #include "foundation/tessel.h"
 #include "zel/tessel2d/generators.h"
@@ -110,8 +111,8 @@ void project(const ball& b, std::size_t width, double (&p)[3][strip_width]) noex
 
 /// Stores the interior nodes into the columns of `pos` from `patch.first_new` on.
 template <int Dim>
-void place_interior_nodes(const struct_patch& patch, const ball* onto,
-                          dense2D<double>& pos) noexcept {
+void compute_interior_nodes(const struct_patch& patch, const ball* onto,
+                            dense2D<double>& pos) noexcept {
     const points_view<Dim> points(pos);
     const columns<double> nodes = columns_of(pos);
     const point<Dim> c0 = points[patch.bottom(0)];
@@ -134,6 +135,33 @@ void place_interior_nodes(const struct_patch& patch, const ball* onto,
                 for (std::size_t k = 0; k < Dim; ++k) out[k] = placed[k][t];
             }
         }
+    }
+}
+
+#if defined(__x86_64__) && defined(__GNUC__)
+/// The same, and what it calls, compiled for four doubles at a time: the bits do not change, since each
+/// node has its own sums, in their order.
+template <int Dim>
+[[gnu::target("avx2"), gnu::flatten]] void
+compute_interior_nodes_by_fours(const struct_patch& patch, const ball* onto,
+                                dense2D<double>& pos) noexcept {
+    compute_interior_nodes<Dim>(patch, onto, pos);
+}
+#else
+template <int Dim>
+void compute_interior_nodes_by_fours(const struct_patch& patch, const ball* onto,
+                                     dense2D<double>& pos) noexcept {
+    compute_interior_nodes<Dim>(patch, onto, pos);
+}
+#endif
+
+template <int Dim>
+void place_interior_nodes(const struct_patch& patch, const ball* onto,
+                          dense2D<double>& pos) noexcept {
+    if (has_four_lanes()) {
+        compute_interior_nodes_by_fours<Dim>(patch, onto, pos);
+    } else {
+        compute_interior_nodes<Dim>(patch, onto, pos);
     }
 }
 
