@@ -4,6 +4,7 @@
 // Space cut into cells of a size that suits a tolerance, so that points closer than it meet in a cell.
 #include "foundation/call_frame.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -56,14 +57,11 @@ struct cell_grid {
     }
 
     /// The cells within `distance` (at most `reach`) around x. Rounding keeps the order of numbers and
-    /// the way is a little longer than asked for, so that no cell is missed; that the cell around 0 is
-    /// twice as large does no harm.
+    /// the way is a little longer than asked for, so that no cell is missed.
     cell_range around(double x, double distance) const noexcept {
         const double c = in_cells(x);
-        if (equal_only || !(std::fabs(c) < most_cells)) {
-            const double key = x + 0.0; // -0 becomes 0
-            std::uint64_t bits;
-            std::memcpy(&bits, &key, sizeof bits);
+        if (equal_only || !(std::fabs(c) <= most_cells)) {
+            const std::uint64_t bits = bits_of(x + 0.0); // -0 becomes 0
             return {bits, bits};
         }
         const double way = distance * (1 + 1e-9);
@@ -71,15 +69,24 @@ struct cell_grid {
     }
 
 private:
-    /// From here on numbers are half a cell apart or more, and so at least a tolerance: only equal
-    /// ones meet.
-    static constexpr double most_cells = 0x1p52;
+    template <int Dim>
+    friend struct inner_cells;
+
+    /// Beyond it numbers are half a cell apart or more, and so at least a tolerance: only equal ones
+    /// meet.
+    static constexpr double most_cells = 0x1p51;
     /// Keeps the borders of cells away from round numbers.
     static constexpr double border_shift = 0.3819660112501051;
+    /// What is added to it becomes whole.
+    static constexpr double to_whole = 0x1.8p52;
 
-    static std::uint64_t whole(double x) noexcept {
-        return static_cast<std::uint64_t>(static_cast<std::int64_t>(x));
+    static std::uint64_t bits_of(double x) noexcept {
+        std::uint64_t bits;
+        std::memcpy(&bits, &x, sizeof bits);
+        return bits;
     }
+    /// Numbers the cells: the numbers of neighbours follow one another.
+    static std::uint64_t whole(double x) noexcept { return bits_of(x + to_whole); }
 };
 
 /// Two points have equal coordinates or lie closer than the tolerance.
@@ -134,6 +141,16 @@ struct cells_around {
         }
     }
 
+    /// The parts of a hash: the sum of `spread` over the coordinates, and `finish` of it.
+    static std::uint64_t spread(std::uint64_t cell, std::size_t axis) noexcept {
+        constexpr std::uint64_t factor[3] = {0x9E3779B97F4A7C15U, 0xC2B2AE3D27D4EB4FU,
+                                             0xD6E8FEB86659FD93U};
+        return cell * factor[axis];
+    }
+    static std::uint64_t finish(std::uint64_t sum) noexcept {
+        return (sum ^ (sum >> 29)) * 0xBF58476D1CE4E5B9U;
+    }
+
 private:
     template <class Visit>
     void each_from(std::size_t axis, std::uint64_t sum, Visit& visit) const noexcept {
@@ -143,24 +160,62 @@ private:
             if (cell == high[axis]) return;
         }
     }
-    static std::uint64_t spread(std::uint64_t cell, std::size_t axis) noexcept {
-        constexpr std::uint64_t factor[3] = {0x9E3779B97F4A7C15U, 0xC2B2AE3D27D4EB4FU,
-                                             0xD6E8FEB86659FD93U};
-        return (cell ^ (cell >> 32)) * factor[axis];
-    }
-    static std::uint64_t finish(std::uint64_t sum) noexcept {
-        return (sum ^ (sum >> 29)) * 0xBF58476D1CE4E5B9U;
-    }
 };
 
-/// Asks for memory that will be wanted soon. Inlined by force, since gcc drops calls to a function that
-/// only prefetches.
-#if defined(__GNUC__)
-[[gnu::always_inline]] inline void prefetch(const void* memory) noexcept {
-    __builtin_prefetch(memory);
-}
-#else
-inline void prefetch(const void*) noexcept {}
-#endif
+/// Finds the cells of points that have no others within a distance. Most are of this kind, and it takes less
+/// time than `cells_around`: it goes through the coordinates of many points without a branch.
+template <int Dim>
+struct inner_cells {
+    static constexpr std::size_t most = 64; ///< points at a time
+
+    inner_cells(const cell_grid& grid, double distance) noexcept
+        : factor_(grid.shrink * grid.enlarge * grid.enlarge_more),
+          way_(grid.equal_only ? -1 : 0.5 - (distance + rounding)) {}
+
+    /// Looks at the points [begin, begin + count).
+    void look_at(tessel2d::columns<const double> points, std::size_t begin,
+                 std::size_t count) noexcept {
+        double copies[most * Dim];
+        const double* x = points[begin];
+        if (points.ld != Dim) {
+            for (std::size_t k = 0; k < count; ++k)
+                std::copy_n(points[begin + k], Dim, copies + k * Dim);
+            x = copies;
+        }
+        const double factor = factor_;
+        const double way = way_;
+        for (std::size_t k = 0; k < count * Dim; ++k) {
+            const double c = x[k] * factor + cell_grid::border_shift;
+            const double whole = c + cell_grid::to_whole;
+            const double from_middle = std::fabs(c - (whole - cell_grid::to_whole));
+            cells_[k] = from_middle <= way ? whole : 0.0;
+        }
+    }
+
+    /// The hash of the cell of the k-th of them. False: there may be other cells, or the point is far from
+    /// the origin or holds a NaN.
+    bool hash_of(std::size_t k, std::uint64_t& hash) const noexcept {
+        const std::uint64_t lowest = cell_grid::bits_of(cell_grid::to_whole) - most_cells;
+        std::uint64_t sum = 0;
+        std::uint64_t above_lowest = 0;
+        for (std::size_t i = 0; i < Dim; ++i) {
+            const std::uint64_t cell = cell_grid::bits_of(cells_[k * Dim + i]);
+            above_lowest |= cell - lowest;
+            sum += cells_around<Dim>::spread(cell, i);
+        }
+        hash = cells_around<Dim>::finish(sum);
+        return above_lowest < 2 * most_cells;
+    }
+
+private:
+    /// Of numbers up to this size, in cells, ...
+    static constexpr std::uint64_t most_cells = std::uint64_t{1} << 40;
+    /// ... the few sums that make up a place add up to less rounding than this.
+    static constexpr double rounding = 0x1p-11;
+
+    double factor_;
+    double way_; ///< from the middle of a cell
+    double cells_[most * Dim];
+};
 
 } // namespace zel::tessel

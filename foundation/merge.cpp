@@ -10,7 +10,7 @@
 // 1. Space is cut into cells that are large against the tolerance. A node that is nowhere near a border
 //    coincides with nodes of its own cell only. The others, a few in a hundred, belong to all cells
 //    within reach.
-// 2. The nodes are sorted into buckets of a few thousand by the hash of their cell. In a bucket those
+// 2. The nodes are put into buckets of a few thousand by the hash of their cell. In a bucket those
 //    are picked out that share their cell with another. In a mesh hardly any do, and the rest costs no
 //    more than this.
 // 3. A small group of nodes that have one and the same cell to themselves is fused on the spot. Nodes
@@ -30,6 +30,15 @@ namespace {
 
 constexpr int coarse = -6; // a tolerance is 2^-7 to 2^-6 cells: few nodes are near a border
 constexpr int fine = -1;
+
+#if defined(__GNUC__)
+/// Asks the processor for memory that will be written a little later; see `prefetch`.
+[[gnu::always_inline]] inline void prefetch_to_write(const void* memory) noexcept {
+    __builtin_prefetch(memory, 1);
+}
+#else
+inline void prefetch_to_write(const void*) noexcept {}
+#endif
 
 /// What is to be told: for each node the number that stands for it, `no_node` for a marked one.
 struct fusion_result {
@@ -56,86 +65,115 @@ bool has_nan(const double* p) noexcept {
 
 // ----------------------------------------------------------------------------------------- buckets
 
-/// Keys are 31 bits of hash and a lowest bit that tells nodes with several cells. These two stand for
-/// nodes in the list of keys that go nowhere, or not only to one place.
+/// Keys are 31 bits of hash and a lowest bit that tells nodes with several cells.
 constexpr unsigned several_cells = 1;
-constexpr unsigned no_cell = 3;
 
 unsigned key_of(std::uint64_t hash) noexcept {
     return static_cast<unsigned>(hash >> 33) << 1;
 }
 
-/// The entries of all buckets behind one another, in ascending order of the nodes within a bucket.
+/// The entries, key and node, of all buckets. A bucket is a chain of chunks, so that nobody has to count
+/// its entries first; they stand in ascending order of the nodes.
 struct node_buckets {
     static constexpr unsigned most_bits = 11;
-    static constexpr std::size_t aim = 8192; // entries
+    static constexpr std::size_t aim = 8192;  // entries in a bucket
+    static constexpr std::size_t chunk = 256; // entries
 
     unsigned bits = 0;
-    std::size_t begin[(std::size_t{1} << most_bits) + 1] = {};
-    dense1D<unsigned, 8> entries; // key, node, key, node, ...
+    dense1D<unsigned, 8> entries;   ///< key, node, key, node, ...
+    dense1D<unsigned, 8> following; ///< for each chunk the next one of its bucket
+    std::size_t chunks = 1;         ///< in use; chunk 0 takes what is lost when memory is exhausted
+    unsigned first[std::size_t{1} << most_bits] = {};  ///< for each bucket its first chunk
+    std::size_t end[std::size_t{1} << most_bits] = {}; ///< and the place behind its last entry
 
     explicit node_buckets(std::size_t nodes) noexcept {
         while (bits < most_bits && nodes >> bits > aim) ++bits;
     }
     std::size_t count() const noexcept { return std::size_t{1} << bits; }
     std::size_t bucket(unsigned key) const noexcept { return std::uint64_t{key} << bits >> 32; }
-    std::size_t size(std::size_t b) const noexcept { return begin[b + 1] - begin[b]; }
+
+    bool make_room(std::size_t most_chunks) noexcept {
+        return entries.resize(2 * chunk * most_chunks) && following.resize(most_chunks);
+    }
+    /// A new chunk for a bucket whose last one is full. False: memory is exhausted.
+    bool open_chunk(std::size_t b) noexcept {
+        if (chunks >= following.size && !make_room(2 * chunks)) {
+            end[b] = 0;
+            return false;
+        }
+        if (end[b] == 0) {
+            first[b] = static_cast<unsigned>(chunks);
+        } else {
+            following[end[b] / chunk - 1] = static_cast<unsigned>(chunks);
+        }
+        end[b] = chunk * chunks++;
+        return true;
+    }
+    /// Calls visit(entries, count) for the parts of a bucket.
+    template <class Visit>
+    void each_part(std::size_t b, Visit visit) const noexcept {
+        if (end[b] == 0) return;
+        const std::size_t last = (end[b] - 1) / chunk;
+        for (std::size_t c = first[b]; c != last; c = following[c])
+            visit(entries.data() + 2 * chunk * c, chunk);
+        visit(entries.data() + 2 * chunk * last, end[b] - chunk * last);
+    }
+    std::size_t size(std::size_t b) const noexcept {
+        std::size_t sum = 0;
+        each_part(b, [&](const unsigned*, std::size_t count) { sum += count; });
+        return sum;
+    }
 };
 
-/// Writes the key of each node to `keys` and counts the entries of bucket b in `begin[b + 1]`.
-template <int Dim>
-void count_entries(columns<const double> points, const cell_grid& grid, double distance,
-                   std::size_t node_count, unsigned* keys, node_buckets& buckets) noexcept {
-    for (std::size_t i = 0; i < node_count; ++i) {
-        const double* const p = points[i];
-        const cells_around<Dim> cells(grid, p, distance);
-        if (has_nan<Dim>(p)) {
-            keys[i] = no_cell;
-        } else if (cells.several) {
-            keys[i] = several_cells;
-            cells.each(
-                [&](std::uint64_t hash) { ++buckets.begin[buckets.bucket(key_of(hash)) + 1]; });
-        } else {
-            keys[i] = key_of(cells.first());
-            ++buckets.begin[buckets.bucket(keys[i]) + 1];
-        }
-    }
-}
+/// Puts entries into buckets.
+struct bucket_writer {
+    node_buckets& buckets;
+    unsigned* entries;
+    bool complete = true; ///< false: memory is exhausted and entries are lost
 
-/// Writes the entries to their buckets; `begin` is right again afterwards.
-template <int Dim>
-void place_entries(columns<const double> points, const cell_grid& grid, double distance,
-                   std::size_t node_count, const unsigned* keys, node_buckets& buckets) noexcept {
-    unsigned* const entries = buckets.entries.data();
-    const auto put = [&](unsigned key, std::size_t node) {
-        const std::size_t at = 2 * buckets.begin[buckets.bucket(key)]++;
+    explicit bucket_writer(node_buckets& to) noexcept : buckets(to), entries(to.entries.data()) {}
+
+    void put(unsigned key, std::size_t node) noexcept {
+        const std::size_t b = buckets.bucket(key);
+        if (buckets.end[b] % node_buckets::chunk == 0) {
+            complete = buckets.open_chunk(b) && complete;
+            entries = buckets.entries.data();
+        }
+        const std::size_t at = 2 * buckets.end[b]++;
         entries[at] = key;
         entries[at + 1] = static_cast<unsigned>(node);
-    };
-    for (std::size_t i = 0; i < node_count; ++i) {
-        const unsigned key = keys[i];
-        if ((key & 1U) == 0) {
-            put(key, i);
-        } else if (key == several_cells) {
-            const cells_around<Dim> cells(grid, points[i], distance);
-            cells.each([&](std::uint64_t hash) { put(key_of(hash) | several_cells, i); });
-        }
     }
-    for (std::size_t b = buckets.count(); b > 0; --b) buckets.begin[b] = buckets.begin[b - 1];
-    buckets.begin[0] = 0;
-}
+    template <int Dim>
+    void put_in_all(const cells_around<Dim>& cells, std::size_t node) noexcept {
+        const unsigned flag = cells.several ? several_cells : 0;
+        cells.each([&](std::uint64_t hash) { put(key_of(hash) | flag, node); });
+    }
+};
 
-/// Sorts the nodes into buckets; `keys` is scratch. False: memory is exhausted.
+/// Puts the nodes into buckets, those with a NaN into none. False: memory is exhausted.
 template <int Dim>
-bool fill_buckets(const dense2D<double>& pos, const cell_grid& grid, unsigned* keys,
+bool fill_buckets(const dense2D<double>& pos, const cell_grid& grid,
                   node_buckets& buckets) noexcept {
+    // A few in a hundred nodes have several cells.
+    if (!buckets.make_room(pos.cols / 15 * 16 / node_buckets::chunk + buckets.count() + 2))
+        return false;
     const double distance = grid.reach / 2; // of two nodes that coincide each goes half the way
     const columns<const double> points = columns_of(pos);
-    count_entries<Dim>(points, grid, distance, pos.cols, keys, buckets);
-    for (std::size_t b = 0; b < buckets.count(); ++b) buckets.begin[b + 1] += buckets.begin[b];
-    if (!buckets.entries.resize(2 * buckets.begin[buckets.count()])) return false;
-    place_entries<Dim>(points, grid, distance, pos.cols, keys, buckets);
-    return true;
+    inner_cells<Dim> cells(grid, distance);
+    bucket_writer writer(buckets);
+    for (std::size_t begin = 0; begin < pos.cols; begin += cells.most) {
+        const std::size_t count = std::min(cells.most, pos.cols - begin);
+        cells.look_at(points, begin, count);
+        for (std::size_t k = 0; k < count; ++k) {
+            const double* const p = points[begin + k];
+            if (std::uint64_t hash; cells.hash_of(k, hash)) {
+                writer.put(key_of(hash), begin + k);
+            } else if (!has_nan<Dim>(p)) {
+                writer.put_in_all(cells_around<Dim>(grid, p, distance), begin + k);
+            }
+        }
+    }
+    return writer.complete;
 }
 
 // ------------------------------------------------------------------------------------------ groups
@@ -176,23 +214,30 @@ struct bucket_scratch {
     }
 };
 
-/// Picks the entries out that share a slot with another, a superset of those that share a cell.
-std::size_t pick_members(const unsigned* entries, std::size_t count, unsigned bucket_bits,
+/// Picks the entries of a bucket out that share a slot with another, a superset of those that share a cell.
+std::size_t pick_members(const node_buckets& buckets, std::size_t b, std::size_t count,
                          bucket_scratch& scratch) noexcept {
-    const unsigned bits = power_of_two(8 * count, 31 - bucket_bits);
+    const unsigned bits = power_of_two(8 * count, 31 - buckets.bits);
     unsigned char* const company = scratch.company;
     std::fill_n(company, std::size_t{1} << bits, static_cast<unsigned char>(0));
-    const auto slot = [&](std::size_t k) { return entries[2 * k] << bucket_bits >> (32 - bits); };
-    for (std::size_t k = 0; k < count; ++k) {
-        unsigned char& seen = company[slot(k)];
-        seen = static_cast<unsigned char>(seen << 1 | 1); // 1 is alone, more is company for good
-    }
+    const auto slot = [bits, skip = buckets.bits](unsigned key) {
+        return key << skip >> (32 - bits);
+    };
+    buckets.each_part(b, [&](const unsigned* entries, std::size_t part) {
+        for (std::size_t k = 0; k < part; ++k) {
+            unsigned char& seen = company[slot(entries[2 * k])];
+            seen =
+                static_cast<unsigned char>(seen << 1 | 1); // 1 is alone, more is company for good
+        }
+    });
     std::size_t members = 0;
-    for (std::size_t k = 0; k < count; ++k) {
-        scratch.key[members] = entries[2 * k];
-        scratch.node[members] = entries[2 * k + 1];
-        members += company[slot(k)] > 1;
-    }
+    buckets.each_part(b, [&](const unsigned* entries, std::size_t part) {
+        for (std::size_t k = 0; k < part; ++k) {
+            scratch.key[members] = entries[2 * k];
+            scratch.node[members] = entries[2 * k + 1];
+            members += company[slot(entries[2 * k])] > 1;
+        }
+    });
     return members;
 }
 
@@ -255,8 +300,12 @@ void fuse_groups(std::size_t groups, columns<const double> points, const closene
     for (std::size_t g = 0; g < groups; ++g) {
         if (g + ahead < groups) {
             const unsigned soon = scratch.groups[g + ahead];
-            prefetch(points[scratch.node[soon]]);
-            prefetch(points[scratch.node[scratch.next[soon] - 1]]);
+            const unsigned second = scratch.node[scratch.next[soon] - 1];
+            for (const double* const p : {points[scratch.node[soon]], points[second]}) {
+                prefetch(p);
+                prefetch(p + (Dim - 1)); // may lie in the next line
+            }
+            prefetch_to_write(result.stands_for + second);
         }
         const unsigned first = scratch.groups[g];
         if (scratch.size[first] <= small && (scratch.key[first] & several_cells) == 0) {
@@ -273,23 +322,25 @@ template <int Dim>
 bool fuse_in_buckets(const dense2D<double>& pos, const cell_grid& grid,
                      fusion_result& result) noexcept {
     node_buckets buckets(pos.cols);
-    if (!fill_buckets<Dim>(pos, grid, result.stands_for, buckets)) return false;
+    if (!fill_buckets<Dim>(pos, grid, buckets)) return false;
     for (std::size_t i = 0; i < pos.cols; ++i) result.stands_for[i] = static_cast<unsigned>(i);
 
     std::size_t largest = 0;
-    for (std::size_t b = 0; b < buckets.count(); ++b)
-        if (buckets.size(b) <= bucket_scratch::most_entries)
-            largest = std::max(largest, buckets.size(b));
+    for (std::size_t b = 0; b < buckets.count(); ++b) {
+        const std::size_t count = buckets.size(b);
+        if (count <= bucket_scratch::most_entries) largest = std::max(largest, count);
+    }
     bucket_scratch scratch;
     if (!scratch.make(largest)) return false;
     const closeness<Dim> close(grid);
     for (std::size_t b = 0; b < buckets.count(); ++b) {
         const std::size_t count = buckets.size(b);
-        const unsigned* const entries = buckets.entries.data() + 2 * buckets.begin[b];
         if (count > bucket_scratch::most_entries) {
-            for (std::size_t k = 0; k < count; ++k) result.mark(entries[2 * k + 1]);
+            buckets.each_part(b, [&](const unsigned* entries, std::size_t part) {
+                for (std::size_t k = 0; k < part; ++k) result.mark(entries[2 * k + 1]);
+            });
         } else if (count > 1) {
-            const std::size_t members = pick_members(entries, count, buckets.bits, scratch);
+            const std::size_t members = pick_members(buckets, b, count, scratch);
             const std::size_t groups = link_groups(members, scratch);
             fuse_groups<Dim>(groups, columns_of(pos), close, scratch, result);
         }

@@ -49,8 +49,9 @@ ZEL_TESSEL2D_API bool check_IDs(const dense1D<unsigned, 8>& ids, unsigned bound)
 /// @retval -1    `pos` has neither 2 nor 3 rows.
 /// @retval -199  memory is exhausted; nothing has changed.
 ///
-/// Cost: proportional to nodes and entries, however the nodes are spread. About 12 bytes of memory per
-/// node, and 24 to 40 more for each node in a crowd or next to nodes of another cell.
+/// Cost: proportional to nodes and entries, however the nodes are spread. About 13 bytes of memory per
+/// node, and 24 to 40 more for each node in a crowd or next to nodes of another cell; 200 bytes per node
+/// if coordinates are chosen so that all nodes lie at corners of cells.
 /// @snippet examples/services.cpp merge
 ZEL_TESSEL2D_API int merge(const dense2D<double>& pos, dense2D<unsigned>& connect, double tolerance,
                            unsigned flag);

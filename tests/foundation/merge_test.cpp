@@ -346,6 +346,67 @@ TEST(Merge, CountsEachFusedNodeOnce) {
     EXPECT_EQ(expected, fused);
 }
 
+/// Points near the corners of the cells that tolerances from 1 to 2 lead to: each belongs to four or eight.
+dense2D<double> corner_points(std::size_t rows, std::size_t n, random_numbers& random) {
+    const double cell = 128;
+    const double border = 0.5 - 0.3819660112501051;
+    return random_points(rows, n, [&] {
+        return cell * (static_cast<double>(random.below(9)) - 4 + border) +
+               random.between(-1, 1) / 2;
+    });
+}
+TEST(Merge, NodesNearTheCornersOfCellsAreFoundFromAllOfThem) {
+    for (std::uint64_t seed = 1; seed <= 6; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        random_numbers random(seed);
+        const auto pos = corner_points(2 + seed % 2, 2000, random);
+        for (const double tolerance : {1.0, 1.5, 1.99}) expect_as_brute_force(pos, tolerance);
+    }
+}
+// Each has many entries, for which the memory that is set aside first does not do.
+TEST(Merge, ExhaustedMemoryForNodesNearTheCornersOfCellsIsReportedAndNothingChanges) {
+    random_numbers random(3);
+    const auto pos = corner_points(3, 2000, random);
+    const auto expected = brute_force(pos, 1.0);
+    fail_each_allocation([&](std::size_t k) {
+        auto connect = cells({{1999, 1000, 500}});
+        const auto before = snapshot(connect);
+        arm_allocator(k);
+        const int status = merge(pos, connect, 1.0, 0);
+        const bool failed = disarm_allocator();
+        if (status != 0) {
+            EXPECT_TRUE(failed);
+            EXPECT_EQ(-199, status);
+            EXPECT_EQ(before, snapshot(connect));
+        } else {
+            EXPECT_EQ(cell(expected[1999], expected[1000], expected[500]), column(connect, 0));
+        }
+    });
+}
+TEST(Merge, ManyNodesOfAViewWithALargerLeadingDimension) {
+    random_numbers random(5);
+    for (const std::size_t rows : {std::size_t{2}, std::size_t{3}}) {
+        const auto pos = random_points(rows, 500, [&] { return random.below(9); });
+        const auto view = framed(pos);
+        EXPECT_EQ(merged(pos, 1e-12), merged(view.view, 1e-12));
+        expect_as_brute_force(view.view, 1.25);
+    }
+}
+// Where numbers are too far from 0 for the quick way to their cells, and on both sides of it.
+TEST(Merge, AgreesWithBruteForceWhereCellsAreFarFromTheOrigin) {
+    for (const int exponent : {38, 39, 40, 41, 46, 50, 51, 52}) {
+        SCOPED_TRACE(testing::Message() << "cell 2^" << exponent);
+        random_numbers random(static_cast<std::uint64_t>(exponent));
+        const double far = std::ldexp(128.0, exponent); // tolerances from 1 to 2 make cells of 128
+        const double step = std::max(0.25, std::ldexp(far, -52));
+        const auto pos = random_points(2, 400, [&] {
+            const double x = far + step * (static_cast<double>(random.below(16)) - 8);
+            return random.below(2) == 0 ? x : -x;
+        });
+        for (const double tolerance : {1.0, 1.5, 1.99}) expect_as_brute_force(pos, tolerance);
+    }
+}
+
 // ------------------------------------------------------------------------------------------ Simplify
 
 TEST(Simplify, TakesAwayWhatNothingRefersTo) {
