@@ -127,6 +127,14 @@ TEST(CopyMesh, RowsBesideAViewOfTheSourceNameNoNodes) {
     EXPECT_EQ(columns(cells({{3, 4}})), columns(edges));
 }
 
+TEST(CopyMesh, RowsBesideAViewOfTheOutputStay) {
+    auto pos = points({{0, 0}, {1, 0}});
+    auto edges = framed(cells({{0, 1}}));
+    ASSERT_EQ(0, copy_mesh(pos, edges.view, {0, 1}, {0, 0}, 0, 2, cells({{0, 1}})));
+    EXPECT_EQ(columns(cells({{0, 1}, {2, 3}, {4, 5}})), columns(edges.view));
+    EXPECT_TRUE(edges.surroundings_untouched(3));
+}
+
 TEST(CopyMesh, NothingToDo) {
     auto pos = points({{0}});
     auto edges = cells({{0, 1, 2}});
