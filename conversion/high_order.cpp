@@ -251,7 +251,7 @@ struct node_placement {
     /// An element is curved if its order is two and at least one of its mid-side nodes was given.
     bool is_curved(const unsigned* nodes, unsigned corners) const noexcept {
         return order.edge_nodes == 1 &&
-               *std::min_element(nodes + corners, nodes + 2 * corners) < first_new;
+               *std::min_element(nodes + corners, nodes + std::size_t{2} * corners) < first_new;
     }
 
     /// Of three nodes in a triangle only two are used by the element: the third place is that of the

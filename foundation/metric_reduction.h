@@ -190,10 +190,10 @@ inline bool metric_reduction_3d(const tensor3& a, const tensor3& b, metric_reduc
     if (info != 0) return false;
     cross_product(z, z + 3, z + 6); // right-handed
     const double factor = 1 / (g * g);
-    for (int k = 0; k < 3; ++k) {
+    for (std::size_t k = 0; k < 3; ++k) {
         if (factor != 1) lambda[k] *= factor;
         double* const e = r.basis[k];
-        for (int i = 0; i < 3; ++i)
+        for (std::size_t i = 0; i < 3; ++i)
             e[i] = u[0][i] * z[3 * k] + u[1][i] * z[3 * k + 1] + u[2][i] * z[3 * k + 2];
         const double q = e[0] * e[0] + e[1] * e[1] + e[2] * e[2];
         if (q != 0 && q != 1) {

@@ -412,7 +412,8 @@ void node_tree::vacate_leaf_of(unsigned node, unsigned char* marks) noexcept {
     const grid_point xy = grid(pos[node]);
     unsigned* words = cells.data();
     unsigned depth = root_depth;
-    while (words[0] >= first_inner) words = cells.data() + 4 * (words[0] + quadrant(xy, depth--));
+    while (words[0] >= first_inner)
+        words = cells.data() + std::size_t{4} * (words[0] + quadrant(xy, depth--));
     if (depth > 0) {
         marks[node] = mesh_nodes::named;
         return;
@@ -581,7 +582,7 @@ bool node_tree::split(std::size_t cell, unsigned depth) noexcept {
     const unsigned* const words = cells.data() + 4 * cell;
     for (unsigned i = 1; i <= leaf_capacity; ++i) {
         const unsigned q = quadrant(grid(pos[words[i]]), depth);
-        put_in_leaf(cells.data() + 4 * (words[0] + q), words[i]);
+        put_in_leaf(cells.data() + std::size_t{4} * (words[0] + q), words[i]);
     }
     return true;
 }

@@ -265,7 +265,7 @@ void add_run(const chart& c, std::size_t e, std::size_t last) noexcept {
     for (; e < last; ++e) c.add_triangle(e);
 }
 
-/// Do most of some triangles have their nodes far from those of the one before?
+/// Do most of some triangles have their first node far from that of the one before?
 bool are_scattered(const columns<const unsigned>& cells, std::size_t e, std::size_t last) noexcept {
     constexpr std::size_t far = 1 << 14;
     std::size_t jumps = 0;

@@ -7,9 +7,9 @@
 // over the area of the patch. See D. Cohen-Steiner and J.-M. Morvan, "Restricted Delaunay
 // triangulations and normal cycle", Symposium on Computational Geometry 2003.
 //
-// A patch of thirty triangles meets each edge of the mesh in some thirty patches. What an edge adds does
-// not depend on the patch, nor does it whether a patch may grow across it; so both are found once for
-// each edge, with memory proportional to the mesh.
+// With patches of thirty triangles each triangle is in some fifteen of them. What an edge adds does not
+// depend on the patch, nor does it whether a patch may grow across it; so both are found once for each
+// edge, with memory proportional to the mesh.
 #include "foundation/hbuckets.h"
 #include "foundation/lapack.h"
 #include "foundation/tessel.h"

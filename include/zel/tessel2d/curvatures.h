@@ -26,10 +26,11 @@ namespace zel::tessel2d {
 ///                    across the edge opposite node j of element e, or 0xFFFFFFFF. Any number of E or
 ///                    more counts as none.
 /// @param radius      a patch holds triangles whose centroids are within this distance of the node, in
-///                    the unit of `pos`. 0, or not a number: only the first triangle that holds the
-///                    node. A negative radius acts as its magnitude.
+///                    the unit of `pos`. 0, not a number, or so small that its square is 0: only the
+///                    first triangle that holds the node. A negative radius acts as its magnitude.
 /// @param max_angle   in radians: a patch does not grow from a triangle to a neighbour whose normal
-///                    is turned by this or more. 0 stops at every edge, pi at none.
+///                    is turned by this or more. 0 stops at every edge, pi at none, nor does what has
+///                    no cosine; any other number acts as the angle from 0 to pi of the same cosine.
 /// @param max_elements  a patch of this many triangles or more grows no further; up to two more may
 ///                    come in with the last step.
 /// @param hard_edges  2 x H node numbers below N, or empty: edges that a patch does not cross.
@@ -44,18 +45,18 @@ namespace zel::tessel2d {
 /// @retval -7    `hard_edges` holds something and does not have 2 rows, or names a node that does not
 ///               exist.
 /// @retval -199  memory is exhausted; `curvatures` is empty, or as it was if the hard edges found no
-///               room.
+///               room or there are more than 0xFFFFFFFF triangles.
 /// The negative statuses above it leave `curvatures` as it was.
 ///
 /// Columns of nodes without elements are zero, and so are those of patches that have no area or whose
 /// tensor is not finite. A triangle with an infinite coordinate is in no patch but that of its own
-/// nodes, where k1 and k2 may not be numbers. Where k2 is not above 0.001 of k1 in magnitude, u2 is set at
+/// nodes, where k1 and k2 may not be numbers, unless the square of `radius` is infinite. Where k2 is not above 0.001 of k1 in magnitude, u2 is set at
 /// right angles to u1 in the tangent plane of the patch's first triangle; so it is on a plane, where k1
 /// and k2 are 0. A patch begins with the first triangle that holds its node, so results depend on the
 /// numbering of the elements.
 ///
 /// Cost: proportional to the sizes of the patches, and one eigenvalue problem of order 3 per node.
-/// Memory of about 150 bytes per triangle besides the result. Views with a leading dimension larger
+/// Memory of about 180 bytes per triangle besides the result. Views with a leading dimension larger
 /// than their rows are fine.
 /// @snippet examples/curvatures.cpp principal
 ZEL_TESSEL2D_API int principal_curvatures(const dense2D<double>& pos,
