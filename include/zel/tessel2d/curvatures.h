@@ -50,10 +50,10 @@ namespace zel::tessel2d {
 ///
 /// Columns of nodes without elements are zero, and so are those of patches that have no area or whose
 /// tensor is not finite. A triangle with an infinite coordinate is in no patch but that of its own
-/// nodes, where k1 and k2 may not be numbers, unless the square of `radius` is infinite. Where k2 is not above 0.001 of k1 in magnitude, u2 is set at
-/// right angles to u1 in the tangent plane of the patch's first triangle; so it is on a plane, where k1
-/// and k2 are 0. A patch begins with the first triangle that holds its node, so results depend on the
-/// numbering of the elements.
+/// nodes, where k1 and k2 may not be numbers, unless the square of `radius` is infinite. Where k2 is not
+/// above 0.001 of k1 in magnitude, u2 is set at right angles to u1 in the tangent plane of the patch's
+/// first triangle; so it is on a plane, where k1 and k2 are 0. A patch begins with the first triangle
+/// that holds its node, so results depend on the numbering of the elements.
 ///
 /// Cost: proportional to the sizes of the patches, and one eigenvalue problem of order 3 per node.
 /// Memory of about 180 bytes per triangle besides the result. Views with a leading dimension larger
