@@ -251,7 +251,8 @@ private:
         store_in_order(batch, end);
     }
 
-    /// Adding zeros is cheaper than a jump that no processor can guess, and changes no bit.
+    /// Adds what the edges between a member and lower-numbered members give. For the others zeros are
+    /// added, which is cheaper than a jump that no processor can guess, and changes no bit.
     void add_hinges(unsigned e, double (&t)[6]) const noexcept {
         const face& f = faces[e];
         const unsigned member = marks.stamp + 1;
