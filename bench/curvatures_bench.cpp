@@ -1,7 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "examples/support/adjacency.h"
 #include "fixtures.h"
-#include "foundation/lapack.h"
+#include "zel/lapack.h"
 #include "zel/tessel2d.h"
 
 #include <cmath>

@@ -1,7 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "fixtures.h"
 
-#include "foundation/tessel.h"
+#include "zel/tessel.h"
 
 #include <cmath>
 #include <limits>

@@ -3,7 +3,7 @@
 
 // Benchmarks with their references in one run: each iteration runs the references and the work in turn,
 // and what is reported is the ratio of the medians, so that drifts of the machine fall out.
-#include "foundation/dense.h"
+#include "zel/dense.h"
 
 #include <benchmark/benchmark.h>
 

@@ -2,7 +2,7 @@
 // The hash tables alone, beside the standard library's.
 #include "fixtures.h"
 
-#include "foundation/hbuckets.h"
+#include "zel/hbuckets.h"
 
 #include <unordered_map>
 

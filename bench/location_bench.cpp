@@ -3,8 +3,8 @@
 #include "meshes.h"
 
 #include "examples/support/adjacency.h"
-#include "foundation/tessel.h"
 #include "location/locate.h"
+#include "zel/tessel.h"
 #include "zel/tessel2d/location.h"
 
 #include <memory>

@@ -2,7 +2,7 @@
 #include "fixtures.h"
 #include "meshes.h"
 
-#include "foundation/tessel.h"
+#include "zel/tessel.h"
 #include "zel/tessel2d.h"
 
 #include <cmath>

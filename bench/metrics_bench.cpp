@@ -3,9 +3,9 @@
 #include "meshes.h"
 
 #include "examples/support/adjacency.h"
-#include "foundation/lapack.h"
-#include "foundation/tessel.h"
-#include "location/blend.h"
+#include "metrics/blend.h"
+#include "zel/lapack.h"
+#include "zel/tessel.h"
 #include "zel/tessel2d/generators.h"
 #include "zel/tessel2d/location.h"
 #include "zel/tessel2d/metrics.h"

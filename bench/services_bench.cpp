@@ -1,8 +1,8 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "fixtures.h"
 
-#include "foundation/lapack.h"
-#include "foundation/tessel.h"
+#include "zel/lapack.h"
+#include "zel/tessel.h"
 
 #include <cmath>
 

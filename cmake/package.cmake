@@ -8,22 +8,9 @@ set(zel_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/tessel2d")
 
 # -- headers --------------------------------------------------------------------------------------
 
-# Everything below include/ is public. The foundation has private headers too, so its are named.
-set(zel_public_foundation_headers
-    dense.h
-    dense_detail.h
-    element_type.h
-    hbuckets.h
-    lapack.h
-    lapack.h
-    storage.h
-    tessel.h
-    tessel1d.h)
-
+# Everything below include/ is public, and nothing else is.
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/zel" DESTINATION "${zel_include_root}"
         FILES_MATCHING PATTERN "*.h")
-list(TRANSFORM zel_public_foundation_headers PREPEND "${PROJECT_SOURCE_DIR}/foundation/")
-install(FILES ${zel_public_foundation_headers} DESTINATION "${zel_include_root}/foundation")
 
 # -- libraries ------------------------------------------------------------------------------------
 

@@ -1,7 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 // The containers that carry a mesh: lists and matrices are views on shared storage.
-#include "foundation/dense.h"
-#include "foundation/tessel.h"
+#include "zel/dense.h"
+#include "zel/tessel.h"
 
 #include "support/require.h"
 

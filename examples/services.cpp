@@ -2,9 +2,9 @@
 //
 // Services for programs that host the library: joining and copying meshes, nearest nodes, size tensors,
 // line meshes, eigenvalues. Ends with status 1 if a result is not the expected one.
-#include "foundation/lapack.h"
-#include "foundation/tessel.h"
-#include "foundation/tessel1d.h"
+#include "zel/lapack.h"
+#include "zel/tessel.h"
+#include "zel/tessel1d.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "fuzz/allocator.h"
 
-#include "foundation/storage.h"
+#include "zel/storage.h"
 
 #include <malloc.h>
 

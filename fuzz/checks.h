@@ -23,7 +23,7 @@
 #include "fuzz/input.h"
 
 #include "foundation/call_frame.h"
-#include "foundation/dense.h"
+#include "zel/dense.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -4,7 +4,7 @@
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
 
-#include "foundation/tessel.h"
+#include "zel/tessel.h"
 
 #include <array>
 #include <cmath>

@@ -4,11 +4,11 @@
 #include "fuzz/input.h"
 
 #include "foundation/cell_shapes.h"
-#include "foundation/hbuckets.h"
-#include "foundation/lapack.h"
 #include "foundation/node_set.h"
-#include "foundation/tessel.h"
-#include "foundation/tessel1d.h"
+#include "zel/hbuckets.h"
+#include "zel/lapack.h"
+#include "zel/tessel.h"
+#include "zel/tessel1d.h"
 #include "zel/tessel2d/version.h"
 
 #include <array>

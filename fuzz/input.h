@@ -7,7 +7,7 @@
 #include "fuzz/allocator.h"
 
 #include "foundation/call_frame.h"
-#include "foundation/dense.h"
+#include "zel/dense.h"
 
 #include <cmath>
 #include <cstddef>

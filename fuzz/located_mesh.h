@@ -5,7 +5,7 @@
 // is carried onto such nodes.
 #include "fuzz/adjacency.h"
 
-#include "foundation/element_type.h"
+#include "zel/element_type.h"
 
 #include <cmath>
 #include <cstdint>

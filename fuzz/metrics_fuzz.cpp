@@ -5,8 +5,8 @@
 #include "fuzz/input.h"
 #include "fuzz/located_mesh.h"
 
-#include "location/blend.h"
 #include "location/interpolate_metrics.h"
+#include "metrics/blend.h"
 #include "zel/tessel2d/metrics.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "demo/chapters.h"
 #include "demo/measure.h"
-#include "foundation/tessel.h"
 #include "support/outline.h"
 #include "support/require.h"
+#include "zel/tessel.h"
 #include "zel/tessel2d.h"
 
 #include <cmath>

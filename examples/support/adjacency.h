@@ -4,7 +4,7 @@
 // Which elements lie beside an element, and which element holds a node: the two inputs that point
 // location, interpolation, orientation repair and connected elements ask their host for. The library
 // never builds them, since a host mostly has them at hand; this header does it for those who have not.
-#include "foundation/dense.h"
+#include "zel/dense.h"
 
 #include <algorithm>
 #include <cstddef>

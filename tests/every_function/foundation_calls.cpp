@@ -2,7 +2,7 @@
 // The call frame, containers and LAPACK.
 #include "every_function/calls.h"
 #include "every_function/inputs.h"
-#include "foundation/lapack.h"
+#include "zel/lapack.h"
 #include "zel/tessel2d/version.h"
 
 namespace zel_test::every_function {

@@ -3,9 +3,9 @@
 
 // The inputs that all calls of the catalogue share: meshes of a few hundred elements with their
 // adjacency, from fixed seeds. Nothing here is computed by the library, but for the search trees.
-#include "foundation/dense.h"
-#include "foundation/tessel.h"
 #include "support/meshes.h"
+#include "zel/dense.h"
+#include "zel/tessel.h"
 
 #include <array>
 #include <string>

@@ -2,7 +2,7 @@
 #pragma once
 
 // What a call leaves behind: its status and all bits of its outputs.
-#include "foundation/dense.h"
+#include "zel/dense.h"
 
 #include <array>
 #include <cmath>

@@ -2,8 +2,8 @@
 // The services for meshes and lines that stand beside the library: zel::tessel and zel::tessel1d.
 #include "every_function/calls.h"
 #include "every_function/inputs.h"
-#include "foundation/tessel.h"
-#include "foundation/tessel1d.h"
+#include "zel/tessel.h"
+#include "zel/tessel1d.h"
 
 namespace zel_test::every_function {
 

@@ -2,9 +2,9 @@
 #pragma once
 
 // Parameter lists as docs/functions.md spells them, from the type of the function itself.
-#include "foundation/dense.h"
-#include "foundation/element_type.h"
-#include "foundation/tessel.h"
+#include "zel/dense.h"
+#include "zel/element_type.h"
+#include "zel/tessel.h"
 
 #include <cstddef>
 #include <string>

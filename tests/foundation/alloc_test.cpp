@@ -1,6 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
 // The library's own allocator; this program does not replace it, as the other tests do.
-#include "foundation/dense.h"
+#include "zel/dense.h"
 #include "zel/tessel2d/measures.h"
 
 #include <gtest/gtest.h>

@@ -1,12 +1,12 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "foundation/call_frame.h"
 
-#include "foundation/element_type.h"
-#include "foundation/tessel.h"
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/lanes.h"
 #include "support/meshes.h"
+#include "zel/element_type.h"
+#include "zel/tessel.h"
 #include "zel/tessel2d/version.h"
 
 #include <cstring>

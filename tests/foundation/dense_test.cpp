@@ -1,5 +1,5 @@
 // zel tessel2d: planar and surface mesh tools.
-#include "foundation/dense.h"
+#include "zel/dense.h"
 
 #include "support/checks.h"
 #include "support/failing_alloc.h"

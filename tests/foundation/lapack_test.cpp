@@ -1,7 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
-#include "foundation/lapack.h"
 #include "support/checks.h"
 #include "support/meshes.h"
+#include "zel/lapack.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "generators/seams.h"
 
-#include "foundation/tessel.h"
 #include "support/checks.h"
 #include "support/meshes.h"
+#include "zel/tessel.h"
 #include "zel/tessel2d/disks.h"
 #include "zel/tessel2d/spheres.h"
 

@@ -3,9 +3,9 @@
 
 // Meshes for tests of location and interpolation, with their adjacency, and what is known about them.
 #include "examples/support/adjacency.h"
-#include "foundation/element_type.h"
 #include "support/checks.h"
 #include "support/meshes.h"
+#include "zel/element_type.h"
 
 #include <cmath>
 #include <string>

@@ -1,6 +1,6 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "examples/support/adjacency.h"
-#include "measures/tangent_frame.h"
+#include "geometry/tangent_frame.h"
 #include "support/checks.h"
 #include "support/curvature_reference.h"
 #include "support/failing_alloc.h"

@@ -4,7 +4,7 @@
 // What tests compare: contents of matrices, snapshots, distances in units in the last place, and the
 // validity of meshes.
 #include "foundation/call_frame.h"
-#include "foundation/dense.h"
+#include "zel/dense.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

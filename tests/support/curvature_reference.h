@@ -3,8 +3,8 @@
 
 // Principal curvatures the long way: everything is computed anew for every patch. The operations are
 // those of the library in their order, so that results are the same to the bit.
-#include "foundation/dense.h"
-#include "foundation/lapack.h"
+#include "zel/dense.h"
+#include "zel/lapack.h"
 
 #include <algorithm>
 #include <array>

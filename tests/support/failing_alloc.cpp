@@ -1,7 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "support/failing_alloc.h"
 
-#include "foundation/storage.h"
+#include "zel/storage.h"
 
 #include <atomic>
 #include <cstdlib>

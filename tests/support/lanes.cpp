@@ -1,7 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "support/lanes.h"
 
-#include "foundation/four_lanes.h"
+#include "geometry/four_lanes.h"
 
 #include <atomic>
 

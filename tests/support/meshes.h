@@ -3,7 +3,7 @@
 
 // Builders of small matrices, views with odd layouts, and named meshes.
 #include "foundation/call_frame.h"
-#include "foundation/dense.h"
+#include "zel/dense.h"
 
 #include <cmath>
 #include <cstddef>

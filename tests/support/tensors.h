@@ -2,9 +2,9 @@
 #pragma once
 
 // Size tensors made from their sizes and axes, and what is known about them in extended precision.
-#include "foundation/dense.h"
 #include "support/checks.h"
 #include "support/meshes.h"
+#include "zel/dense.h"
 
 #include <cmath>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #pragma once
 
-#include "foundation/dense.h"
+#include "zel/dense.h"
 #include "zel/tessel2d/export.h"
 
 /// Curvatures of surfaces.

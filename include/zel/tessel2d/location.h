@@ -1,9 +1,9 @@
 // zel tessel2d: planar and surface mesh tools.
 #pragma once
 
-#include "foundation/dense.h"
-#include "foundation/element_type.h"
-#include "foundation/tessel.h"
+#include "zel/dense.h"
+#include "zel/element_type.h"
+#include "zel/tessel.h"
 #include "zel/tessel2d/export.h"
 
 /// Location and fields: which element of a planar mesh holds a point, and fields at nodes that belong to

@@ -1,8 +1,8 @@
 // zel tessel2d: planar and surface mesh tools.
 #pragma once
 
-#include "foundation/dense.h"
-#include "foundation/element_type.h"
+#include "zel/dense.h"
+#include "zel/element_type.h"
 #include "zel/tessel2d/export.h"
 
 /// Size fields: how large elements shall be, the same in all directions or by a tensor. A symmetric

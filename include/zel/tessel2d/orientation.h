@@ -1,8 +1,8 @@
 // zel tessel2d: planar and surface mesh tools.
 #pragma once
 
-#include "foundation/dense.h"
-#include "foundation/element_type.h"
+#include "zel/dense.h"
+#include "zel/element_type.h"
 #include "zel/tessel2d/export.h"
 
 /// Conversion: orientation of elements, and quadrilaterals that have collapsed to triangles. Nothing

@@ -2,8 +2,8 @@
 // installed headers and library.
 //
 //     consumer <version the library must have>
-#include "foundation/dense.h"
-#include "foundation/lapack.h"
+#include "zel/dense.h"
+#include "zel/lapack.h"
 #include "zel/tessel2d.h"
 
 #include "second.h"

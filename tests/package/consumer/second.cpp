@@ -1,5 +1,5 @@
 // A second file with the same headers: what they define must be allowed to occur twice in a program.
-#include "foundation/dense.h"
+#include "zel/dense.h"
 #include "zel/tessel2d.h"
 
 #include "second.h"

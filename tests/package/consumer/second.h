@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/dense.h"
+#include "zel/dense.h"
 
 /// The sum of all coordinates.
 double second_file_sum(const zel::dense2D<double>& pos);

@@ -1,0 +1,43 @@
+// zel tessel2d: planar and surface mesh tools.
+// All memory of the library comes from here. The file holds nothing else, so that a program that
+// links the static library can bring its own pair.
+#include "zel/storage.h"
+
+#include <cstdlib>
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
+namespace zel {
+
+namespace {
+
+#if defined(__linux__)
+constexpr std::size_t huge_page = std::size_t{1} << 21;
+
+// Fresh memory is paid for by the page fault: 512 small faults cost several times what the kernel
+// takes to clear one huge page. Blocks of at least one huge page are therefore aligned to it and advise
+// the kernel; where huge pages are off the advice is void and nothing else changes.
+void* allocate_large(std::size_t bytes) noexcept {
+    void* memory = nullptr;
+    if (posix_memalign(&memory, huge_page, bytes) != 0) return nullptr;
+    madvise(memory, bytes & ~(huge_page - 1), MADV_HUGEPAGE);
+    return memory;
+}
+#endif
+
+} // namespace
+
+void* __vector_num_alloc(std::size_t bytes) noexcept {
+#if defined(__linux__)
+    if (bytes >= huge_page) return allocate_large(bytes);
+#endif
+    return std::malloc(bytes);
+}
+
+void __vector_num_free(void* memory) noexcept {
+    std::free(memory);
+}
+
+} // namespace zel

@@ -1,0 +1,49 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// How many corners a column of a connectivity has, as a type, so that triangles, quadrilaterals and
+// mixed meshes are one template.
+#include "foundation/call_frame.h"
+#include "zel/element_type.h"
+
+namespace zel::tessel2d {
+
+/// A connectivity of this height suits a concrete kind. False for a value that is no kind at all.
+inline bool has_rows_of(std::size_t rows, element_type kind) noexcept {
+    const bool known = static_cast<unsigned>(kind) <= static_cast<unsigned>(ELEMENT_H27);
+    return known && rows == element_node_count(kind);
+}
+
+/// 2 rows.
+struct edge_cells {
+    static constexpr unsigned corners(const unsigned*) noexcept { return 2; }
+};
+
+/// 3 rows.
+struct triangle_cells {
+    static constexpr unsigned rows = 3;
+    static constexpr unsigned corners(const unsigned*) noexcept { return 3; }
+};
+
+/// 4 rows, quadrilaterals only.
+struct quad_cells {
+    static constexpr unsigned rows = 4;
+    static constexpr unsigned corners(const unsigned*) noexcept { return 4; }
+};
+
+/// 4 rows, triangles with 0xFFFFFFFF in row 3.
+struct mixed_cells {
+    static constexpr unsigned rows = 4;
+    static constexpr unsigned corners(const unsigned* cell) noexcept {
+        return cell[3] == no_node ? 3 : 4;
+    }
+};
+
+/// 8 or 9 rows, Q8 or Q9 and T6 with 0xFFFFFFFF in row 6.
+struct quadratic_cells {
+    static constexpr unsigned corners(const unsigned* cell) noexcept {
+        return cell[6] == no_node ? 3 : 4;
+    }
+};
+
+} // namespace zel::tessel2d

@@ -1,0 +1,12 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "zel/element_type.h"
+
+namespace zel {
+
+std::size_t element_node_count(element_type kind) noexcept {
+    static constexpr unsigned char nodes[25] = {0,  1, 2,  3, 4,  4,  9, 3,  6,  4, 8,  9, 8,
+                                                27, 4, 10, 5, 13, 14, 6, 15, 18, 8, 20, 27};
+    return nodes[kind];
+}
+
+} // namespace zel

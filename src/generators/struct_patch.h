@@ -1,0 +1,51 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// The grid of a four-sided patch: which loop entry or interior node stands at a grid point.
+#include "geometry/point.h"
+
+#include <cstddef>
+
+namespace zel::tessel2d {
+
+/// A patch of n1 x n cells, i from 0 to n1 along the bottom and j from 0 to n along the right side.
+/// The loop B runs bottom, right, top, left; interior nodes are numbered from `first_new` on.
+struct struct_patch {
+    const unsigned* boundary;
+    std::size_t n1;
+    std::size_t n;
+    std::size_t first_new;
+
+    unsigned bottom(std::size_t i) const noexcept { return boundary[i]; }
+    unsigned right(std::size_t j) const noexcept { return boundary[n1 + j]; }
+    unsigned top(std::size_t i) const noexcept { return boundary[2 * n1 + n - i]; }
+    unsigned left(std::size_t j) const noexcept { return boundary[2 * (n1 + n) - j]; }
+    unsigned interior(std::size_t i, std::size_t j) const noexcept {
+        return static_cast<unsigned>(first_new + (i - 1) * (n - 1) + (j - 1));
+    }
+};
+
+/// The node at grid point (i, j).
+inline unsigned struct_node_id(const struct_patch& patch, std::size_t i, std::size_t j) noexcept {
+    if (j == 0) return patch.bottom(i);
+    if (i == patch.n1) return patch.right(j);
+    if (j == patch.n) return patch.top(i);
+    if (i != 0) return patch.interior(i, j);
+    return patch.left(j);
+}
+
+/// A sphere onto which the interior nodes of a patch are moved, away from its centre. A node at the centre
+/// stays there.
+struct ball {
+    point<3> center;
+    double radius;
+};
+
+/// The public functions of this name for a patch in space on a sphere; null leaves the nodes where they
+/// are.
+int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,
+                   dense2D<unsigned>& connect, const ball* onto);
+int mesh_struct_T3(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,
+                   int pattern, dense2D<unsigned>& connect, const ball* onto);
+
+} // namespace zel::tessel2d

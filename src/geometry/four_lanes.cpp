@@ -1,0 +1,16 @@
+// zel tessel2d: planar and surface mesh tools.
+//
+// Alone in its object, so that the tests can put another one in its place and see both ways.
+#include "geometry/four_lanes.h"
+
+namespace zel::tessel2d {
+
+bool has_four_lanes() noexcept {
+#if defined(__x86_64__) && defined(__GNUC__)
+    return __builtin_cpu_supports("avx2");
+#else
+    return false;
+#endif
+}
+
+} // namespace zel::tessel2d

@@ -1,0 +1,37 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// Right-angled frames from a direction and a normal.
+#include "geometry/node_normals.h"
+#include "geometry/point.h"
+
+#include <cmath>
+
+namespace zel::tessel2d {
+
+/// Completes a direction u and a normal n to a frame of unit vectors at right angles: w = u x n, and n
+/// becomes w x u, so that (u, w, n) turns left where u and n did. u keeps its direction.
+///
+/// A zero u becomes the first axis. An n along u gives way to the axis that is farthest from u.
+inline void tangent_frame(point<3>& u, point<3>& n, point<3>& w) noexcept {
+    const double q = squared_length<3>(u);
+    if (q == 0) {
+        u[0] = 1.0;
+    } else if (q != 1) {
+        const double length = std::sqrt(q);
+        for (double& component : u) component /= length;
+    }
+    w = cross(u, n);
+    if (w[0] == 0 && w[1] == 0 && w[2] == 0) {
+        std::size_t least = 0;
+        for (std::size_t i = 1; i < 3; ++i)
+            if (std::abs(u[i]) < std::abs(u[least])) least = i;
+        n = {0, 0, 0};
+        n[least] = 1;
+        w = cross(u, n);
+    }
+    make_unit<3>(w);
+    n = cross(w, u);
+}
+
+} // namespace zel::tessel2d

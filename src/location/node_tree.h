@@ -1,0 +1,151 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// A bucket quadtree over the nodes of a planar mesh, which tells a node near a point and the nearest
+// one. Interpolation builds one per call.
+#include "foundation/cell_shapes.h"
+#include "geometry/point.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+namespace zel::tessel2d {
+
+/// Stands for no distance yet.
+constexpr double no_distance = std::numeric_limits<double>::max();
+
+/// The 32-bit coordinates that the tree tells its nodes apart by.
+struct grid_point {
+    std::uint32_t x;
+    std::uint32_t y;
+};
+
+/// A square of 2^32 x 2^32 grid cells in the plane.
+struct node_grid {
+    point<2> origin;
+    double scale; ///< grid cells per unit of length
+
+    /// The number of the grid cell of a coordinate; what lies outside the square, or nowhere, goes to
+    /// its border.
+    static std::uint32_t cell_of(double x, double origin, double scale) noexcept {
+        constexpr double last = 4294967295.0;
+        const double w = (x - origin) * scale;
+        if (!(w >= 0)) return 0;
+        return w > last ? 0xFFFFFFFFu : static_cast<std::uint32_t>(w);
+    }
+    grid_point operator()(const point<2>& p) const noexcept {
+        return {cell_of(p[0], origin[0], scale), cell_of(p[1], origin[1], scale)};
+    }
+};
+
+/// The nodes that a search may answer: those that an element of the mesh holds.
+struct node_filter {
+    const unsigned* ancestors; ///< per node, the element that holds it
+    std::size_t nodes;         ///< length of `ancestors`
+    std::size_t elements;      ///< numbers from here on are no elements; 0xFFFFFFFF at most
+
+    // What is likely to be asked next of the element of an answer; nothing by default.
+    columns<const unsigned> connect{nullptr, 0};
+    columns<const unsigned> neighbors{nullptr, 0};
+
+    bool usable(std::size_t node) const noexcept {
+        return node < nodes && ancestors[node] < elements;
+    }
+};
+
+/// Nodes in the order of a Z curve through the cells of a 2^levels x 2^levels grid; the nodes of one
+/// cell keep the order that they had in the list. What is done in this order finds most of its memory
+/// in the cache.
+struct curve_order {
+    dense1D<unsigned, 8> nodes; ///< three entries behind the end may be read
+    dense1D<unsigned, 8>
+        runs; ///< the nodes of place c on the curve: from runs[c] up to runs[c + 1]
+    unsigned levels = 0;
+
+    /// Sorts a list; one to four nodes a cell are usual. False: memory is exhausted.
+    bool sort(const node_grid& grid, const points_view<2>& pos,
+              const dense1D<unsigned, 8>& list) noexcept;
+};
+
+/// The tree. A cell is a column of four words:
+///
+///     leaf         the number of its nodes, 0 to 3, and the nodes in ascending order
+///     inner cell   the first of its four children, which stand in consecutive columns by quadrant
+///                  q = 2*(bit of y) + (bit of x)
+///
+/// Column 0 is the root and columns 1 to 3 stay unused, so that a first word from 4 on marks an inner
+/// cell. The root has depth 32; a cell at depth d covers 2^d x 2^d grid cells, and bit d - 1 of the
+/// grid coordinates leads from it to a child.
+///
+/// Which cells there are depends on the nodes alone, not on the order in which they came in; only of
+/// more than three nodes in one grid cell the first three to come are kept.
+struct node_tree {
+    points_view<2> pos;
+    std::size_t pos_cols; ///< columns of `pos`
+    point<2> box_min;     ///< the bounding box: points outside it are outside the tree
+    point<2> box_max;
+    node_grid grid;
+    dense2D<unsigned> cells; ///< 4 x room for cells
+    std::size_t cell_count = 0;
+    std::size_t node_count = 0;
+
+    /// Short cuts: per place on the curve the leaf that covers it, or the inner cell of its size. Empty
+    /// in a tree that was not filled at once.
+    dense1D<unsigned, 8> entries;
+    unsigned entry_levels = 0;
+
+    /// An empty tree over the unit square. `pos`, 2 x N, must outlive the tree.
+    explicit node_tree(const dense2D<double>& positions) noexcept;
+
+    /// Drops all nodes. The box stays.
+    void clear() noexcept;
+
+    /// Starts anew with the nodes of `connect`, node numbers below N. Returns the number of nodes
+    /// taken; nodes that find no memory are left out. 0 with the tree as it was: there is not even
+    /// memory for a list of the nodes.
+    template <class Shape>
+    std::size_t fill(const dense2D<unsigned>& connect) noexcept;
+
+    /// Takes in a node. False: it lies outside the box, shares its grid cell with three others, or
+    /// finds no memory.
+    bool insert(unsigned node) noexcept;
+
+    bool covers(const point<2>& p) const noexcept {
+        return p[0] >= box_min[0] && !(p[0] > box_max[0]) && p[1] >= box_min[1] &&
+               !(p[1] > box_max[1]);
+    }
+
+    /// Some usable node near the point, or 0xFFFFFFFF: the best of the leaf of the point, else of a
+    /// leaf beside it, else of the tree. `best` goes down to its squared distance; start with
+    /// `no_distance`.
+    unsigned find_close(const point<2>& p, double& best, const node_filter& filter) const noexcept;
+
+    /// The usable node nearest to the point, to one unit in the last place of the squared distance,
+    /// or 0xFFFFFFFF when the point lies outside the box. Of nodes at the same distance, the one
+    /// looked at first. `best` as for `find_close`.
+    unsigned find_closest(const point<2>& p, double& best,
+                          const node_filter& filter) const noexcept;
+
+private:
+    struct mesh_nodes;
+    struct planting;
+
+    void take_in(mesh_nodes& nodes) noexcept;
+    template <class Shape>
+    void keep_first_to_come(const dense2D<unsigned>& connect, mesh_nodes& nodes) noexcept;
+    void vacate_leaf_of(unsigned node, unsigned char* marks) noexcept;
+    void set_box(const point<2>& low, const point<2>& high) noexcept;
+    void fit_box(dense1D<unsigned, 8>& nodes) noexcept;
+    bool plant(mesh_nodes& nodes) noexcept;
+    bool insert_below(std::size_t cell, unsigned depth, unsigned node) noexcept;
+    bool add_children(std::size_t cell) noexcept;
+    bool split(std::size_t cell, unsigned depth) noexcept;
+};
+
+extern template std::size_t
+node_tree::fill<triangle_cells>(const dense2D<unsigned>& connect) noexcept;
+extern template std::size_t node_tree::fill<quad_cells>(const dense2D<unsigned>& connect) noexcept;
+extern template std::size_t node_tree::fill<mixed_cells>(const dense2D<unsigned>& connect) noexcept;
+
+} // namespace zel::tessel2d

@@ -1,0 +1,104 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// Nodes that belong to no element: finding where in the mesh they lie, for what is carried onto them.
+#include "location/local_coords.h"
+#include "location/locate.h"
+#include "zel/element_type.h"
+
+namespace zel::tessel2d {
+
+/// Share of an element's doubled area by which a point may lie outside a side of it.
+constexpr double carry_tolerance = 1e-6;
+
+/// Tells whether some corner of the mesh has no ancestor. Adjacency that is in order has none.
+template <class Shape>
+bool has_orphan_corners(const located_mesh& mesh) noexcept {
+    for (std::size_t e = 0; e < mesh.elements; ++e) {
+        const unsigned* const cell = mesh.connect[e];
+        const unsigned corners = Shape::corners(cell);
+        for (unsigned i = 0; i < corners; ++i)
+            if (mesh.ancestor(cell[i]) == no_node) return true;
+    }
+    return false;
+}
+
+/// The orphans among `nodes` in an order that makes good use of the cache, if there are enough of them,
+/// if there is memory for it, and if no orphan is a corner: otherwise what one of them receives may be
+/// passed on to another, and the order matters. False: the list is to be taken as it stands.
+template <class Shape>
+bool sort_orphans(const located_mesh& mesh, const node_tree& tree,
+                  const dense1D<unsigned, 8>& nodes, curve_order& order) noexcept {
+    constexpr std::size_t worth_sorting = 4096;
+    if (nodes.size < worth_sorting || has_orphan_corners<Shape>(mesh)) return false;
+    dense1D<unsigned, 8> orphans;
+    if (!orphans.reserve(nodes.size, 1)) return false;
+    for (const unsigned node : nodes)
+        if (mesh.ancestor(node) == no_node) orphans.push_back(node);
+    return order.sort(tree.grid, mesh.pos, orphans);
+}
+
+/// Finds the place of every orphan in the list and hands it to the rule:
+///
+///     rule.wants(node)                           false to pass over it
+///     rule.in_element(node, cell, corners, at)   it lies in this element, at these local coordinates:
+///                                                (s, t) with 3 corners, (u, v) with 4
+///     rule.from_node(node, closest)              it lies in none; this is the closest mesh node
+///
+/// An orphan in no element and outside the box of the mesh nodes is passed over.
+template <class Shape, class Rule>
+void serve_orphans(const located_mesh& mesh, const node_tree& tree,
+                   const dense1D<unsigned, 8>& nodes, Rule rule) noexcept {
+    const tree_searcher searcher{tree, mesh.held_nodes()};
+    std::optional<node_fan> fan;
+    for (const unsigned node : nodes) {
+        if (mesh.ancestor(node) != no_node || !rule.wants(node)) continue;
+        const point<2> p = mesh.pos[node];
+        unsigned element = no_node;
+        std::uint64_t steps;
+        if (locate<Shape>(mesh, searcher, p, carry_tolerance, element, true, steps, fan) == found) {
+            const unsigned* const cell = mesh.connect[element];
+            const unsigned corners = Shape::corners(cell);
+            point<2> at;
+            if (corners == 3) {
+                local_coords_T3(mesh.pos, cell, p, at);
+            } else {
+                local_coords_Q4(mesh.pos, cell, p, at);
+            }
+            rule.in_element(node, cell, corners, at);
+        } else {
+            const unsigned closest = searcher.find_closest(p);
+            if (closest != no_node) rule.from_node(node, closest);
+        }
+    }
+}
+
+template <class Shape, class Rule>
+void carry_onto_orphans(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                        const dense2D<unsigned>& neighbors, const dense1D<unsigned, 8>& ancestors,
+                        const dense1D<unsigned, 8>& nodes, const Rule& rule) noexcept {
+    const located_mesh mesh(pos, connect, neighbors, ancestors);
+    node_tree tree(pos);
+    if (tree.fill<Shape>(connect) == 0) return; // nothing is found without a node
+    curve_order order;
+    const bool sorted = sort_orphans<Shape>(mesh, tree, nodes, order);
+    serve_orphans<Shape>(mesh, tree, sorted ? order.nodes : nodes, rule);
+}
+
+/// Carries something onto the orphans in the list by the rule, for the shape that `type` and the rows
+/// of `connect` name together. Other combinations do nothing.
+template <class Rule>
+void carry_onto_orphans(const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                        const dense2D<unsigned>& neighbors, const dense1D<unsigned, 8>& ancestors,
+                        const dense1D<unsigned, 8>& nodes, element_type type,
+                        const Rule& rule) noexcept {
+    if (connect.rows == 3 && type == ELEMENT_T3) {
+        carry_onto_orphans<triangle_cells>(pos, connect, neighbors, ancestors, nodes, rule);
+    } else if (connect.rows == 4 && type == ELEMENT_Q4) {
+        carry_onto_orphans<quad_cells>(pos, connect, neighbors, ancestors, nodes, rule);
+    } else if (connect.rows == 4 && type == ELEMENT_FACE) {
+        carry_onto_orphans<mixed_cells>(pos, connect, neighbors, ancestors, nodes, rule);
+    }
+}
+
+} // namespace zel::tessel2d

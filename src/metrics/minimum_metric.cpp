@@ -1,0 +1,79 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "metrics/metric_reduction.h"
+#include "zel/tessel.h"
+
+#include <algorithm>
+
+namespace zel::tessel {
+
+using namespace tessel2d;
+
+namespace {
+
+bool is_zero(const tensor3& m) noexcept {
+    return std::all_of(m.begin(), m.end(), [](double x) { return x == 0; });
+}
+bool is_finite(const tensor3& m) noexcept {
+    return std::all_of(m.begin(), m.end(), [](double x) { return std::isfinite(x); });
+}
+
+/// A tensor as a power of two times one with entries of about 1, so that no product overflows or
+/// vanishes.
+struct scaled_tensor {
+    tensor3 m;
+    int exponent = 0;
+
+    explicit scaled_tensor(const tensor3& given) noexcept : m(given) {
+        double largest = 0;
+        for (const double x : m) largest = std::max(largest, std::fabs(x));
+        exponent = std::ilogb(largest);
+        for (double& x : m) x = std::ldexp(x, -exponent);
+    }
+    /// 1 for a sphere, towards 0 for a flat or a long ellipsoid, not above 0 for none.
+    double roundness() const noexcept {
+        const double mean = (m[0] + m[2] + m[5]) / 3;
+        const double determinant = m[0] * (m[2] * m[5] - m[4] * m[4]) -
+                                   m[1] * (m[1] * m[5] - m[4] * m[3]) +
+                                   m[3] * (m[1] * m[4] - m[2] * m[3]);
+        return mean > 0 ? determinant / (mean * mean * mean) : 0;
+    }
+};
+
+bool intersect(const scaled_tensor& a, const scaled_tensor& b, tensor3& result) noexcept {
+    metric_reduction3 r;
+    if (!metric_reduction_3d(a.m, b.m, r)) return false;
+    const int most =
+        std::max(a.exponent, b.exponent); // the result is formed in units of this power
+    double mu[3];
+    for (int k = 0; k < 3; ++k)
+        mu[k] = std::max(std::ldexp(r.d0[k], a.exponent - most),
+                         std::ldexp(r.d1[k], b.exponent - most));
+    tensor3 m = from_basis(r, mu);
+    for (double& x : m) x = std::ldexp(x, most);
+    if (!is_finite(m)) return false;
+    result = m;
+    return true;
+}
+
+} // namespace
+
+bool minimum_metric(const symmetric_fixed<double, 3>& a, const symmetric_fixed<double, 3>& b,
+                    symmetric_fixed<double, 3>& result) noexcept {
+    if (is_zero(b)) {
+        result = a;
+        return true;
+    }
+    if (is_zero(a)) {
+        result = b;
+        return true;
+    }
+    if (!is_finite(a) || !is_finite(b)) return false;
+    const scaled_tensor first(a);
+    const scaled_tensor second(b);
+    // Rounding errors grow with the elongation of the tensor that the reduction starts from.
+    return first.roundness() >= second.roundness()
+               ? intersect(first, second, result) || intersect(second, first, result)
+               : intersect(second, first, result) || intersect(first, second, result);
+}
+
+} // namespace zel::tessel

@@ -1,0 +1,166 @@
+// zel tessel2d: planar and surface mesh tools.
+#include "foundation/cell_shapes.h"
+#include "geometry/four_lanes.h"
+#include "zel/tessel.h"
+
+#include <climits>
+
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#endif
+
+namespace zel::tessel {
+
+namespace {
+
+// An entry x passes a row when x + offset does not exceed limit, in 32-bit wrap-around: offset 0 and
+// limit bound - 1 ask for x < bound; offset 1 and limit bound let 0xFFFFFFFF pass too, since it wraps
+// to 0. Both tests are one addition and one comparison, so that rows with different rules make one
+// vector loop. The top bit is flipped on both sides (adding it flips it), which turns the comparison
+// into the signed one that every vector unit has.
+constexpr unsigned top_bit = 0x80000000U;
+
+struct rule {
+    unsigned offset;
+    int limit;
+
+    // All bits set when x breaks the rule, else none.
+    unsigned broken_by(unsigned x) const noexcept {
+        return static_cast<int>(x + offset) > limit ? ~0U : 0U;
+    }
+};
+
+constexpr rule below(unsigned bound) {
+    return {top_bit, static_cast<int>((bound - 1) ^ top_bit)};
+}
+constexpr rule below_or_no_node(unsigned bound) {
+    return {top_bit + 1, static_cast<int>(bound ^ top_bit)};
+}
+
+// The loops collect instead of leaving at the first hit, and look at what they collected once per
+// run: long enough for vectors, short enough to leave a bad matrix early.
+constexpr std::size_t run = 4096;
+
+#if defined(__x86_64__) && defined(__GNUC__)
+
+// The first entries of a run, eight at a time; every fourth one is under the rule `fourth`. False: one of
+// them breaks its rule. `done` tells how many were looked at. A rule holds for all if it holds for the
+// largest, and unlike the comparison the maximum is one instruction.
+[[gnu::target("avx2")]] bool eights_pass(const unsigned* x, std::size_t n, rule r, rule fourth,
+                                         std::size_t& done) noexcept {
+    const int add = static_cast<int>(r.offset);
+    const int add_fourth = static_cast<int>(fourth.offset);
+    const __m256i offsets = _mm256_broadcastsi128_si256(_mm_setr_epi32(add, add, add, add_fourth));
+    const __m256i limits =
+        _mm256_broadcastsi128_si256(_mm_setr_epi32(r.limit, r.limit, r.limit, fourth.limit));
+    __m256i most = _mm256_set1_epi32(INT_MIN);
+    for (done = 0; n - done >= 8; done += 8) {
+        const __m256i some = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x + done));
+        most = _mm256_max_epi32(most, _mm256_add_epi32(some, offsets));
+    }
+    const __m256i broken = _mm256_cmpgt_epi32(most, limits);
+    return _mm256_testz_si256(broken, broken) != 0;
+}
+
+#else
+
+bool eights_pass(const unsigned*, std::size_t, rule, rule, std::size_t& done) noexcept {
+    done = 0;
+    return true;
+}
+
+#endif
+
+bool run_passes(const unsigned* x, std::size_t n, rule r) {
+    std::size_t done = 0;
+    if (tessel2d::has_four_lanes() && !eights_pass(x, n, r, r, done)) return false;
+    unsigned bad = 0;
+    for (std::size_t i = done; i < n; ++i) bad |= r.broken_by(x[i]);
+    return bad == 0;
+}
+
+bool all_pass(const unsigned* x, std::size_t n, rule r) {
+    for (std::size_t i = 0; i < n; i += run)
+        if (!run_passes(x + i, std::min(run, n - i), r)) return false;
+    return true;
+}
+
+// Columns of two to four entries, the last one under a rule of its own. A leading dimension that is
+// known at compile time lets the rows of several columns share a vector; `Leading` 0 stands for `ld`.
+template <std::size_t Rows, std::size_t Leading>
+bool run_of_columns_passes(const unsigned* first, std::size_t ld, std::size_t n, rule r,
+                           rule last) {
+    std::size_t done = 0;
+    if constexpr (Leading == 4) {
+        if (tessel2d::has_four_lanes() && !eights_pass(first, 4 * n, r, last, done)) return false;
+    }
+    unsigned bad0 = 0, bad1 = 0, bad2 = 0, bad_last = 0;
+    for (std::size_t j = done / 4; j < n; ++j) {
+        const unsigned* const column = first + j * (Leading == 0 ? ld : Leading);
+        bad0 |= r.broken_by(column[0]);
+        if constexpr (Rows > 2) bad1 |= r.broken_by(column[1]);
+        if constexpr (Rows > 3) bad2 |= r.broken_by(column[2]);
+        bad_last |= last.broken_by(column[Rows - 1]);
+    }
+    return (bad0 | bad1 | bad2 | bad_last) == 0;
+}
+
+template <std::size_t Rows, std::size_t Leading = 0>
+bool columns_pass(const dense2D<unsigned>& m, rule r, rule last) {
+    constexpr std::size_t columns = run / Rows;
+    for (std::size_t j = 0; j < m.cols; j += columns) {
+        const std::size_t n = std::min(columns, m.cols - j);
+        if (!run_of_columns_passes<Rows, Leading>(m[j], m.ld, n, r, last)) return false;
+    }
+    return true;
+}
+
+bool mixed_passes(const dense2D<unsigned>& m, unsigned bound) {
+    const rule corner = below(bound);
+    const rule filler = below_or_no_node(bound);
+    return m.contiguous() ? columns_pass<4, 4>(m, corner, filler)
+                          : columns_pass<4>(m, corner, filler);
+}
+
+bool matrix_passes(const dense2D<unsigned>& m, rule r) {
+    if (m.contiguous()) return all_pass(m.data(), m.rows * m.cols, r);
+    switch (m.rows) {
+    case 2:
+        return columns_pass<2>(m, r, r);
+    case 3:
+        return columns_pass<3>(m, r, r);
+    case 4:
+        return columns_pass<4>(m, r, r);
+    default:
+        break;
+    }
+    for (std::size_t j = 0; j < m.cols; ++j)
+        if (!run_passes(m[j], m.rows, r)) return false;
+    return true;
+}
+
+bool rows_suit(std::size_t rows, element_type kind) {
+    if (kind == ELEMENT_FACE) return rows == 3 || rows == 4;
+    return tessel2d::has_rows_of(rows, kind);
+}
+
+} // namespace
+
+bool check_IDs(const dense2D<unsigned>& connect, element_type kind, unsigned bound) noexcept {
+    if (connect.empty()) return true;
+    if (!rows_suit(connect.rows, kind)) return false;
+    if (bound == 0) return false;
+    if (kind == ELEMENT_FACE && connect.rows == 4) return mixed_passes(connect, bound);
+    return matrix_passes(connect, below(bound));
+}
+
+bool check_IDs(const dense2D<unsigned>& ids, unsigned bound) noexcept {
+    return ids.empty() || bound == no_node || matrix_passes(ids, below_or_no_node(bound));
+}
+
+bool check_IDs(const dense1D<unsigned, 8>& ids, unsigned bound) noexcept {
+    if (ids.empty()) return true;
+    return bound != 0 && all_pass(ids.data(), ids.size, below(bound));
+}
+
+} // namespace zel::tessel

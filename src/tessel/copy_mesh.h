@@ -1,0 +1,26 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// Copies of mesh parts with memory that is set aside in advance.
+#include "zel/tessel.h"
+
+namespace zel::tessel {
+
+/// What `copy_mesh` needs besides its outputs: a number for each node in the range of the source.
+struct copy_scratch {
+    dense1D<unsigned, 8> ranks;
+
+    bool reserve(std::size_t nodes) noexcept { return ranks.reserve(nodes, 1); }
+};
+
+/// The public functions of this name, which cannot fail when outputs and scratch have been reserved.
+int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
+              const vector_fixed<double, 2>& translation, const vector_fixed<double, 2>& center,
+              double angle, unsigned copies, const dense2D<unsigned>& source,
+              copy_scratch& scratch) noexcept;
+int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
+              const vector_fixed<double, 3>& translation, const vector_fixed<double, 3>& center,
+              const vector_fixed<double, 3>& rotation, unsigned copies,
+              const dense2D<unsigned>& source, copy_scratch& scratch) noexcept;
+
+} // namespace zel::tessel
