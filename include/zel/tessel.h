@@ -98,7 +98,7 @@ ZEL_TESSEL2D_API int simplify(dense2D<double>& pos, dense2D<unsigned>* first,
 ///                     the columns of `source`.
 /// @param translation  the way that each copy is moved beyond the one before.
 /// @param center       the fixed point of the turns.
-/// @param angle        turn of each copy beyond the one before, in radians, anticlockwise.
+/// @param angle        turn of each copy beyond the one before, in radians, counterclockwise.
 /// @param copies       number of copies; 0 means nothing to do.
 /// @param source       elements to be copied, of any height. Entries that are not columns of `pos`
 ///                     stay. It may share its storage with `connect` and counts as it is on entry.
@@ -107,6 +107,7 @@ ZEL_TESSEL2D_API int simplify(dense2D<double>& pos, dense2D<unsigned>* first,
 /// @retval -1    `pos` does not have 2 rows.
 /// @retval -2    `connect` holds columns of another height than `source`.
 /// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
 /// A negative status leaves `pos` and `connect` as they were.
 ///
 /// Cost: proportional to what is added and to the range of the node numbers in `source`, with 4 bytes
@@ -118,7 +119,7 @@ ZEL_TESSEL2D_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
                                const dense2D<unsigned>& source);
 
 /// The same in space: `pos` has 3 rows (else -1), and `rotation` points along the axis through
-/// `center` about which the copies turn; its length is the angle in radians, anticlockwise when the
+/// `center` about which the copies turn; its length is the angle in radians, counterclockwise when the
 /// axis points to the viewer. A zero vector does not turn.
 ZEL_TESSEL2D_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
                                const vector_fixed<double, 3>& translation,

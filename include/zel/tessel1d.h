@@ -50,6 +50,7 @@ ZEL_TESSEL2D_API int normals(const dense2D<double>& pos, const dense2D<unsigned>
 /// @retval -2    `node0` does not exist.
 /// @retval -3    `node1` does not exist.
 /// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
 /// A negative status leaves `pos` and `indices` as they were. Cost: proportional to n.
 /// @snippet examples/services.cpp straight_line
 ZEL_TESSEL2D_API int mesh_straight(dense2D<double>& pos, unsigned node0, unsigned node1, unsigned n,
@@ -65,6 +66,7 @@ ZEL_TESSEL2D_API int mesh_straight(dense2D<double>& pos, unsigned node0, unsigne
 /// @retval 0     done.
 /// @retval -2    `connect` holds columns of another height.
 /// @retval -199  memory is exhausted.
+///
 /// A negative status leaves `connect` as it was. Cost: proportional to n.
 /// @snippet examples/services.cpp straight_line
 ZEL_TESSEL2D_API int indices_to_connectE2(const dense1D<unsigned, 8>& indices,

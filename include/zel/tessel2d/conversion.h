@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// The order of elements up and down, all-quadrilateral meshes, and quadrilaterals cut into triangles.
 #pragma once
 
 #include "zel/dense.h"
@@ -9,12 +9,14 @@
 /// Raised elements have their nodes in this order: corners, then the `a` nodes of each edge, then those
 /// inside. A triangle numbers its edges by the opposite corner, a quadrilateral by the first corner:
 ///
+/// @verbatim
 ///     T6 (T7: node 6 at the centre)       Q8 (Q9: node 8 at the centre)       T, a = 2
 ///            2                                  3---6---2                          2
 ///           / \                                 |       |                         5 4
 ///          4   3                                7  (8)  5                        6   3
 ///         /     \                               |       |                       0-7-8-1
 ///        0---5---1                              0---4---1
+/// @endverbatim
 ///
 /// In a 4-row matrix a column with 0xFFFFFFFF in row 3 is a triangle; in an 8- or 9-row matrix row 6
 /// marks a T6 in the same way. Views with a leading dimension larger than their rows are fine
@@ -35,19 +37,71 @@ namespace zel::tessel2d {
 ZEL_TESSEL2D_API int convert_into_linear(dense2D<unsigned>& connect);
 
 /// Raises linear elements to Q9 and T6, in place: `convert_into_high_order` with a = 1, b = 1, c = 0 and
-/// no given edges. Statuses are those of the full form with seven arguments.
+/// no given edges.
+///
+/// @param[in,out] pos      2 x N or 3 x N coordinates, one node per column. Grows by the node of each edge
+///                         and the centre of each quadrilateral; present columns keep their values.
+/// @param[in,out] connect  3 x E node numbers below N: becomes 6 x E. 4 x E: becomes 9 x E, where a
+///                         triangle has 0xFFFFFFFF in rows 6 to 8.
+///
+/// @retval 0     done, or nothing to do (`connect` is empty).
+/// @retval -1    `pos` has neither 2 nor 3 rows.
+/// @retval -2    `connect` has neither 3 nor 4 rows, or names a node that does not exist.
+/// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
+/// A negative status leaves `pos` as it was and `connect` empty.
+///
+/// Cost: that of `convert_into_high_order`.
 /// @snippet examples/convert.cpp quadratic
 ZEL_TESSEL2D_API int convert_into_quadratic(dense2D<double>& pos, dense2D<unsigned>& connect);
 
-/// The same with `edges`, 3 x G: end nodes and mid-side node of edges that exist already, as on a curved
-/// boundary. Statuses are those of the full form: -6 if `edges` is unusable.
+/// Raises linear elements to Q9 and T6, in place, where some edges have their mid-side node already, as on
+/// a curved boundary: `convert_into_high_order` with a = 1, b = 1, c = 0.
+///
+/// @param[in,out] pos      2 x N or 3 x N coordinates, one node per column. Grows by the node of each other
+///                         edge and the centre of each quadrilateral; present columns keep their values.
+/// @param[in,out] connect  3 x E node numbers below N: becomes 6 x E. 4 x E: becomes 9 x E, where a
+///                         triangle has 0xFFFFFFFF in rows 6 to 8.
+/// @param edges            empty, or 3 x G node numbers below N: end nodes and mid-side node of an edge per
+///                         column. Centres follow the curved shape.
+///
+/// @retval 0     done, or nothing to do (`connect` is empty).
+/// @retval -1    `pos` has neither 2 nor 3 rows.
+/// @retval -2    `connect` has neither 3 nor 4 rows, or names a node that does not exist.
+/// @retval -6    `edges` does not have 3 rows, or names a node that does not exist.
+/// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
+/// A negative status leaves `pos` as it was and `connect` empty.
+///
+/// Cost: that of `convert_into_high_order`.
 /// @snippet examples/convert.cpp curved
 ZEL_TESSEL2D_API int convert_into_quadratic(dense2D<double>& pos, dense2D<unsigned>& connect,
                                             const dense2D<unsigned>& edges);
 
-/// Raises linear elements to any order, in place: the form below with `connect` as input and output. Its
-/// statuses count in the argument list of that form. Whenever the status is not 0, and also when there
-/// is nothing to do, `connect` is empty afterwards.
+/// Raises linear elements to any order, in place: the form with seven arguments, in whose list its
+/// statuses count, with `connect` as input and output.
+///
+/// @param[in,out] pos      2 x N or 3 x N coordinates, one node per column. New nodes go behind the present
+///                         ones, which keep their values.
+/// @param[in,out] connect  3 x E or 4 x E node numbers below N; becomes one column per element, of
+///                         4 + 4a + b or 3 + 3a + c rows, the larger number if there are both kinds.
+/// @param a                nodes on an edge.
+/// @param b                nodes in a quadrilateral, a square number.
+/// @param c                nodes in a triangle: 0, 1 or 3.
+/// @param edges            empty, or (a + 2) x G: edges that have their nodes already.
+///
+/// @retval 0     done, or nothing to do (`connect` is empty, or a + b + c is 0).
+/// @retval -1    `pos` has neither 2 nor 3 rows.
+/// @retval -2    `connect` has neither 3 nor 4 rows, or names a node that does not exist.
+/// @retval -4    `b` is not a square number.
+/// @retval -5    `c` is 2 or above 3.
+/// @retval -6    `edges` does not have a + 2 rows, or names a node that does not exist.
+/// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
+/// Whenever the status is not 0, and also when there is nothing to do, `connect` is empty afterwards and
+/// `pos` is as it was.
+///
+/// Cost: that of the form with seven arguments.
 /// @snippet examples/convert.cpp cubic
 ZEL_TESSEL2D_API int convert_into_high_order(dense2D<double>& pos, dense2D<unsigned>& connect,
                                              unsigned a, unsigned b, unsigned c,
@@ -89,6 +143,7 @@ ZEL_TESSEL2D_API int convert_into_high_order(dense2D<double>& pos, dense2D<unsig
 /// @retval -5    `c` is 2 or above 3.
 /// @retval -6    `edges` does not have a + 2 rows, or names a node that does not exist.
 /// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
 /// Whenever the status is not 0, and also when there is nothing to do, `connect_out` is empty afterwards
 /// and `pos` is as it was.
 ///
@@ -107,11 +162,18 @@ ZEL_TESSEL2D_API int convert_into_high_order(dense2D<double>& pos,
 
 /// Cuts quadratic elements into four linear ones each, on the nodes that they have.
 ///
-///            2                     3---6---2      T6: (0,5,4) (1,3,5) (2,4,3) (3,4,5)
-///           / \                    |   |   |      Q9: (0,4,8,7) (1,5,8,4) (2,6,8,5) (3,7,8,6)
+/// @verbatim
+///            2                     3---6---2
+///           / \                    |   |   |
 ///          4---3                   7---8---5
-///         / \ / \                  |   |   |      Pieces turn as their element does and start at its
-///        0---5---1                 0---4---1      corner, but for the middle one of a triangle.
+///         / \ / \                  |   |   |
+///        0---5---1                 0---4---1
+///
+///     T6: (0,5,4) (1,3,5) (2,4,3) (3,4,5)
+///     Q9: (0,4,8,7) (1,5,8,4) (2,6,8,5) (3,7,8,6)
+/// @endverbatim
+///
+/// Pieces turn as their element does and start at its corner, but for the middle one of a triangle.
 ///
 /// @param connect_in       6 x E: T6. 9 x E: Q9, and T6 where row 6 is 0xFFFFFFFF. Numbers are not
 ///                         looked at.
@@ -123,6 +185,7 @@ ZEL_TESSEL2D_API int convert_into_high_order(dense2D<double>& pos,
 /// @retval -1    `connect_in` has neither 6 nor 9 rows.
 /// @retval -2    `connect_out` has other rows than 0, 3 and 4.
 /// @retval -199  memory is exhausted.
+///
 /// A negative status leaves `connect_out` as it was.
 ///
 /// Cost: proportional to the output, one allocation.
@@ -133,11 +196,16 @@ ZEL_TESSEL2D_API int split_into_linear(const dense2D<unsigned>& connect_in,
 /// Makes an all-quadrilateral mesh of any linear one: each quadrilateral is cut into four, each triangle
 /// into three, on a new node on each edge and one in each element.
 ///
-///            2                     3---6---2      Triangle: (0,5,6,4) (1,3,6,5) (2,4,6,3)
-///           / \                    |   |   |      Quadrilateral: (0,4,8,7) (1,5,8,4) (2,6,8,5)
-///          4-6-3                   7---8---5                     (3,7,8,6)
+/// @verbatim
+///            2                     3---6---2
+///           / \                    |   |   |
+///          4-6-3                   7---8---5
 ///         /  |  \                  |   |   |
 ///        0---5---1                 0---4---1
+///
+///     triangle:      (0,5,6,4) (1,3,6,5) (2,4,6,3)
+///     quadrilateral: (0,4,8,7) (1,5,8,4) (2,6,8,5) (3,7,8,6)
+/// @endverbatim
 ///
 /// @param[in,out] pos  2 x N or 3 x N coordinates. Grows as by `convert_into_high_order` with a, b, c = 1.
 /// @param connect_in   3 x E or 4 x E node numbers below N.
@@ -151,6 +219,7 @@ ZEL_TESSEL2D_API int split_into_linear(const dense2D<unsigned>& connect_in,
 /// @retval -3    `connect_out` holds columns of another height.
 /// @retval -4    `edges` does not have 3 rows, or names a node that does not exist.
 /// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
 /// A negative status leaves `pos` and `connect_out` as they were. When memory runs out for the number of a
 /// single edge the result is 0, and pieces at that edge have 0xFFFFFFFF for a corner.
 ///
@@ -159,7 +228,7 @@ ZEL_TESSEL2D_API int split_into_linear(const dense2D<unsigned>& connect_in,
 ZEL_TESSEL2D_API int split_into_Q4(dense2D<double>& pos, const dense2D<unsigned>& connect_in,
                                    dense2D<unsigned>& connect_out, const dense2D<unsigned>& edges);
 
-/// Cuts each quadrilateral (a, b, c, d) into triangles (a, b, c) and (c, d, a).
+/// Cuts each quadrilateral (a, b, c, d) into triangles (a, b, c) and (c, d, a), whatever its shape.
 ///
 /// @param connect_in       3 x E or 4 x E node numbers, which are not looked at. Triangles stay.
 /// @param[in,out] connect_out  3 rows, or empty. Grows by the triangles, in the order of the elements.
@@ -168,6 +237,7 @@ ZEL_TESSEL2D_API int split_into_Q4(dense2D<double>& pos, const dense2D<unsigned>
 /// @retval -1    `connect_in` has neither 3 nor 4 rows.
 /// @retval -2    `connect_out` holds columns of another height.
 /// @retval -199  memory is exhausted.
+///
 /// A negative status leaves `connect_out` as it was.
 ///
 /// Cost: one pass, one allocation.
@@ -181,7 +251,7 @@ ZEL_TESSEL2D_API int split_Q4_into_T3(const dense2D<unsigned>& connect_in,
 /// q0-q2 gives (q0, q1, q2) and (q2, q3, q0), the other one (q1, q2, q3) and (q3, q0, q1). A diagonal
 /// scores the smaller shape quality 2 sqrt(3) A / (P M) of its two triangles, from the doubled area A, the
 /// perimeter P and the longest side M: 1 for an equilateral triangle, in the plane negative for one that
-/// turns clockwise. q0-q2 wins unless the other is better by 1e-12 or more, or a score is not a number.
+/// turns clockwise. q0-q2 wins unless the other is better by 1e-12 or more, or a score is NaN.
 ///
 /// @param pos              2 x N or 3 x N coordinates.
 /// @param connect_in       3 x E or 4 x E node numbers below N. Triangles stay.
@@ -192,6 +262,7 @@ ZEL_TESSEL2D_API int split_Q4_into_T3(const dense2D<unsigned>& connect_in,
 /// @retval -2    `connect_in` has neither 3 nor 4 rows, or names a node that does not exist.
 /// @retval -3    `connect_out` holds columns of another height.
 /// @retval -199  memory is exhausted.
+///
 /// A negative status leaves `connect_out` as it was.
 ///
 /// Cost: one pass, ten square roots per quadrilateral in the plane and fourteen in space.
@@ -214,6 +285,7 @@ ZEL_TESSEL2D_API int split_Q4_into_T3(const dense2D<double>& pos,
 ///
 /// Those that are not kept are cut along one of the diagonals of the form above, by the higher score:
 ///
+/// @verbatim
 ///     criterion   score of a diagonal
 ///     1           smaller shape quality of its triangles
 ///     2           smaller angle quality: largest angle in units of 90 degrees, v or 2 - v if v > 1
@@ -222,6 +294,7 @@ ZEL_TESSEL2D_API int split_Q4_into_T3(const dense2D<double>& pos,
 ///     5           in space, minus the angle between the normals of the triangles
 ///     6           in space, minus that angle times the length of the diagonal
 ///     else        none: always q0-q2, as with 5 and 6 in the plane
+/// @endverbatim
 ///
 /// With 5 and 6 a score above -1e-6 means coplanar triangles, and criterion 1 takes its place.
 ///
@@ -231,8 +304,9 @@ ZEL_TESSEL2D_API int split_Q4_into_T3(const dense2D<double>& pos,
 /// @param min_angle_quality least angle quality times warp quality.
 /// @param min_warp_quality  least warp quality.
 /// @param criterion         how the diagonal is chosen.
-/// @param[out] kept, split  two lists; what they held is dropped. The numbers of the elements kept,
-///                          triangles among them, and of those cut, both ascending.
+/// @param[out] kept         the numbers of the elements kept, triangles among them, ascending. What it
+///                          held is dropped.
+/// @param[out] split        the numbers of the elements cut, ascending. What it held is dropped.
 /// @param[in,out] connect_out  4 rows, or empty. Grows by the elements kept, then by two triangles, with
 ///                          0xFFFFFFFF in row 3, for each of those cut.
 ///
@@ -241,10 +315,11 @@ ZEL_TESSEL2D_API int split_Q4_into_T3(const dense2D<double>& pos,
 /// @retval -2    `connect_in` does not have 4 rows, or names a node that does not exist.
 /// @retval -8    `connect_out` holds columns of another height.
 /// @retval -199  memory is exhausted, or the elements outgrow 32-bit numbers.
+///
 /// A negative status leaves both lists empty and `connect_out` as it was.
 ///
-/// A quality that is not a number reaches no threshold; with coordinates that are not numbers it depends
-/// on the corner whether the quality is one. `kept` and `split` are to be two lists: one list for both
+/// A quality that is NaN reaches no threshold; with NaN among the coordinates it depends on the corner
+/// whether the quality is NaN. `kept` and `split` are to be two lists: one list for both
 /// names every element, and its quadrilaterals are kept and cut.
 ///
 /// Cost: one pass that measures, in which atan2 for the angles takes most of the time, and one that

@@ -1,10 +1,10 @@
-// zel tessel2d: planar and surface mesh tools.
+// Areas, corner angles and circumcentres of elements, and the stars of nodes.
 #pragma once
 
 #include "zel/dense.h"
 #include "zel/tessel2d/export.h"
 
-/// Measures: areas, angles and circumcentres, and the elements around a node.
+/// Measures: areas, angles and circumcentres, and the star of each node.
 namespace zel::tessel2d {
 
 /// Measures the area of a mesh of triangles, quadrilaterals or both.
@@ -36,14 +36,15 @@ ZEL_TESSEL2D_API int area(const dense2D<double>& pos, const dense2D<unsigned>& c
 /// The angle at a corner is atan2(|u x w|, u . w), where u runs to the next corner and w to the
 /// previous one. In space it lies between 0 and pi. In the plane the vector product is signed and so
 /// is the angle: it lies between -pi and pi, and is negative at the corners of an element that turns
-/// clockwise and at a reflex corner of one that turns counter-clockwise.
+/// clockwise and at a reflex corner of one that turns counterclockwise.
 ///
 /// @param pos       2 x N or 3 x N coordinates, one node per column.
 /// @param connect   3 x E node numbers below N, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle.
 /// @param normalise false: angles in radians. true: angles in units of the corner of a regular
 ///                  element, 60 degrees in a triangle and 90 degrees in a quadrilateral.
-/// @param[out] min_angles, max_angles  what they held is dropped; they get one entry per element.
-///                  They are two different lists.
+/// @param[out] min_angles  the smallest angle of each element; what it held is dropped.
+/// @param[out] max_angles  the largest angle of each element; what it held is dropped. It is another list
+///                  than `min_angles`.
 ///
 /// @retval 0     done, or nothing to do (`connect` is empty; then `pos` is not looked at).
 /// @retval -1    `pos` has neither 2 nor 3 rows.
@@ -51,9 +52,9 @@ ZEL_TESSEL2D_API int area(const dense2D<double>& pos, const dense2D<unsigned>& c
 ///               that does not exist; both lists hold E zeros then.
 /// @retval -199  memory is exhausted; both lists are empty.
 ///
-/// A side of length zero makes an angle of 0 at both its ends. A coordinate that is not a number makes
-/// angles that are not numbers; the smallest and the largest are found by plain comparison from the
-/// first corner on, so that such an angle counts at the first corner and is passed over at others.
+/// A side of length zero makes an angle of 0 at both its ends. A coordinate that is NaN makes angles that
+/// are NaN; the smallest and the largest are found by plain comparison from the first corner on, so that
+/// such an angle counts at the first corner and is passed over at others.
 ///
 /// Cost: one pass over the elements; atan2 takes most of the time. One allocation per list. Views
 /// with a leading dimension larger than their rows are fine, and the lists may share storage with
@@ -79,6 +80,7 @@ ZEL_TESSEL2D_API int angles(const dense2D<double>& pos, const dense2D<unsigned>&
 /// @retval -2    `connect` does not have 3 rows, also when it is empty; or it names a node that does
 ///               not exist.
 /// @retval -199  memory is exhausted.
+///
 /// A negative status leaves `centers` empty.
 ///
 /// A flat triangle has a centre too: in the plane, where its height is not above 5e-13 of the
@@ -91,11 +93,12 @@ ZEL_TESSEL2D_API int angles(const dense2D<double>& pos, const dense2D<unsigned>&
 ZEL_TESSEL2D_API int circumcenters(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                                    dense2D<double>& centers);
 
-/// Lists the elements around every node, in the order in which one meets them when turning around it.
+/// Lists the star of every node: the elements around it, in the order in which one meets them when turning
+/// around the node.
 ///
 /// The list of node n is elements[starts[n]] up to, not including, elements[starts[n + 1]]. With
-/// anticlockwise elements it runs anticlockwise. Around an interior node it begins with the node's
-/// ancestor; at a boundary node it runs from one end of the fan to the other, whichever element the
+/// counterclockwise elements it runs counterclockwise. Around an interior node it begins with the node's
+/// ancestor; at a boundary node it runs from one boundary edge to the other, whichever element the
 /// ancestor is.
 ///
 /// @param connect    3 x E node numbers, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle.
@@ -115,13 +118,14 @@ ZEL_TESSEL2D_API int circumcenters(const dense2D<double>& pos, const dense2D<uns
 /// @retval -2    `neighbors` has another shape than `connect`.
 /// @retval -3    an ancestor is neither below E nor 0xFFFFFFFF.
 /// @retval -199  memory is exhausted before the first list is begun.
+///
 /// A negative status leaves both lists empty.
 ///
 /// Adjacency that is not one ends the work early, with status 0: a walk that meets an element without
 /// the node, or that has made E steps without coming round. The list of that node holds what was met
 /// and is the last one, so that `starts` has fewer entries than nodes and one more; so it is, without
-/// that node's list, when memory for more than six elements per node runs out on the way. A fan that
-/// hangs on the rest of its node by that node alone is found only if it holds the ancestor.
+/// that node's list, when memory for more than six elements per node runs out on the way. Of a star whose
+/// elements meet in the node alone, only the part that is connected to the ancestor through edges is found.
 ///
 /// Cost: proportional to the result; no list of the elements of a node is built beforehand. Memory of
 /// one mark per element besides the result. Views with a leading dimension larger than their rows are

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// Size tensors derived from a surface, and sizes and size tensors carried onto nodes.
 #pragma once
 
 #include "zel/dense.h"
@@ -33,6 +33,7 @@ namespace zel::tessel2d {
 ///               counts as naming node 0.
 /// @retval -4    `metrics` holds columns of another height.
 /// @retval -199  memory is exhausted.
+///
 /// A negative status leaves `metrics` as it was.
 ///
 /// Edges of length zero and edges whose length is not finite do not count. At a node without any other
@@ -59,7 +60,7 @@ ZEL_TESSEL2D_API int metrics_gen_aniso3d(const dense2D<double>& pos,
 /// stands; one outside that box keeps its own.
 ///
 /// @param pos        2 x N coordinates, one node per column, with those of the listed nodes.
-/// @param connect    3 x E node numbers below N, triangles counter-clockwise.
+/// @param connect    3 x E node numbers below N, triangles counterclockwise.
 /// @param neighbors  3 x E: entry (k, e) is the element opposite node k of element e, or 0xFFFFFFFF.
 /// @param ancestors  N entries: an element that holds the node, or 0xFFFFFFFF for one to be served.
 /// @param[in,out] metrics  3 x N tensors m00, m01, m11, or 6 x N tensors m00, m01, m11, m02, m12, m22,
@@ -77,6 +78,7 @@ ZEL_TESSEL2D_API int metrics_gen_aniso3d(const dense2D<double>& pos,
 /// @retval -4  `ancestors` does not have one entry per node.
 /// @retval -5  `metrics` does not have one column per node, or neither 3 nor 6 rows.
 /// @retval -6  `nodes` names a node that does not exist.
+///
 /// A negative status leaves `metrics` as it was.
 ///
 /// Cost: that of `interpolate`, and two reductions of tensors for each node inside a triangle. Views with
@@ -88,14 +90,37 @@ interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& connect
                     dense2D<double>& metrics, const dense1D<unsigned, 8>& nodes, bool keep_valid,
                     element_type type);
 
-/// The same for all nodes of `pos`.
+/// Carries size tensors onto all nodes that belong to no element: the same for all nodes of `pos`.
+///
+/// @param pos        2 x N coordinates, one node per column, with those of the nodes to be served.
+/// @param connect    3 x E node numbers below N, triangles counterclockwise.
+/// @param neighbors  3 x E: entry (k, e) is the element opposite node k of element e, or 0xFFFFFFFF.
+/// @param ancestors  N entries: an element that holds the node, or 0xFFFFFFFF for one to be served.
+/// @param[in,out] metrics  3 x N tensors m00, m01, m11, or 6 x N tensors m00, m01, m11, m02, m12, m22,
+///                   one column per node. It may share its storage with `pos`, which counts as it is on
+///                   entry.
+/// @param keep_valid true: a node whose tensor is positive definite keeps it.
+/// @param type       ELEMENT_T3; with another nothing is changed.
+///
+/// @retval 0   done, or nothing to do (`pos` is empty). A node that cannot be served keeps its tensor,
+///             also for lack of memory.
+/// @retval -1  `pos` does not have 2 rows.
+/// @retval -2  `connect` does not have 3 rows, whatever `type` says, or names a node that does not exist.
+/// @retval -3  `neighbors` has another shape than `connect`, or names an element that does not exist.
+/// @retval -4  `ancestors` does not have one entry per node.
+/// @retval -5  `metrics` does not have one column per node, or neither 3 nor 6 rows.
+///
+/// A negative status leaves `metrics` as it was.
+///
+/// Cost: that of `interpolate`, and two reductions of tensors for each node inside a triangle.
 /// @snippet examples/metrics.cpp carry_tensors
 ZEL_TESSEL2D_API int
 interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                     const dense2D<unsigned>& neighbors, const dense1D<unsigned, 8>& ancestors,
                     dense2D<double>& metrics, bool keep_valid, element_type type);
 
-/// The same for sizes, on triangles, quadrilaterals and both.
+/// Carries sizes onto nodes that belong to no element, on triangles, quadrilaterals and both: the
+/// counterpart of `interpolate`, with the same location of nodes.
 ///
 /// Sizes are linear in a triangle. On the sides of an element only its ends count, at a corner only the
 /// corner. Inside a quadrilateral, and on its side 1-2, the bilinear formula is evaluated at ((s + 1)/2,
@@ -103,18 +128,33 @@ interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& connect
 /// the centre of a square that is (0.75, 0.75). A node keeps its size when one that counts is not positive,
 /// or when the result is not positive and finite.
 ///
-/// @param connect    3 x E or 4 x E node numbers below N, elements counter-clockwise. With ELEMENT_FACE
-///                   a triangle has 0xFFFFFFFF in row 3.
-/// @param neighbors  as many rows and columns as `connect`. Edge k of a triangle lies opposite its node k;
-///                   edge k of a quadrilateral runs from node k to the next one.
-/// @param[in,out] metrics  N sizes; those above 0 and below the largest double are valid.
+/// @param pos        2 x N coordinates, one node per column, with those of the listed nodes.
+/// @param connect    3 x E or 4 x E node numbers below N, elements counterclockwise. With ELEMENT_FACE a
+///                   triangle has 0xFFFFFFFF in row 3.
+/// @param neighbors  as many rows and columns as `connect`: entry (k, e) is the element across local edge k
+///                   of element e, or 0xFFFFFFFF. Edge k of a triangle lies opposite its node k; edge k of
+///                   a quadrilateral runs from node k to the next one.
+/// @param ancestors  N entries: an element that holds the node, or 0xFFFFFFFF for one to be served.
+/// @param[in,out] metrics  N sizes; those above 0 and below the largest double are valid. It may share its
+///                   storage with `pos`, which counts as it is on entry.
+/// @param nodes      node numbers below N, in any order; a node may be listed twice.
 /// @param keep_valid true: a node whose size is valid keeps it.
 /// @param type       ELEMENT_T3 with 3 rows in `connect`, ELEMENT_Q4 or ELEMENT_FACE with 4. Another
 ///                   combination that fits `connect` changes nothing.
 ///
+/// @retval 0   done, or nothing to do (`nodes` is empty). A node that cannot be served keeps its size,
+///             also for lack of memory.
+/// @retval -1  `pos` does not have 2 rows.
 /// @retval -2  `connect` does not suit `type`, or names a node that does not exist.
+/// @retval -3  `neighbors` has another shape than `connect`, or names an element that does not exist.
+/// @retval -4  `ancestors` does not have one entry per node.
 /// @retval -5  `metrics` does not have one entry per node.
-/// The other arguments and statuses are those for tensors.
+/// @retval -6  `nodes` names a node that does not exist.
+///
+/// A negative status leaves `metrics` as it was.
+///
+/// Cost: that of `interpolate`. Views with a leading dimension larger than their rows are fine. Calls on
+/// different blocks may run at the same time.
 /// @snippet examples/metrics.cpp carry_sizes
 ZEL_TESSEL2D_API int
 interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& connect,
@@ -122,7 +162,32 @@ interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& connect
                     dense1D<double, 8>& metrics, const dense1D<unsigned, 8>& nodes, bool keep_valid,
                     element_type type);
 
-/// The same for all nodes of `pos`.
+/// Carries sizes onto all nodes that belong to no element: the same for all nodes of `pos`.
+///
+/// @param pos        2 x N coordinates, one node per column, with those of the nodes to be served.
+/// @param connect    3 x E or 4 x E node numbers below N, elements counterclockwise. With ELEMENT_FACE a
+///                   triangle has 0xFFFFFFFF in row 3.
+/// @param neighbors  as many rows and columns as `connect`: entry (k, e) is the element across local edge k
+///                   of element e, or 0xFFFFFFFF. Edge k of a triangle lies opposite its node k; edge k of
+///                   a quadrilateral runs from node k to the next one.
+/// @param ancestors  N entries: an element that holds the node, or 0xFFFFFFFF for one to be served.
+/// @param[in,out] metrics  N sizes; those above 0 and below the largest double are valid. It may share its
+///                   storage with `pos`, which counts as it is on entry.
+/// @param keep_valid true: a node whose size is valid keeps it.
+/// @param type       ELEMENT_T3 with 3 rows in `connect`, ELEMENT_Q4 or ELEMENT_FACE with 4. Another
+///                   combination that fits `connect` changes nothing.
+///
+/// @retval 0   done, or nothing to do (`pos` is empty). A node that cannot be served keeps its size,
+///             also for lack of memory.
+/// @retval -1  `pos` does not have 2 rows.
+/// @retval -2  `connect` does not suit `type`, or names a node that does not exist.
+/// @retval -3  `neighbors` has another shape than `connect`, or names an element that does not exist.
+/// @retval -4  `ancestors` does not have one entry per node.
+/// @retval -5  `metrics` does not have one entry per node.
+///
+/// A negative status leaves `metrics` as it was.
+///
+/// Cost: that of `interpolate`.
 /// @snippet examples/metrics.cpp carry_sizes
 ZEL_TESSEL2D_API int
 interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& connect,

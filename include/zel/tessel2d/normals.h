@@ -1,14 +1,15 @@
-// zel tessel2d: planar and surface mesh tools.
+// Normals of the nodes and elements of a surface in space, and surfaces moved or copied along them.
 #pragma once
 
 #include "zel/dense.h"
 #include "zel/tessel2d/export.h"
 
+/// Normals and offsets of surfaces in space.
 namespace zel::tessel2d {
 
 /// Normal vectors at the nodes of a surface in space.
 ///
-/// The normal of a triangle points to the side from which its corners turn counter-clockwise; that of a
+/// The normal of a triangle points to the side from which its corners turn counterclockwise; that of a
 /// quadrilateral A, B, C, D is the vector product of its diagonals, (C - A) x (D - B). Both are as long
 /// as twice the area of the element (of a plane one), and that is the element's size s. A node's normal
 /// is the sum of the unit normals of the elements around it, each weighted by s^power.
@@ -33,6 +34,7 @@ namespace zel::tessel2d {
 /// @retval -1    `pos` does not have 3 rows.
 /// @retval -2    `connect` has neither 3 nor 4 rows or names a node that does not exist.
 /// @retval -199  memory is exhausted.
+///
 /// A negative status leaves `N` empty.
 ///
 /// An element of no area has the zero vector: it disturbs no neighbour if the power is at least 0 and
@@ -50,12 +52,18 @@ ZEL_TESSEL2D_API int normals(const dense2D<double>& pos, const dense2D<unsigned>
 /// Normal vectors of the elements of a surface in space.
 ///
 /// @param pos      3 x N coordinates, one node per column.
-/// @param connect  3 x E or 4 x E node numbers as above.
+/// @param connect  3 x E node numbers below N, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle. An
+///                 element with 0xFFFFFFFF in one of the first three rows has no normal.
 /// @param unit     true: unit vectors; false: vectors as long as twice the area of the element.
 /// @param[out] N   3 x E, one vector per element; emptied first, whatever it held. It may be `pos`
 ///                 itself, which counts as it is on entry.
 ///
-/// @retval 0, -1, -2, -199  as for the normals at nodes.
+/// @retval 0     done; `N` stays empty when `pos` or `connect` is empty.
+/// @retval -1    `pos` does not have 3 rows.
+/// @retval -2    `connect` has neither 3 nor 4 rows or names a node that does not exist.
+/// @retval -199  memory is exhausted.
+///
+/// A negative status leaves `N` empty.
 ///
 /// An element of no area has the zero vector. One whose squared length vanishes, since it is shorter
 /// than about 1e-162, keeps its length, also with `unit`. Coordinates that are not finite give vectors
@@ -82,6 +90,7 @@ ZEL_TESSEL2D_API int normals(const dense2D<double>& pos, const dense2D<unsigned>
 /// @retval -2    `connect` names a node that `pos` or `N` does not have.
 /// @retval -3    `N` does not have 3 rows.
 /// @retval -199  memory is exhausted.
+///
 /// A negative status leaves `pos` as it was.
 ///
 /// Cost: proportional to the elements, and memory for each node of `pos`, or, if the elements are few
@@ -94,28 +103,61 @@ ZEL_TESSEL2D_API int offset(dense2D<double>& pos, const dense2D<unsigned>& conne
 /// Moves the nodes of a surface in space by a tensor times given vectors: an offset that differs by
 /// direction. Node j goes from x to x + M*N(:, j); a tensor of zeros is no exception.
 ///
-/// @param M  3 x 3, packed as a00, a01, a11, a02, a12, a22.
+/// @param[in,out] pos  3 x N coordinates, one node per column. Each node that `connect` names moves once.
+/// @param connect  3 x E node numbers, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle; 0xFFFFFFFF
+///                 in another row is passed over. With another number of rows no node moves.
+/// @param N        3 rows, column j is the vector of node j. It may share its storage with `pos`, or be
+///                 `pos`, and counts as it is on entry.
+/// @param M        3 x 3, packed as a00, a01, a11, a02, a12, a22.
 ///
-/// Other arguments and all statuses are those of the offset by a distance along given vectors.
+/// @retval 0     done, or nothing to do (`connect` is empty).
+/// @retval -1    `pos` does not have 3 rows.
+/// @retval -2    `connect` names a node that `pos` or `N` does not have.
+/// @retval -3    `N` does not have 3 rows.
+/// @retval -199  memory is exhausted.
+///
+/// A negative status leaves `pos` as it was. Cost: that of the offset by a distance along given vectors.
 /// @snippet examples/normals.cpp offset_by_tensor
 ZEL_TESSEL2D_API int offset(dense2D<double>& pos, const dense2D<unsigned>& connect,
                             const dense2D<double>& N, const symmetric_fixed<double, 3>& M);
 
 /// Moves the nodes of a surface in space along its own normals: those at the nodes, unit vectors weighted
-/// by area. A positive `d` leads to the side from which the elements turn counter-clockwise.
+/// by area.
 ///
-/// @param connect  3 x E or 4 x E node numbers below the columns of `pos`.
+/// @param[in,out] pos  3 x N coordinates, one node per column. Each node that `connect` names moves once.
+/// @param connect  3 x E node numbers below N, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle.
+/// @param d        distance in the unit of `pos`. Above 0 it leads to the side from which the elements
+///                 turn counterclockwise. 0: nothing to do, whatever the other arguments are.
 ///
 /// @retval 0     done, or nothing to do (`connect` is empty or `d` is 0).
 /// @retval -1    `pos` does not have 3 rows.
 /// @retval -2    `pos` holds no node.
 /// @retval -3    `connect` has neither 3 nor 4 rows or names a node that does not exist.
 /// @retval -199  memory is exhausted.
+///
 /// A negative status leaves `pos` as it was. A node whose elements have no area stays.
+///
+/// Cost: that of `normals` at the nodes and of the offset along given vectors.
 /// @snippet examples/normals.cpp offset
 ZEL_TESSEL2D_API int offset(dense2D<double>& pos, const dense2D<unsigned>& connect, double d);
 
-/// The same by a tensor times the normals. Statuses are those of the offset by a distance.
+/// Moves the nodes of a surface in space by a tensor times its own normals: those at the nodes, unit
+/// vectors weighted by area. A tensor of zeros is no exception.
+///
+/// @param[in,out] pos  3 x N coordinates, one node per column. Each node that `connect` names moves once.
+/// @param connect  3 x E node numbers below N, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle.
+/// @param M        3 x 3, packed as a00, a01, a11, a02, a12, a22.
+///
+/// @retval 0     done, or nothing to do (`connect` is empty).
+/// @retval -1    `pos` does not have 3 rows.
+/// @retval -2    `pos` holds no node.
+/// @retval -3    `connect` has neither 3 nor 4 rows or names a node that does not exist.
+/// @retval -199  memory is exhausted.
+///
+/// A negative status leaves `pos` as it was. A node whose elements have no area stays.
+///
+/// Cost: that of `normals` at the nodes and of the offset along given vectors.
+/// @snippet examples/normals.cpp offset_by_tensor
 ZEL_TESSEL2D_API int offset(dense2D<double>& pos, const dense2D<unsigned>& connect,
                             const symmetric_fixed<double, 3>& M);
 
@@ -127,7 +169,8 @@ ZEL_TESSEL2D_API int offset(dense2D<double>& pos, const dense2D<unsigned>& conne
 ///
 /// @param[in,out] pos  3 x nods0 coordinates. Gets one column per node of the copy; present columns keep
 ///                 their values.
-/// @param connect  3 x E or 4 x E node numbers as for `offset`. With another number of rows no node is
+/// @param connect  3 x E node numbers, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle; 0xFFFFFFFF in
+///                 another row has no node to copy. With another number of rows no node is
 ///                 copied, and `connect_out` is a plain copy.
 /// @param N        3 rows, column j is the vector of node j. It may share its storage with `pos`, or be
 ///                 `pos`.
@@ -141,6 +184,7 @@ ZEL_TESSEL2D_API int offset(dense2D<double>& pos, const dense2D<unsigned>& conne
 /// @retval -2    `connect` names a node that `pos` or `N` does not have.
 /// @retval -3    `N` does not have 3 rows.
 /// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
 /// A negative status leaves `pos` as it was and `connect_out` empty. So is `connect_out` when `connect`
 /// is empty.
 ///
@@ -153,9 +197,29 @@ ZEL_TESSEL2D_API int copy_with_offset(dense2D<double>& pos, const dense2D<unsign
 
 /// Appends a copy of a surface in space that is moved by a tensor times given vectors, M*N(:, j).
 ///
-/// Statuses are those of the copy by a distance, but `connect_out` keeps what it held when `connect` is
-/// empty, an argument is unusable, or memory runs out early. When it runs out in the last step,
-/// `connect_out` holds the elements of the copy and `pos` lacks its nodes.
+/// The copy is numbered as by the copy along given vectors by a distance.
+///
+/// @param[in,out] pos  3 x nods0 coordinates. Gets one column per node of the copy; present columns keep
+///                 their values.
+/// @param connect  3 x E node numbers, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle. With another
+///                 number of rows no node is copied, and `connect_out` is a plain copy.
+/// @param N        3 rows, column j is the vector of node j. It may share its storage with `pos`, or be
+///                 `pos`.
+/// @param M        3 x 3, packed as a00, a01, a11, a02, a12, a22.
+/// @param[out] connect_out  the elements of the copy in the order and with the orientation of `connect`,
+///                 0xFFFFFFFF where that has it. What it held is dropped. It may be `connect` itself.
+///
+/// @retval 0     done, or nothing to do (`connect` is empty; then `connect_out` stays as it was).
+/// @retval -1    `pos` does not have 3 rows.
+/// @retval -2    `connect` names a node that `pos` or `N` does not have.
+/// @retval -3    `N` does not have 3 rows.
+/// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
+/// A negative status leaves `pos` as it was. `connect_out` keeps what it held too, unless memory runs out
+/// in the last step: then it holds the elements of the copy and `pos` lacks their nodes.
+///
+/// Cost: proportional to the elements, and one number per node of `pos` of memory besides the outputs,
+/// or, if the elements are few beside the nodes, for each node named.
 /// @snippet examples/normals.cpp copy_with_offset_by_tensor
 ZEL_TESSEL2D_API int copy_with_offset(dense2D<double>& pos, const dense2D<unsigned>& connect,
                                       const dense2D<double>& N, const symmetric_fixed<double, 3>& M,
@@ -163,14 +227,54 @@ ZEL_TESSEL2D_API int copy_with_offset(dense2D<double>& pos, const dense2D<unsign
 
 /// Appends a copy of a surface in space that is moved along its own normals: a parallel surface.
 ///
-/// The normals are those of `offset` without vectors, and so are the statuses. A negative one leaves
-/// `pos` as it was and `connect_out` empty.
+/// The normals are those at the nodes, unit vectors weighted by area. The copy is numbered as by the copy
+/// along given vectors.
+///
+/// @param[in,out] pos  3 x nods0 coordinates. Gets one column per node of the copy; present columns keep
+///                 their values.
+/// @param connect  3 x E node numbers below nods0, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle.
+/// @param d        distance in the unit of `pos`. Above 0 it leads to the side from which the elements
+///                 turn counterclockwise; 0 makes a coincident copy.
+/// @param[out] connect_out  the elements of the copy in the order and with the orientation of `connect`,
+///                 0xFFFFFFFF where that has it. What it held is dropped. It may be `connect` itself.
+///
+/// @retval 0     done, or nothing to do (`connect` is empty).
+/// @retval -1    `pos` does not have 3 rows.
+/// @retval -2    `pos` holds no node.
+/// @retval -3    `connect` has neither 3 nor 4 rows or names a node that does not exist.
+/// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
+/// A negative status leaves `pos` as it was and `connect_out` empty. So is `connect_out` when `connect`
+/// is empty. A node whose elements have no area is copied in its place.
+///
+/// Cost: that of `normals` at the nodes and of the copy along given vectors.
 /// @snippet examples/normals.cpp copy_with_offset
 ZEL_TESSEL2D_API int copy_with_offset(dense2D<double>& pos, const dense2D<unsigned>& connect,
                                       double d, dense2D<unsigned>& connect_out);
 
-/// The same by a tensor times the normals. After a negative status `connect_out` is what it is for the
-/// copy by a tensor times given vectors.
+/// Appends a copy of a surface in space that is moved by a tensor times its own normals.
+///
+/// The normals are those at the nodes, unit vectors weighted by area. The copy is numbered as by the copy
+/// along given vectors.
+///
+/// @param[in,out] pos  3 x nods0 coordinates. Gets one column per node of the copy; present columns keep
+///                 their values.
+/// @param connect  3 x E node numbers below nods0, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle.
+/// @param M        3 x 3, packed as a00, a01, a11, a02, a12, a22.
+/// @param[out] connect_out  the elements of the copy in the order and with the orientation of `connect`,
+///                 0xFFFFFFFF where that has it. What it held is dropped. It may be `connect` itself.
+///
+/// @retval 0     done, or nothing to do (`connect` is empty; then `connect_out` stays as it was).
+/// @retval -1    `pos` does not have 3 rows.
+/// @retval -2    `pos` holds no node.
+/// @retval -3    `connect` has neither 3 nor 4 rows or names a node that does not exist.
+/// @retval -199  memory is exhausted, or the nodes outgrow 32-bit numbers.
+///
+/// A negative status leaves `pos` as it was. `connect_out` keeps what it held too, unless memory runs out
+/// in the last step: then it holds the elements of the copy and `pos` lacks their nodes.
+///
+/// Cost: that of `normals` at the nodes and of the copy along given vectors.
+/// @snippet examples/normals.cpp copy_with_offset_by_tensor
 ZEL_TESSEL2D_API int copy_with_offset(dense2D<double>& pos, const dense2D<unsigned>& connect,
                                       const symmetric_fixed<double, 3>& M,
                                       dense2D<unsigned>& connect_out);

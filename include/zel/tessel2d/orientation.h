@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// Elements turned over, one orientation for a whole surface, and quadrilaterals that have collapsed.
 #pragma once
 
 #include "zel/dense.h"
@@ -12,11 +12,13 @@
 /// k of element e, or 0xFFFFFFFF. Edge k of a triangle lies opposite corner k, edge k of a
 /// quadrilateral runs from corner k to the next one:
 ///
+/// @verbatim
 ///          2                3---2---2
 ///         / \               |       |
 ///        1   0              3       1
 ///       /     \             |       |
 ///      0---2---1            0---0---1
+/// @endverbatim
 ///
 /// Row 3 of a triangle in a mixed mesh is 0xFFFFFFFF. Views with a leading dimension larger than
 /// their rows are fine everywhere.
@@ -24,9 +26,11 @@ namespace zel::tessel2d {
 
 /// Turns all elements over: nodes 0 and 2 of each column change places.
 ///
+/// @verbatim
 ///         2            0            3---2           3---0
 ///        / \    ->    / \           |   |    ->     |   |
 ///       0---1        2---1          0---1           2---1
+/// @endverbatim
 ///
 /// @param[in,out] connect  3 x E or 4 x E node numbers, triangles and quadrilaterals in any mix. A
 ///                         matrix with more rows is treated in the same way, which leaves the mid-side
@@ -66,13 +70,16 @@ ZEL_TESSEL2D_API int flip(dense2D<unsigned>& connect, element_type type);
 ///                           ELEMENT_FACE with 4, 8 or 9 rows. For ELEMENT_Q8, ELEMENT_Q9 and all other
 ///                           kinds its rows are not looked at and it stays as it is: ask with
 ///                           ELEMENT_FACE to have the neighbours of quadratic quadrilaterals follow.
-/// @param type               as above. Whether a column holds a triangle is told by row 3 of a 4-row
-///                           matrix, and by row 6 of the turned column in one of 8 or 9 rows.
+/// @param type               ELEMENT_T3, ELEMENT_T6, ELEMENT_Q4, ELEMENT_Q8, ELEMENT_Q9, or ELEMENT_FACE
+///                           for what the rows of `connect` tell. A column holds a triangle if row 3 of a
+///                           4-row matrix is 0xFFFFFFFF, or row 6 of the turned column in one of 8 or 9
+///                           rows.
 ///
 /// @retval 0   done, or nothing to do (`connect` has no columns).
 /// @retval -2  `neighbors` has another number of columns than `connect`, or rows that do not suit the
 ///             kind; or `type` is ELEMENT_FACE and `connect` has other rows than 3, 4, 6, 8 and 9.
 /// @retval -3  the rows of `connect` do not suit `type`.
+///
 /// A negative status leaves both as they were.
 ///
 /// Cost: one pass over the columns of each matrix. No memory is needed.
@@ -117,11 +124,15 @@ ZEL_TESSEL2D_API int mesh_reorient(dense2D<unsigned>& connect, dense2D<unsigned>
 
 /// Turns quadrilaterals with a collapsed edge into triangles, in place.
 ///
-///       3                              A column (a, a, c, d) becomes (a, c, d, -), (a, b, b, d)
-///       | \          2                 becomes (a, b, d, -), and (a, b, c, c) and (a, b, c, a)
-///       |  \   ->    | \               become (a, b, c, -), where - is 0xFFFFFFFF. The first of
-///       0===1--2     0---1             these that fits is applied, so that four equal nodes
-///                                      become (a, a, a, -).
+/// @verbatim
+///       3                      (a, a, c, d)  becomes  (a, c, d, -)
+///       | \          2         (a, b, b, d)  becomes  (a, b, d, -)
+///       |  \   ->    | \       (a, b, c, c)  becomes  (a, b, c, -)
+///       0===1--2     0---1     (a, b, c, a)  becomes  (a, b, c, -)
+/// @endverbatim
+///
+/// Here - stands for 0xFFFFFFFF. The first line that fits is applied, so that four equal nodes become
+/// (a, a, a, -).
 ///
 /// Only neighbouring corners are compared; opposite corners that are the same node stay. Columns that
 /// hold 0xFFFFFFFF are left alone.
@@ -142,11 +153,13 @@ ZEL_TESSEL2D_API int convert_degenerated_Q4(dense2D<unsigned>& connect);
 /// 5 of its column; the mid-side node of the collapsed edge and the centre are dropped, and the other
 /// rows take 0xFFFFFFFF.
 ///
+/// @verbatim
 ///     collapsed edge   corners      mid-side nodes, by the rows that held them
 ///     0-1              n0, n2, n3   6, 7, 5
 ///     1-2              n0, n1, n3   6, 7, 4
 ///     2-3              n0, n1, n2   5, 7, 4
 ///     3-0              n0, n1, n2   5, 6, 4
+/// @endverbatim
 ///
 /// @param[in,out] connect  4 x E, 8 x E or 9 x E node numbers. Columns that hold 0xFFFFFFFF in any row
 ///                         are left alone.
