@@ -25,7 +25,7 @@ struct around {
 /// of its own and reads inputs that all calls share and none changes, so it may run on any number of
 /// threads at once.
 struct call {
-    std::string function; ///< as in docs/functions.md
+    std::string function; ///< as in functions.txt
     std::string options;  ///< tells apart the calls of one function
     std::function<outcome(const around&)> run;
 
@@ -72,7 +72,7 @@ calls_of_function<Signature> calls_of(std::vector<call>& calls, const char* name
     return {calls, name + parameters_of(function), function};
 }
 
-/// The same for the members of a class, which share one row of docs/functions.md.
+/// The same for the members of a class, which share one line of functions.txt.
 struct calls_of_class {
     std::vector<call>& calls;
     std::string name;

@@ -1,7 +1,7 @@
 // zel tessel2d: planar and surface mesh tools.
 #pragma once
 
-// Parameter lists as docs/functions.md spells them, from the type of the function itself.
+// Parameter lists as functions.txt spells them, from the type of the function itself.
 #include "zel/dense.h"
 #include "zel/element_type.h"
 #include "zel/tessel.h"

@@ -18,33 +18,19 @@ area = "zel::tessel2d::area(zel::dense2D<unsigned int> const&, zel::dense2D<doub
 area_row = "area(const dense2D<unsigned>&, const dense2D<double>&, double&)"
 
 project = {
-    "include/m.h": "/// Like perimeter().\nint area(int);\n",
+    "include/m.h": "namespace zel::tessel2d {\n/// Measures. And more.\n/// @snippet examples/e.cpp first\n"
+                   "ZEL_TESSEL2D_API int area(int);\n/// Like area().\nint angle(int);\n}\n",
     "tests/a/CMakeLists.txt": "zel_add_tests(a area_test.cpp) # other_test.cpp\n",
     "tests/a/area_test.cpp": "TEST(Area, OfASquare) { area(); }\nTEST_F(Area, ExhaustedMemory) {}\n",
-    "tests/a/other_test.cpp": "TEST(Area, OfASquare) { area(); }\n",
+    "tests/a/other_test.cpp": "TEST(Angle, OfASquare) { angle(); }\n",
     "fuzz/CMakeLists.txt": "zel_add_fuzzer(a)\n",
     "fuzz/a_fuzz.cpp": "area();\n",
     "bench/CMakeLists.txt": "zel_add_benchmark(a)\n",
     "bench/a_bench.cpp": "void area_flat() { area(); }\nBENCHMARK(area_flat)->Range(8, 64);\n",
     "examples/CMakeLists.txt": "zel_add_example(e)\n",
-    "examples/e.cpp": "//! [first]\narea();\n//! [first]\n//! [second]\nlength();\n//! [second]\n"
-                      "//! [third]\narea();\n",
+    "examples/e.cpp": "//! [zeroth]\narea();\n//! [zeroth]\n//! [first]\narea();\n//! [first]\n"
+                      "//! [second]\nlength(); // area\n//! [second]\n//! [third]\narea();\n",
 }
-
-good = {
-    "function": f"`{area_row}`",
-    "header": "`include/m.h`",
-    "test": "`tests/a/area_test.cpp: Area`",
-    "memory-failure test": "`tests/a/area_test.cpp: Area.ExhaustedMemory`",
-    "fuzz driver": "`fuzz/a_fuzz.cpp`",
-    "benchmark": "`bench/a_bench.cpp: area`",
-    "example": "`examples/e.cpp: first`",
-}
-
-
-def page(*rows, section="Measures"):
-    lines = [f"## {section}", "", "| " + " | ".join(checker.columns) + " |", "|---" * 7 + "|"]
-    return "\n".join(lines + ["| " + " | ".join(row.values()) + " |" for row in rows]) + "\n"
 
 
 class names(unittest.TestCase):
@@ -81,94 +67,100 @@ class names(unittest.TestCase):
                          "guard variable for zel::tessel2d::f()::cache", "zel::tessel2d::limit")
 
 
-class pages(unittest.TestCase):
+class functions(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.TemporaryDirectory()
         self.addCleanup(self.folder.cleanup)
         self.root = Path(self.folder.name)
         for name, text in project.items():
-            (self.root / name).parent.mkdir(parents=True, exist_ok=True)
-            (self.root / name).write_text(text, encoding="utf-8")
+            self.write(name, text)
 
-    def problems(self, text, symbols=(area,)):
-        return checker.check_page(text, list(symbols), checker.sources(self.root))
+    def write(self, name, text):
+        (self.root / name).parent.mkdir(parents=True, exist_ok=True)
+        (self.root / name).write_text(text, encoding="utf-8")
 
-    def expect_problem(self, words, **cells):
-        found = self.problems(page({**good, **{k.replace("_", " "): v for k, v in cells.items()}}))
+    def problems(self, symbols=(area,), listed=None, by_hand="", page=None):
+        files = checker.sources(self.root)
+        rows = checker.all_rows(files, symbols)
+        if page is None:
+            page = f"{checker.begin_mark}\n{checker.index(files, rows)}{checker.end_mark}\n{by_hand}"
+        return checker.check(files, rows, [area_row] if listed is None else listed, page)
+
+    def expect_problem(self, words, **options):
+        found = self.problems(**options)
         self.assertEqual(1, len(found), found)
         self.assertIn(words, found[0])
 
-    def test_good_page_passes(self):
-        self.assertEqual([], self.problems(page(good)))
+    def test_good_project_passes(self):
+        self.assertEqual([], self.problems())
 
-    def test_several_places_in_a_cell(self):
-        cell = "`tests/a/area_test.cpp: Area.OfASquare`<br>`tests/a/area_test.cpp: Area`"
-        self.assertEqual([], self.problems(page({**good, "test": cell})))
-        self.expect_problem("no test Volume", test=cell + "<br>`tests/a/area_test.cpp: Volume`")
+    def test_the_list_holds_what_is_exported_and_nothing_else(self):
+        self.expect_problem("not in functions.txt: area(", listed=[])
+        self.expect_problem("no such function is exported: angles()", listed=[area_row, "angles()"])
 
-    def test_function_without_row(self):
-        found = self.problems(page(good), [area, "zel::tessel2d::angles(double)"])
-        self.assertEqual(["no row for angles(double)"], found)
+    def test_declaration(self):
+        self.write("include/m.h", "namespace zel::tessel2d {\n// ZEL_TESSEL2D_API int area(int);\n"
+                                  "ZEL_TESSEL2D_API int angle(int area);\n}\n")
+        self.expect_problem("no header")
 
-    def test_row_without_function(self):
-        found = self.problems(page(good), ["zel::tessel2d::area(double)"])
-        self.assertEqual(2, len(found))
-        self.assertIn("no exported function", found[0])
+    def test_declaration_in_another_namespace(self):
+        self.write("include/m.h", "namespace zel::tessel {\nZEL_TESSEL2D_API int area(int);\n}\n")
+        self.expect_problem("no header")
 
-    def test_two_rows_for_one_function(self):
-        found = self.problems(page(good, good))
-        self.assertEqual(1, len(found))
-        self.assertIn("already", found[0])
-
-    def test_missing_cell(self):
-        found = self.problems(page({k: v for k, v in good.items() if k != "header"}))
-        self.assertIn("6 cells", found[0])
-
-    def test_dash_only_where_allowed(self):
-        for column in checker.columns[1:]:
-            found = self.problems(page({**good, column: "-"}))
-            self.assertEqual(1, len(found), column)
-            self.assertIn("not allowed", found[0])
-
-    def test_own_function_among_the_services(self):
-        found = self.problems(page(good, section=checker.services))
-        self.assertIn("does not belong", found[0])
-
-    def test_empty_cell(self):
-        self.expect_problem("not of the form", test="")
-
-    def test_header_without_the_declaration(self):
-        self.expect_problem("does not exist", header="`include/n.h`")
-        (self.root / "include/m.h").write_text("// area\n", encoding="utf-8")
-        self.expect_problem("does not declare")
-
-    def test_test_that_does_not_exist(self):
-        self.expect_problem("no test Areas", test="`tests/a/area_test.cpp: Areas`")
-        self.expect_problem("no test Area.OfACircle", test="`tests/a/area_test.cpp: Area.OfACircle`")
-        self.expect_problem("does not exist", test="`tests/a/no_test.cpp: Area`")
+    def test_test(self):
+        self.write("tests/a/area_test.cpp", "TEST(Area, ExhaustedMemory) {} // area()\n")
+        self.assertEqual(["test", "memory-failure test"], [p.split(": no ")[1] for p in self.problems()])
 
     def test_test_that_is_not_built(self):
-        self.expect_problem("is not built", test="`tests/a/other_test.cpp: Area`")
+        self.write("tests/a/CMakeLists.txt", "zel_add_tests(a other_test.cpp) # area_test.cpp\n")
+        self.assertEqual(2, len(self.problems()))
 
-    def test_memory_test_must_be_one(self):
-        self.expect_problem("named for memory",
-                            **{"memory-failure test": "`tests/a/area_test.cpp: Area.OfASquare`"})
+    def test_memory_test(self):
+        self.write("tests/a/area_test.cpp", "TEST(Area, OfASquare) { area(); }\n")
+        self.expect_problem("no memory-failure test")
 
-    def test_benchmark_that_does_not_exist(self):
-        self.expect_problem("no benchmark are", benchmark="`bench/a_bench.cpp: are`")
+    def test_fuzz_driver(self):
+        self.write("fuzz/a_fuzz.cpp", "areas(); // area\n")
+        self.expect_problem("no fuzz driver")
 
-    def test_snippet(self):
-        self.expect_problem("no snippet", example="`examples/e.cpp: fourth`")
-        self.expect_problem("no snippet", example="`examples/e.cpp: third`")
-        self.expect_problem("does not call", example="`examples/e.cpp: second`")
+    def test_benchmark(self):
+        self.write("bench/a_bench.cpp", "void areas() { area(); }\nBENCHMARK(areas);\n")
+        self.expect_problem("no benchmark")
+
+    def test_example(self):
+        self.write("examples/e.cpp", "//! [second]\nlength(); // area\n//! [second]\n//! [third]\narea();\n")
+        found = self.problems()
+        self.assertIn(f"{area_row}: no example", found)
+
+    def test_own_function_and_service_may_go_without_different_things(self):
+        for name in ["tests/a/area_test.cpp", "fuzz/a_fuzz.cpp", "bench/a_bench.cpp"]:
+            self.write(name, "")
+        self.write("include/m.h", "namespace zel::tessel2d {\nZEL_TESSEL2D_API int area(int);\n}\n"
+                                  "namespace zel::tessel {\nZEL_TESSEL2D_API int area(int);\n}\n")
+        self.assertEqual(4, len(self.problems()))
+        self.expect_problem("no test", symbols=["zel::tessel::area(int)"], listed=["tessel::area(int)"])
+
+    def test_index_has_first_sentence_header_and_the_example_of_the_comment(self):
+        files = checker.sources(self.root)
+        self.assertIn("| `area` | Measures | [m.h](../include/m.h) | [e.cpp](../examples/e.cpp) `first` |",
+                      checker.index(files, checker.all_rows(files, [area])).replace("include/m.h](", "m.h]("))
+
+    def test_index_that_is_not_up_to_date(self):
+        self.expect_problem("not up to date", page=f"{checker.begin_mark}\n{checker.end_mark}\n")
+
+    def test_companions(self):
+        row = "| `host::area` | measures | [m.h](../include/m.h) | [e.cpp](../examples/e.cpp) `first` |\n"
+        self.assertEqual([], self.problems(by_hand=row))
+        self.assertEqual([], self.problems(by_hand=row.replace("[e.cpp](../examples/e.cpp) `first`", "-")))
+        self.expect_problem("file that exists", by_hand=row.replace("include/m.h", "include/n.h"))
+        self.expect_problem("no snippet third", by_hand=row.replace("first", "third"))
+        self.expect_problem("does not mention areas",
+                            by_hand=row.replace("area`", "areas`").replace("[e.cpp](../examples/e.cpp) `first`", "-"))
+        self.expect_problem("3 cells", by_hand=row.replace(" measures |", ""))
 
     def test_snippets_that_headers_refer_to(self):
-        files = checker.sources(self.root)
-        self.assertEqual([], checker.check_header_snippets(files, ["include/m.h"]))
-        (self.root / "include/k.h").write_text("/// @snippet examples/e.cpp first\n"
-                                               "/// @snippet examples/e.cpp fifth\n")
-        self.assertEqual(["include/k.h: no snippet fifth in examples/e.cpp"],
-                         checker.check_header_snippets(files, ["include/k.h"]))
+        self.write("include/k.h", "/// @snippet examples/e.cpp first\n/// @snippet examples/e.cpp fifth\n")
+        self.expect_problem("include/k.h: no snippet fifth in examples/e.cpp")
 
 
 if __name__ == "__main__":
