@@ -1,10 +1,10 @@
-# zel_restrict_exported_symbols(<target>): a shared library that exports symbols of namespace zel only
-# and leaves none undefined that its own dependencies do not provide.
-function(zel_restrict_exported_symbols target)
+# zel_restrict_exported_symbols(<target> <map>): a shared library that exports only the symbols that the
+# version script allows, a file below the root of the project, and leaves none undefined that its own dependencies do not provide.
+function(zel_restrict_exported_symbols target map)
   if(WIN32 OR APPLE)
     return()
   endif()
-  set(script "${PROJECT_SOURCE_DIR}/cmake/exported_symbols.map")
+  set(script "${PROJECT_SOURCE_DIR}/${map}")
   target_link_options(${target} PRIVATE "LINKER:--version-script=${script}")
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${script}")
   if(NOT ZEL_SANITIZE)

@@ -18,3 +18,14 @@ function(zel_own_code target)
   endif()
   target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 endfunction()
+
+# zel_no_fused_instructions(<target>): for what is built into a library.
+#
+# In spite of -ffp-contract=off gcc fuses where it vectorises (a*b - c, d*e + f) for a processor that adds
+# and subtracts in turn. So it is told that the library runs without such instructions; nothing else needs
+# them. Those of AVX-512 go only with the rest of it.
+function(zel_no_fused_instructions target)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$")
+    target_compile_options(${target} PRIVATE -mno-fma -mno-fma4 -mno-avx512f)
+  endif()
+endfunction()

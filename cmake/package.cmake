@@ -8,28 +8,37 @@ set(zel_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/tessel2d")
 
 # -- headers --------------------------------------------------------------------------------------
 
-# Everything below include/ is public, and nothing else is.
+# Everything below include/ is public, and nothing else is. Headers of companions that are not built stay
+# away.
+set(zel_without "")
+if(NOT ZEL_BUILD_HOST)
+  list(APPEND zel_without REGEX "/zel/host(\\.h)?$" EXCLUDE)
+endif()
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/zel" DESTINATION "${zel_include_root}"
-        FILES_MATCHING PATTERN "*.h")
+        FILES_MATCHING PATTERN "*.h" ${zel_without})
 
 # -- libraries ------------------------------------------------------------------------------------
 
-# Two export sets: who links the shared library must not be asked for LAPACK.
-foreach(kind IN ITEMS shared static)
-  if(kind STREQUAL "shared")
-    set(library zel_tessel2d)
-  else()
-    set(library zel_tessel2d_static)
-  endif()
+# zel_install_library(<target> <export set>)
+function(zel_install_library library set)
   install(
     TARGETS ${library}
-    EXPORT tessel2d-${kind}-targets
+    EXPORT tessel2d-${set}-targets
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     INCLUDES DESTINATION "${zel_include_root}")
-  install(EXPORT tessel2d-${kind}-targets NAMESPACE zel:: DESTINATION "${zel_config_dir}")
-endforeach()
+  install(EXPORT tessel2d-${set}-targets NAMESPACE zel:: DESTINATION "${zel_config_dir}")
+endfunction()
+
+# An export set for each: who links the shared library must not be asked for LAPACK, and nobody for a
+# companion that he does not use.
+zel_install_library(zel_tessel2d shared)
+zel_install_library(zel_tessel2d_static static)
+if(ZEL_BUILD_HOST)
+  zel_install_library(zel_tessel2d_host host)
+  zel_install_library(zel_tessel2d_host_static host-static)
+endif()
 
 # -- CMake ----------------------------------------------------------------------------------------
 
@@ -75,6 +84,13 @@ endif()
 string(APPEND zel_pc_libs_private " -lstdc++ -lm")
 string(STRIP "${zel_pc_libs_private}" zel_pc_libs_private)
 
-configure_file("${PROJECT_SOURCE_DIR}/cmake/zel-tessel2d.pc.in"
-               "${PROJECT_BINARY_DIR}/zel-tessel2d.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/zel-tessel2d.pc" DESTINATION "${zel_pc_dir}")
+# zel_install_pc(<name>): from cmake/<name>.pc.in.
+function(zel_install_pc name)
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${zel_pc_dir}")
+endfunction()
+
+zel_install_pc(zel-tessel2d)
+if(ZEL_BUILD_HOST)
+  zel_install_pc(zel-tessel2d-host)
+endif()

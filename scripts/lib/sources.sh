@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Which C++ files are ours. To be sourced; paths are relative to the root of the project.
 
-library_folders=(include src)
+library_folders=(include src host)
 other_folders=(tests fuzz bench examples)
 
 # all_sources: every C++ file, one per line.

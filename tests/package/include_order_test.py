@@ -2,7 +2,9 @@
 """Reads the include lines of the library and proves that its arrows go one way.
 
 A public header includes public headers only. A source or private header of a room includes public headers,
-its own room, and the rooms that stand before its own in `rooms`; no family includes another family.
+its own room, and the rooms that stand before its own in `rooms`; no family includes another family. Companions
+stand outside: they include public headers, private ones of any room, and their own as "companion/file.h".
+Nothing of the library includes a companion, and no companion another one.
 """
 
 import re
@@ -14,6 +16,7 @@ root = Path(__file__).resolve().parents[2]
 
 rooms = ["foundation", "geometry", "metrics", "tessel", "tessel1d"]
 families = ["generators", "extrusion", "normals", "conversion", "measures", "location"]
+companions = ["host"]
 
 include = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.M)
 
@@ -29,22 +32,36 @@ def allowed(room):
     return rooms[: rooms.index(room) + 1]
 
 
-def problems_of(path, text):
-    """What is wrong with the include lines of a file, told by its path below the root."""
+def companion_of(path):
+    """The companion that a file belongs to, or None: host/a.cpp, include/zel/host/a.h, include/zel/host.h."""
     parts = Path(path).parts
-    found = []
-    for name in included(text):
-        target = name.split("/")[0]
-        if target == "zel":
-            if not (root / "include" / name).is_file():
-                found.append(f"{path}: {name} does not exist")
-        elif parts[0] == "include":
-            found.append(f"{path}: a public header includes the private {name}")
-        elif target not in allowed(parts[1]):
-            found.append(f"{path}: {parts[1]} must not include {name}")
-        elif not (root / "src" / name).is_file():
-            found.append(f"{path}: {name} does not exist")
-    return found
+    name = parts[2].removesuffix(".h") if parts[0] == "include" and len(parts) > 2 else parts[0]
+    return name if name in companions else None
+
+
+def problem_of(path, name):
+    """What is wrong with a file that includes `name`, or None. The file is told by its path below the root."""
+    room, target = Path(path).parts[:2], name.split("/")[0]
+    own = companion_of(path)
+    if target == "zel":
+        other = companion_of(f"include/{name}")
+        if not (root / "include" / name).is_file():
+            return f"{path}: {name} does not exist"
+        if other and other != own:
+            return f"{path}: only {other} itself includes {name}"
+    elif room[0] == "include":
+        return f"{path}: a public header includes the private {name}"
+    elif target == own:
+        return None if (root / name).is_file() else f"{path}: {name} does not exist"
+    elif target not in (rooms + families if own else allowed(room[1])):
+        return f"{path}: {own or room[1]} must not include {name}"
+    elif not (root / "src" / name).is_file():
+        return f"{path}: {name} does not exist"
+    return None
+
+
+def problems_of(path, text):
+    return [problem for problem in (problem_of(path, name) for name in included(text)) if problem]
 
 
 class IncludeOrder(unittest.TestCase):
@@ -53,7 +70,7 @@ class IncludeOrder(unittest.TestCase):
         self.assertEqual(folders, {*rooms, *families})
 
     def test_arrows_go_one_way(self):
-        files = [p for folder in ("include", "src") for suffix in ("*.h", "*.cpp")
+        files = [p for folder in ("include", "src", *companions) for suffix in ("*.h", "*.cpp")
                  for p in (root / folder).rglob(suffix)]
         self.assertGreater(len(files), 80)
         problems = [problem for p in sorted(files)
@@ -69,6 +86,14 @@ class IncludeOrder(unittest.TestCase):
             ("src/location/a.cpp", '#include "location/no_such_file.h"'),
             ("include/zel/a.h", '#include "foundation/call_frame.h"'),
             ("include/zel/a.h", '#include "zel/no_such_file.h"'),
+            ("include/zel/a.h", '#include "zel/host/export.h"'),
+            ("include/zel/tessel2d/a.h", '#include "zel/host.h"'),
+            ("include/zel/host/a.h", '#include "foundation/call_frame.h"'),
+            ("include/zel/host/a.h", '#include "host/sides.h"'),
+            ("src/location/a.cpp", '#include "host/sides.h"'),
+            ("src/location/a.cpp", '#include "zel/host/adjacency.h"'),
+            ("host/a.cpp", '#include "host/no_such_file.h"'),
+            ("host/a.cpp", '#include "tests/support/checks.h"'),
         ]
         for path, text in wrong:
             self.assertEqual(len(problems_of(path, text)), 1, (path, text))
@@ -79,6 +104,9 @@ class IncludeOrder(unittest.TestCase):
             ("src/geometry/a.h", '#include "foundation/call_frame.h"\n#include <cmath>'),
             ("src/location/a.cpp", '#include "location/locate.h"\n#include "metrics/blend.h"'),
             ("include/zel/a.h", '#include "zel/dense.h"'),
+            ("include/zel/host.h", '#include "zel/host/adjacency.h"'),
+            ("include/zel/host/a.h", '#include "zel/dense.h"\n#include "zel/host/export.h"'),
+            ("host/a.cpp", '#include "host/sides.h"\n#include "location/locate.h"'),
         ]
         for path, text in right:
             self.assertEqual(problems_of(path, text), [], (path, text))

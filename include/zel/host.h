@@ -1,0 +1,6 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+/// Host tools: what a program around the library needs besides the functions on meshes. They stand in a
+/// library of their own, `zel::tessel2d_host`, which uses the other one and is unknown to it.
+#include "zel/host/adjacency.h"

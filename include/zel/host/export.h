@@ -1,0 +1,18 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+/// Marks what the library of host tools exports. Everything else is built with hidden visibility.
+///
+/// ZEL_TESSEL2D_HOST_BUILD is defined while that library itself is compiled, ZEL_TESSEL2D_STATIC by the
+/// users of the static libraries; the CMake targets and the pkg-config file set what is needed.
+#if defined(_WIN32) && !defined(ZEL_TESSEL2D_STATIC)
+#if defined(ZEL_TESSEL2D_HOST_BUILD)
+#define ZEL_TESSEL2D_HOST_API __declspec(dllexport)
+#else
+#define ZEL_TESSEL2D_HOST_API __declspec(dllimport)
+#endif
+#elif defined(__GNUC__)
+#define ZEL_TESSEL2D_HOST_API __attribute__((visibility("default")))
+#else
+#define ZEL_TESSEL2D_HOST_API
+#endif
