@@ -178,6 +178,12 @@ void mesh_picture::add_dot(const point& p, double radius, const colour& fill, do
     shapes.push_back({shape_kind::spot, {project(p)}, depth(p) + lift, fill, fill, radius, 1});
 }
 
+void mesh_picture::add_label(const point& p, const std::string& words, double size,
+                             const colour& fill, double lift) {
+    shapes.push_back(
+        {shape_kind::label, {project(p)}, depth(p) + lift, fill, fill, size, 1, words});
+}
+
 void mesh_picture::set_legend(const colour_map& map, const std::string& low,
                               const std::string& high, const std::string& title) {
     legend = &map;
@@ -224,6 +230,10 @@ void mesh_picture::write(const std::filesystem::path& file, double width, double
             break;
         case shape_kind::spot:
             drawing.disc(points[0], s->line_width, s->fill);
+            break;
+        case shape_kind::label:
+            drawing.text({points[0][0], points[0][1] + 0.36 * s->line_width}, s->words,
+                         s->line_width, s->fill);
             break;
         }
     }

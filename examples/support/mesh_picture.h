@@ -55,6 +55,9 @@ public:
     void add_line(const std::vector<point>& points, const colour& line, double line_width,
                   double lift = 0);
     void add_dot(const point& p, double radius, const colour& fill, double lift = 0);
+    /// Words centred on a point, `size` high in the units of the picture.
+    void add_label(const point& p, const std::string& words, double size, const colour& fill,
+                   double lift = 0);
     /// A colour bar below the picture for values from `low` to `high`.
     void set_legend(const colour_map& map, const std::string& low, const std::string& high,
                     const std::string& title);
@@ -64,15 +67,16 @@ public:
                const std::string& title) const;
 
 private:
-    enum class shape_kind { face, line, spot };
+    enum class shape_kind { face, line, spot, label };
     struct shape {
         shape_kind kind;
         std::vector<dot> points; ///< in the units of the mesh, upwards
         double depth;            ///< the larger, the nearer
         colour fill;
         colour line;
-        double line_width; ///< a dot's radius
+        double line_width; ///< a dot's radius, the height of a label
         double opacity;
+        std::string words = {}; ///< of a label
     };
 
     dot project(const point& p) const;

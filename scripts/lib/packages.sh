@@ -12,6 +12,7 @@
     build_packages=(g++ cmake ninja-build liblapack-dev)
     test_packages=(libgtest-dev libgmock-dev pkg-config python3)
     bench_packages=(libbenchmark-dev)
+    manual_packages=(doxygen python3-sphinx python3-breathe python3-myst-parser furo npm)
 }
 
 # has_package <package>: is there what the package is needed for?
@@ -22,6 +23,7 @@ has_package() {
     ninja-build) command -v ninja ;;
     pkg-config) command -v pkg-config ;;
     python3) command -v python3 ;;
+    npm) command -v npm ;;
     clang) command -v clang++ ;;
     libclang-rt-14-dev) has_fuzzer_runtime ;;
     clang-format-14) command -v clang-format-14 ;;
