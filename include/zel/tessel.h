@@ -39,8 +39,8 @@ ZEL_TESSEL2D_API bool check_IDs(const dense1D<unsigned, 8>& ids, unsigned bound)
 /// it. All columns of `pos` take part, also those that no element uses. A node with a NaN is kept.
 ///
 /// @param pos       2 x N or 3 x N coordinates, one node per column.
-/// @param[in,out] connect, connect2  node numbers, of any height. Entries that are not columns of
-///                  `pos`, such as 0xFFFFFFFF, stay.
+/// @param[in,out] connect  node numbers, of any height. Entries that are not columns of `pos`, such as
+///                  0xFFFFFFFF, stay.
 /// @param tolerance the distance below which nodes are one. Zero, a negative number and NaN fuse nodes
 ///                  of equal coordinates only (0 and -0 are equal); infinity fuses all finite nodes.
 /// @param flag      0. Reserved; other values do the same.
@@ -67,8 +67,8 @@ ZEL_TESSEL2D_API int merge(const dense2D<double>& pos, dense2D<unsigned>* first,
 /// their order and all numbers are rewritten accordingly. Nodes in front of `first_node` stay.
 ///
 /// @param[in,out] pos   coordinates, one node per column, of any height; loses columns.
-/// @param[in,out] connect, connect2  node numbers, of any height. Entries that are not columns of
-///                  `pos` on entry, such as 0xFFFFFFFF, stay.
+/// @param[in,out] connect  node numbers, of any height. Entries that are not columns of `pos` on entry,
+///                  such as 0xFFFFFFFF, stay.
 /// @param first_node    the first node that may go. At or above the column count nothing changes.
 ///
 /// @retval 0     done.
