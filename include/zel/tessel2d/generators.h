@@ -24,8 +24,8 @@ namespace zel::tessel2d {
 /// (i, j) is this sum, formed in this order:
 ///
 /// @verbatim
-///     (1 - v)*B[i] + u*B[m+j] + v*B[2m+n-i] + (1 - u)*B[2(m+n)-j] +
-///     (v - 1)(1 - u)*C0 + (v - 1)u*C1 - v u*C2 + (u - 1)v*C3
+///   (1 - v)*B[i] + u*B[m+j] + v*B[2m+n-i] + (1 - u)*B[2(m+n)-j] +
+///   (v - 1)(1 - u)*C0 + (v - 1)u*C1 - v u*C2 + (u - 1)v*C3
 /// @endverbatim
 ///
 /// Nodes that coincide or are not finite need no care: the formula is evaluated as it stands.
