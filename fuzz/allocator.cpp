@@ -15,6 +15,7 @@ std::size_t bytes_alive = 0;
 
 bool in_call = false;
 bool has_failed = false;
+std::size_t failures = 0;
 unsigned allocations = 0;
 zel_fuzz::memory_plan plan;
 
@@ -35,6 +36,7 @@ namespace zel {
 void* __vector_num_alloc(std::size_t bytes) noexcept {
     if (fails(bytes)) {
         has_failed = true;
+        ++failures;
         return nullptr;
     }
     void* const memory = std::malloc(bytes);
@@ -69,6 +71,10 @@ bool end_of_call() {
     in_call = false;
     plan = memory_plan();
     return has_failed;
+}
+
+std::size_t failed_allocations() {
+    return failures;
 }
 
 std::size_t live_blocks() {

@@ -21,6 +21,9 @@ void start_of_call(const memory_plan& plan);
 /// Tells whether an allocation has failed during the call, for whatever reason.
 bool end_of_call();
 
+/// How many allocations of calls have failed since the program began.
+std::size_t failed_allocations();
+
 /// Blocks that live now.
 std::size_t live_blocks();
 

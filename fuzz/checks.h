@@ -11,12 +11,14 @@
 // function runs twice: with the views as they are and with the memory that the input grants, and then
 // on plain copies with memory enough, filled with another pattern. Checked are
 //
-//     - the status: one of those listed, 0, -199, or a count if `any_count` is in the list;
+//     - the status: one of those listed, 0, or a count if `any_count` is in the list; -199 only if an
+//       allocation of the call has failed or the driver has set `in.outgrows`;
 //     - shape of all views: start and ld stay inside of the block;
 //     - elements in front of an output and in the rows beside it: unchanged;
 //     - roles, see below;
 //     - equality of both runs, if no allocation has failed: layout of the arguments, storage that an
-//       input shares with an output, and what fresh memory held make no difference.
+//       input shares with an output, and what fresh memory held make no difference. If one has failed,
+//       the second run must not be refused for want of memory.
 //
 // Where two outputs share a block, only the first two of these are looked at.
 #include "fuzz/allocator.h"
@@ -322,6 +324,7 @@ int call_with(input& in, std::initializer_list<int> statuses, Call&& f, std::ind
             return s == status || (s == any_count && status > 0);
         });
     require(listed, "the status is documented");
+    require(status != -199 || failed || in.outgrows, "-199 tells of an allocation that has failed");
     (require_shape(*arguments.view), ...);
     if (tangled) return status;
 
@@ -355,13 +358,15 @@ int call_with(input& in, std::initializer_list<int> statuses, Call&& f, std::ind
     check_blocks(blocks.numbers);
     check_blocks(blocks.doubles);
 
-    if (failed) return status;
     memory_plan plan;
     plan.pattern = 1;
     if (in.room > plan.bytes) plan.bytes = in.room;
     start_of_call(plan);
     const int again = f(std::get<I>(copies)...);
     if (end_of_call()) return status;
+    require(again != -199 || in.outgrows,
+            "with memory enough a call is not refused for want of it");
+    if (failed) return status;
     require(again == status, "layout, sharing and old memory do not change the status");
     (require_equal(*arguments.view, std::get<I>(copies), arguments.what), ...);
     return status;
@@ -373,7 +378,10 @@ int call(input& in, const char* function, std::initializer_list<int> statuses, C
          const argument<Views>&... arguments) {
     now.function = function;
     now.status = 0;
-    return call_with(in, statuses, f, std::index_sequence_for<Views...>(), arguments...);
+    const int status =
+        call_with(in, statuses, f, std::index_sequence_for<Views...>(), arguments...);
+    in.outgrows = false;
+    return status;
 }
 
 // ------------------------------------------------------------------------------------ node numbers

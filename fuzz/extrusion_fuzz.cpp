@@ -569,6 +569,7 @@ void zel_fuzz::run(input& in) {
     const auto sweep = [&](auto& pos, auto& profile, auto& V, auto& out) {
         return o.sized ? call_sized(o, pos, profile, out) : call_counted(o, pos, profile, V, out);
     };
+    in.outgrows = true; // check_refused knows when it does
     // Rows of the nodes may change, also with a negative status; that is looked at here.
     const int status = call(in, "a sweep", {-1, -2, -3, -4, -5, -6, -7, -8, -9, -10}, sweep,
                             makes(v.pos), reads(v.profile), reads(v.V), grows(v.connect));

@@ -192,6 +192,7 @@ void copies(input& in) {
     const double angle = in.angle();
     const unsigned count = in.count();
     const std::vector<unsigned> odd = odd_numbers(pos.cols, source);
+    in.outgrows = count > 0x10000;
     const int status = call(
         in, "copy_mesh", {-1, -2},
         [=](auto& p, auto& c, auto& s) {
@@ -339,6 +340,7 @@ void straight_line(input& in) {
     const unsigned n = in.count();
     dense1D<unsigned, 8> indices = node_list(in, in.below(4), 20);
     const std::size_t first = indices.size;
+    in.outgrows = n > 0x10000;
     const int status = call(
         in, "mesh_straight", {-1, -2, -3},
         [=](auto& p, auto& l) { return tessel1d::mesh_straight(p, a, b, n, l); }, grows(pos),
@@ -444,17 +446,24 @@ void matrices(input& in) {
         const std::size_t c = in.one_in(32) ? ~std::size_t{0} - in.below(3) : in.below(24);
         const unsigned x = in.byte();
         bool done = false;
+        const std::size_t failures = failed_allocations();
+        const auto short_of_memory = [=] { return failed_allocations() != failures; };
+        const auto may_be_refused = [&] { return r > 1000 || c > 1000 || short_of_memory(); };
         switch (in.below(14)) {
         case 0:
             if (a.m.resize(r, c)) a.resize(r, r == 0 && c > 1000 ? 0 : c, {}), done = true;
+            require(done || may_be_refused(), "a shape is refused for memory alone");
             if (done && r == 0 && c > 1000) a.m.resize(0, 0);
             break;
         case 1:
             if (r == 0 && c > 1000) break;
-            if (a.m.resize(r, c, x)) a.resize(r, c, x);
+            done = a.m.resize(r, c, x);
+            require(done || may_be_refused(), "a shape is refused for memory alone");
+            if (done) a.resize(r, c, x);
             break;
         case 2:
-            a.m.reserve(r, c, 1 + in.below(3));
+            done = a.m.reserve(r, c, 1 + in.below(3));
+            require(done || may_be_refused(), "a reservation is refused for memory alone");
             break;
         case 3: {
             a.m.clear();
@@ -472,7 +481,8 @@ void matrices(input& in) {
                 a.resize(height, n + 1, {});
                 for (std::size_t i = 0; i < height; ++i) a.columns[n][i] = ids[i];
             } else {
-                require(!fits || now.failed || true, "memory is exhausted");
+                require(!fits || short_of_memory(),
+                        "a column that fits is refused for memory alone");
             }
             break;
         }
@@ -497,7 +507,9 @@ void matrices(input& in) {
             if (!others.empty()) others.pop_back();
             break;
         case 8:
-            if (other.m.copy(a.m)) other.columns = a.columns, other.rows = a.rows;
+            done = other.m.copy(a.m);
+            require(done || short_of_memory(), "a copy is refused for memory alone");
+            if (done) other.columns = a.columns, other.rows = a.rows;
             break;
         case 9:
             std::swap(a, other);
@@ -509,7 +521,9 @@ void matrices(input& in) {
             const std::size_t height = from.rows;
             const std::size_t n = a.m.cols;
             if (source.size() + n > 400) break;
-            if (!zel::append_columns(from.m, a.m)) break;
+            done = zel::append_columns(from.m, a.m);
+            require(done || short_of_memory(), "columns are refused for memory alone");
+            if (!done) break;
             if (height * source.size() == 0) break;
             a.resize(height, n + source.size(), {});
             std::copy(source.begin(), source.end(),
@@ -550,15 +564,23 @@ void lists(input& in) {
     for (unsigned steps = 0; steps < 40 && !in.exhausted(); ++steps) {
         const std::size_t n = in.one_in(32) ? ~std::size_t{0} - in.below(9) : in.below(32);
         const unsigned x = in.byte();
+        const std::size_t failures = failed_allocations();
+        const auto may_be_refused = [=] { return n > 1000 || failed_allocations() != failures; };
+        bool done = false;
         switch (in.below(10)) {
         case 0:
-            if (v.resize(n)) model.resize(n);
+            done = v.resize(n);
+            require(done || may_be_refused(), "a size is refused for memory alone");
+            if (done) model.resize(n);
             break;
         case 1:
-            if (v.resize(n, x)) model.resize(n, x);
+            done = v.resize(n, x);
+            require(done || may_be_refused(), "a size is refused for memory alone");
+            if (done) model.resize(n, x);
             break;
         case 2:
-            v.reserve(n, 1 + in.below(3));
+            done = v.reserve(n, 1 + in.below(3));
+            require(done || may_be_refused(), "a reservation is refused for memory alone");
             break;
         case 3:
             v.clear();
@@ -566,7 +588,9 @@ void lists(input& in) {
             break;
         case 4: {
             zel::push_back(v, x);
-            if (v.size > model.size()) model.emplace_back(x);
+            done = v.size > model.size();
+            require(done || may_be_refused(), "an element is refused for memory alone");
+            if (done) model.emplace_back(x);
             break;
         }
         case 5: {
@@ -574,7 +598,9 @@ void lists(input& in) {
             const bool own = in.flag();
             const dense1D<unsigned, 8> some = own ? v : dense1D<unsigned, 8>(n % 32, x);
             const std::vector<known> source = own ? model : std::vector<known>(some.size, known(x));
-            if (zel::append(some, v)) model.insert(model.end(), source.begin(), source.end());
+            done = zel::append(some, v);
+            require(done || may_be_refused(), "a list is refused for memory alone");
+            if (done) model.insert(model.end(), source.begin(), source.end());
             break;
         }
         case 6: { // a run, of its own elements or others
@@ -592,7 +618,8 @@ void lists(input& in) {
             zel::append_reversed(last, first, v);
             if (v.size == before + source.size()) {
                 model.insert(model.end(), source.begin(), source.end());
-            } else { // some found no memory
+            } else {
+                require(may_be_refused(), "a run is refused for memory alone");
                 model.resize(v.size);
             }
             break;

@@ -7,6 +7,13 @@
 #include "zel/tessel2d/generators.h"
 #include "zel/tessel2d/spheres.h"
 
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+#include <utility>
+#include <vector>
+
 using namespace zel_fuzz;
 namespace t2 = zel::tessel2d;
 
@@ -47,10 +54,85 @@ argument<View> loses(bool columns, View& v) {
     return columns ? turns(v) : grows(v);
 }
 
-void require_patch(int status, const outline& o, std::size_t added, unsigned per_cell) {
-    if (status != 0 || o.n == 0 || o.loop.empty() || o.flat()) return;
-    const std::size_t m = (o.loop.size - 1) / 2 - o.n;
-    require(added == m * o.n * per_cell, "there are as many elements as cells ask for");
+/// The node (i, j) of the grid, by its number: on the loop, or inside behind the `known` nodes.
+unsigned grid_node(const std::vector<unsigned>& loop, std::size_t m, std::size_t n,
+                   std::size_t known, std::size_t i, std::size_t j) {
+    if (j == 0) return loop[i];
+    if (i == m) return loop[m + j];
+    if (j == n) return loop[2 * m + n - i];
+    if (i == 0) return loop[2 * (m + n) - j];
+    return static_cast<unsigned>(known + (i - 1) * (n - 1) + (j - 1));
+}
+
+/// The new nodes of a patch are the Coons interpolant of its sides.
+void require_coons(const std::vector<unsigned>& loop, std::size_t m, std::size_t n,
+                   std::size_t known, const dense2D<double>& pos) {
+    require(pos.cols == known + (m - 1) * (n - 1), "nodes are added inside");
+    long double size = 1;
+    for (const double x : elements(pos)) {
+        if (!(std::fabs(x) < 1e6)) return;
+        size = std::max<long double>(size, std::fabs(x));
+    }
+    for (std::size_t i = 1; i < m; ++i) {
+        for (std::size_t j = 1; j < n; ++j) {
+            const long double u = static_cast<long double>(i) / m;
+            const long double v = static_cast<long double>(j) / n;
+            for (std::size_t k = 0; k < pos.rows; ++k) {
+                const auto at = [&](std::size_t position) {
+                    return static_cast<long double>(pos(k, loop[position]));
+                };
+                const long double sides = (1 - v) * at(i) + u * at(m + j) + v * at(2 * m + n - i) +
+                                          (1 - u) * at(2 * (m + n) - j);
+                const long double corners = (1 - u) * (1 - v) * at(0) + u * (1 - v) * at(m) +
+                                            u * v * at(m + n) + (1 - u) * v * at(2 * m + n);
+                const unsigned node = grid_node(loop, m, n, known, i, j);
+                require(std::fabs(pos(k, node) - (sides - corners)) <= 1e-13L * size,
+                        "a node inside blends the four sides");
+            }
+        }
+    }
+}
+
+/// Each cell has its four nodes; the two triangles of a cell have them by one diagonal or the other.
+void require_cells(const std::vector<unsigned>& loop, std::size_t m, std::size_t n,
+                   std::size_t known, const dense2D<unsigned>& connect, std::size_t first,
+                   bool triangles) {
+    require(connect.cols == first + m * n * (triangles ? 2 : 1), "each cell has its elements");
+    for (std::size_t i = 0; i < m; ++i) {
+        for (std::size_t j = 0; j < n; ++j) {
+            const unsigned cell[4] = {
+                grid_node(loop, m, n, known, i, j), grid_node(loop, m, n, known, i + 1, j),
+                grid_node(loop, m, n, known, i + 1, j + 1), grid_node(loop, m, n, known, i, j + 1)};
+            const std::size_t at = first + (i * n + j) * (triangles ? 2 : 1);
+            if (!triangles) {
+                require(std::equal(cell, cell + 4, connect[at]), "a cell has its four nodes");
+                continue;
+            }
+            bool fits = false;
+            for (unsigned d = 0; d < 2; ++d) {
+                const std::multiset<unsigned> halves[2] = {
+                    {cell[d], cell[d + 1], cell[d + 2]}, {cell[d + 2], cell[(d + 3) % 4], cell[d]}};
+                const std::multiset<unsigned> got[2] = {{connect[at], connect[at] + 3},
+                                                        {connect[at + 1], connect[at + 1] + 3}};
+                fits = fits || (got[0] == halves[0] && got[1] == halves[1]) ||
+                       (got[0] == halves[1] && got[1] == halves[0]);
+            }
+            require(fits, "a cell is cut along a diagonal");
+            require(connect.rows == 3 ||
+                        (connect(3, at) == no_node && connect(3, at + 1) == no_node),
+                    "triangles are marked");
+        }
+    }
+}
+
+/// Compares a patch with its formulas. The loop is as it was before the call.
+void require_patch(int status, const outline& o, const std::vector<unsigned>& loop,
+                   std::size_t known, const dense2D<double>& pos, const dense2D<unsigned>& connect,
+                   std::size_t first, bool triangles) {
+    if (status != 0 || o.n == 0 || loop.empty() || loop.size() == 2 * std::size_t{o.n} + 1) return;
+    const std::size_t m = (loop.size() - 1) / 2 - o.n;
+    require_coons(loop, m, o.n, known, pos);
+    require_cells(loop, m, o.n, known, connect, first, triangles);
 }
 
 void patch_Q4(input& in) {
@@ -59,13 +141,16 @@ void patch_Q4(input& in) {
     dense2D<unsigned> connect =
         in.one_in(8) ? sharing_matrix(in, o.loop, rows(in, {4})) : output(in, {4}, pos.cols);
     const std::size_t first = connect.cols;
+    const std::size_t known = pos.cols;
+    const std::vector<unsigned> loop = elements(o.loop);
+    in.outgrows = o.flat(); // columns are lost; below none the count wraps
     const int status = call(
         in, "mesh_struct_Q4", {-1, -2, -3, -4},
         [&](auto& p, auto& b, auto& c) { return t2::mesh_struct_Q4(p, b, o.n, c); },
         loses(o.flat(), pos), reads(o.loop), grows(connect));
     if (status != 0 || o.n == 0 || connect.empty()) return;
     require_nodes(connect, first, pos.cols, {});
-    require_patch(status, o, connect.cols - first, 1);
+    require_patch(status, o, loop, known, pos, connect, first, false);
 }
 
 void patch_T3(input& in) {
@@ -75,22 +160,54 @@ void patch_T3(input& in) {
     dense2D<unsigned> connect =
         in.one_in(8) ? sharing_matrix(in, o.loop, rows(in, {4, 3})) : output(in, {4, 3}, pos.cols);
     const std::size_t first = connect.cols;
+    const std::size_t known = pos.cols;
+    const std::vector<unsigned> loop = elements(o.loop);
+    in.outgrows = o.flat(); // columns are lost; below none the count wraps
     const int status = call(
         in, "mesh_struct_T3", {-1, -2, -3, -4, -5},
         [&](auto& p, auto& b, auto& c) { return t2::mesh_struct_T3(p, b, o.n, pattern, c); },
         loses(o.flat(), pos), reads(o.loop), grows(connect));
     if (status != 0 || o.n == 0 || connect.empty()) return;
     require_nodes(connect, first, pos.cols, {no_node});
-    require_patch(status, o, connect.cols - first, 2);
+    require_patch(status, o, loop, known, pos, connect, first, true);
+}
+
+/// A size inside is the mean of what both directions interpolate; a side without size leaves none.
+void require_sizes(const std::vector<unsigned>& loop, std::size_t m, std::size_t n,
+                   std::size_t known, const dense1D<double, 8>& sizes) {
+    require(sizes.size == known + (m - 1) * (n - 1), "each node inside has a size");
+    for (std::size_t i = 1; i < m; ++i) {
+        for (std::size_t j = 1; j < n; ++j) {
+            const long double left = sizes[loop[2 * (m + n) - j]], right = sizes[loop[m + j]];
+            const long double bottom = sizes[loop[i]], top = sizes[loop[2 * m + n - i]];
+            const auto is_ordinary = [](long double x) { return x > 1e-100L && x < 1e100L; };
+            const bool absent = left <= 0 || right <= 0 || bottom <= 0 || top <= 0;
+            const bool ordinary =
+                is_ordinary(left) && is_ordinary(right) && is_ordinary(bottom) && is_ordinary(top);
+            const double size = sizes[grid_node(loop, m, n, known, i, j)];
+            if (absent) require(size == 0, "without a size at a side there is none inside");
+            if (!ordinary) continue;
+            const long double most = left + right + bottom + top;
+            const long double u = static_cast<long double>(i) / m;
+            const long double v = static_cast<long double>(j) / n;
+            const long double mean = (left + (right - left) * u + bottom + (top - bottom) * v) / 2;
+            require(std::fabs(size - mean) <= 1e-14L * most, "a size inside is the mean of two");
+        }
+    }
 }
 
 void patch_sizes(input& in) {
     dense1D<double, 8> metrics = double_list(in, in.below(16));
     const outline o = any_outline(in, metrics.size);
-    call(
+    const std::vector<unsigned> loop = elements(o.loop);
+    const std::size_t known = metrics.size;
+    in.outgrows = o.flat();
+    const int status = call(
         in, "metrics_struct of sizes", {-1, -2},
         [&](auto& b, auto& m) { return t2::metrics_struct(b, o.n, m); }, reads(o.loop),
         loses(o.flat(), metrics));
+    if (status == 0 && o.n != 0 && !loop.empty() && loop.size() != 2 * std::size_t{o.n} + 1)
+        require_sizes(loop, (loop.size() - 1) / 2 - o.n, o.n, known, metrics);
 }
 
 void patch_tensors(input& in) {
@@ -102,10 +219,16 @@ void patch_tensors(input& in) {
         }
     }
     const outline o = any_outline(in, metrics.cols);
-    call(
+    const std::vector<unsigned> loop = elements(o.loop);
+    const std::size_t known = metrics.cols;
+    in.outgrows = o.flat();
+    const int status = call(
         in, "metrics_struct of tensors", {-1, -2, -3},
         [&](auto& b, auto& m) { return t2::metrics_struct(b, o.n, m); }, reads(o.loop),
         loses(o.flat(), metrics));
+    if (status == 0 && o.n != 0 && !loop.empty() && loop.size() != 2 * std::size_t{o.n} + 1)
+        require(metrics.cols == known + ((loop.size() - 1) / 2 - o.n - 1) * (o.n - 1),
+                "each node inside has a tensor");
 }
 
 // ------------------------------------------------------------------------------- disks and spheres
@@ -141,6 +264,37 @@ struct round_shape {
     std::size_t sphere_nodes() const { return 24 * std::size_t{n} * n + 2; }
 };
 
+/// Nodes lie on the sphere or within the circle, elements turn one way, and an edge has two of them, or one
+/// on the boundary of a part.
+template <std::size_t Dim>
+void require_round(const round_shape<Dim>& s, const dense2D<unsigned>& connect, std::size_t first,
+                   bool on_sphere) {
+    for (std::size_t j = 0; j < s.pos.cols; ++j) {
+        long double sum = 0;
+        for (std::size_t i = 0; i < Dim; ++i)
+            sum += std::pow(static_cast<long double>(s.pos(i, j)) - s.center[i], 2);
+        const long double distance = std::sqrt(sum) / s.radius;
+        require(distance <= 1 + 1e-12L && (!on_sphere || distance >= 1 - 1e-12L),
+                "nodes are where the shape is");
+    }
+    std::map<std::pair<unsigned, unsigned>, unsigned> used;
+    for (std::size_t e = first; e < connect.cols; ++e) {
+        const unsigned n = connect.rows == 4 && connect(3, e) != no_node ? 4 : 3;
+        for (unsigned k = 0; k < n; ++k)
+            require(++used[{connect(k, e), connect((k + 1) % n, e)}] == 1,
+                    "no two elements run along an edge in one direction");
+    }
+    std::size_t open = 0;
+    for (const auto& edge : used) open += !used.count({edge.first.second, edge.first.first});
+    std::set<unsigned> named;
+    for (const auto& edge : used) named.insert(edge.first.first);
+    require(named.size() == s.pos.cols, "each node belongs to an element");
+    // Vertices - edges + faces, with each edge once: 2 for a sphere, 1 for a disk or a part.
+    const std::size_t edges = (used.size() + open) / 2;
+    const std::size_t euler = s.pos.cols + (connect.cols - first) - edges;
+    require(euler == (open == 0 ? 2U : 1U), "the mesh has neither holes nor seams");
+}
+
 /// A function that meshes a round shape, and what it may answer.
 template <class Function>
 struct mesher {
@@ -159,7 +313,9 @@ void mesh_round(input& in, const round_shape<Dim>& s, std::size_t promised,
                 argument<dense2D<double>> pos, argument<dense2D<unsigned>> connect,
                 Edges... edges) {
     const bool with_quads = in.flag();
+    in.outgrows = s.n > 10000;
     const std::size_t first = connect.view->cols;
+    const std::size_t rows = connect.view->rows;
     const int status =
         with_quads
             ? call(
@@ -176,8 +332,11 @@ void mesh_round(input& in, const round_shape<Dim>& s, std::size_t promised,
                   pos, connect, edges...);
     if (status != 0 || s.n == 0) return;
     require_nodes(*connect.view, first, s.pos.cols, {no_node});
-    if (s.ordinary() && with_quads)
-        require(s.pos.cols == promised, "there are as many nodes as promised");
+    if (!s.ordinary()) return;
+    if (with_quads) require(s.pos.cols == promised, "there are as many nodes as promised");
+    // Other patterns make nodes alone, and an empty matrix of many rows takes one patch of triangles.
+    if (with_quads || (s.pattern >= 0 && s.pattern <= 2 && rows <= 4))
+        require_round(s, *connect.view, first, Dim == 3);
 }
 
 void quarter_disk(input& in) {

@@ -30,7 +30,8 @@ struct input {
     const std::uint8_t* end;
     std::vector<std::unique_ptr<double[]>> doubles;
     std::vector<std::unique_ptr<unsigned[]>> numbers;
-    std::size_t room = 0; ///< bytes that a call gets if more than usual, for large meshes
+    std::size_t room = 0;  ///< bytes that a call gets if more than usual, for large meshes
+    bool outgrows = false; ///< the next call asks for counts that no number of 32 bits holds
 
     input(const std::uint8_t* first, const std::uint8_t* last) : next(first), end(last) {}
 

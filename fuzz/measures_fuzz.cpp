@@ -5,6 +5,7 @@
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
 
+#include "support/curvature_reference.h"
 #include "zel/tessel2d/curvatures.h"
 #include "zel/tessel2d/measures.h"
 
@@ -459,6 +460,13 @@ void principal(input& in) {
     } else {
         // An element may be its own neighbour where adjacency is none.
         check_principal(given, a.in_order && !(radius * radius > 0), found);
+        if (all_exact(given.pos)) {
+            zel_test::long_way slow{given.pos, given.connect, neighbors, radius, max_angle, most};
+            for (std::size_t j = 0; j < edges.cols; ++j)
+                if (!edges.empty()) slow.hard.insert(std::minmax(edges(0, j), edges(1, j)));
+            require(same(elements(slow.all()), elements(found)),
+                    "curvatures are those of the patch around each node");
+        }
     }
 }
 

@@ -4,6 +4,7 @@
 #include "extrusion/sweeps.h"
 #include "support/failing_alloc.h"
 
+#include <cmath>
 #include <cstdint>
 #include <functional>
 #include <set>
@@ -280,6 +281,81 @@ TEST(AllSweeps, NumberNodesAndElementsFromTheProfileOutward) {
                 EXPECT_EQ(c.result_rows, a.pos.rows);
                 expect_sides(c, a, 5, 0, a.edges);
             }
+    }
+}
+
+// ---------------------------------------------------------------------------------- beyond 16 bits
+
+/// How many elements of a swept chain of nodes 0, 1, 2, ... are not as the numbering promises.
+std::size_t wrong_sides(const sweep_arguments& a, unsigned layers) {
+    const auto nodes = static_cast<unsigned>(a.edges.cols + 1);
+    std::size_t wrong = 0, at = 0;
+    for (unsigned e = 0; e < a.edges.cols; ++e)
+        for (unsigned k = 0; k < layers; ++k) {
+            const unsigned p = k * nodes + e, q = p + 1, r = q + nodes, s = p + nodes;
+            const bool along_ps = a.pattern == 0 || (a.pattern == 2 && (k + e) % 2 == 1);
+            const unsigned quad[4] = {p, q, r, s};
+            const unsigned cut[6] = {p, q, along_ps ? s : r, along_ps ? q : p, r, s};
+            const bool quads = a.out.rows == 4;
+            for (unsigned i = 0; i < (quads ? 4U : 6U); ++i)
+                wrong += quads ? a.out(i, at) != quad[i] : a.out(i % 3, at + i / 3) != cut[i];
+            at += quads ? 1 : 2;
+        }
+    return wrong + (at != a.out.cols);
+}
+
+/// A chain of `count` edges whose places repeat after 64 nodes.
+sweep_arguments long_chain(const sweep_case& c, unsigned count) {
+    sweep_arguments a = arguments_of(c);
+    a.pos = dense2D<double>(c.rows, count + 1, 0.0);
+    a.edges = dense2D<unsigned>(2, count);
+    a.V = dense2D<double>(2, count + 1, 0.5);
+    for (unsigned k = 0; k <= count; ++k) {
+        a.pos(0, k) = 1 + (k % 64 < 32 ? k % 64 : 64 - k % 64) / 8.0;
+        a.pos(1, k) = 2 + k % 64 / 16.0;
+        if (k < count) a.edges(0, k) = k, a.edges(1, k) = k + 1;
+    }
+    return a;
+}
+
+TEST(AllSweeps, AProfileBeyondSixteenBitsIsSweptByFormula) {
+    for (const sweep_case& c : all_sweeps()) {
+        SCOPED_TRACE(c.name);
+        sweep_arguments a = long_chain(c, 65600);
+        a.layers = 2;
+        a.h0 = a.h1 = 6.5;
+        ASSERT_EQ(0, c.run(a));
+        const auto layers = static_cast<unsigned>(a.pos.cols / 65601 - 1);
+        ASSERT_EQ(std::size_t{65601} * (layers + 1), a.pos.cols);
+        EXPECT_EQ(0U, wrong_sides(a, layers));
+        std::size_t strange = 0; // nodes that are not where those 64 before them in the chain are
+        for (std::size_t layer = 1; layer <= layers; ++layer)
+            for (std::size_t k = 65; k < 65600; ++k)
+                for (std::size_t i = 0; i < a.pos.rows; ++i)
+                    strange += a.pos(i, layer * 65601 + k) != a.pos(i, layer * 65601 + k - 64);
+        EXPECT_EQ(0U, strange);
+    }
+}
+
+TEST(AllSweeps, LayersBeyondSixteenBitsAreMadeByFormula) {
+    for (const sweep_case& c : all_sweeps()) {
+        if (!c.counted) continue;
+        SCOPED_TRACE(c.name);
+        sweep_arguments whole = long_chain(c, 2), half = long_chain(c, 2);
+        whole.layers = 65600;
+        half.layers = 32800;
+        ASSERT_EQ(0, c.run(whole));
+        ASSERT_EQ(0, c.run(half));
+        ASSERT_EQ(std::size_t{3} * 65601, whole.pos.cols);
+        EXPECT_EQ(0U, wrong_sides(whole, 65600));
+        std::size_t strange =
+            0; // nodes of an even layer that are not where half the layers have them
+        for (std::size_t layer = 1; layer <= 32800; ++layer)
+            for (std::size_t k = 0; k < 3; ++k)
+                for (std::size_t i = 0; i < whole.pos.rows; ++i)
+                    strange += !(
+                        std::abs(whole.pos(i, 6 * layer + k) - half.pos(i, 3 * layer + k)) < 1e-8);
+        EXPECT_EQ(0U, strange);
     }
 }
 

@@ -53,7 +53,8 @@ ZEL_TESSEL2D_API int mesh_disk_UR_Q4(dense2D<double>& pos, const vector_fixed<do
 ///                  value nodes of skeleton and lines and the boundary are made, but no triangle and no
 ///                  interior node, and the result is 0.
 /// @param[in,out] connect  3 x E or 4 x E node numbers, or empty. Grows by 6n^2 columns; an empty matrix
-///                  takes 3 rows, and a fourth row is 0xFFFFFFFF.
+///                  takes 3 rows, and a fourth row is 0xFFFFFFFF. Clear an empty matrix of
+///                  more than 4 rows first: it keeps them and takes the triangles of one patch alone.
 ///
 /// All else is as for `mesh_disk_UR_Q4`, but
 /// @retval -6    `connect` holds columns of neither 3 nor 4 rows.
