@@ -25,7 +25,8 @@ struct located {
     zel::examples::adjacency beside;
     std::unique_ptr<node_tree> tree;
 
-    located(std::int64_t triangles, std::int64_t how) : m(make_mesh(2, 3, triangles, how)) {
+    located(std::int64_t triangles, std::int64_t how) : located(make_mesh(2, 3, triangles, how)) {}
+    explicit located(zel_bench::mesh triangles) : m(std::move(triangles)) {
         beside = zel::examples::adjacency_of(m.connect, m.pos.cols);
         tree = std::make_unique<node_tree>(m.pos);
         tree->fill<triangle_cells>(m.connect);
@@ -60,15 +61,14 @@ dense2D<double> along_curve(const dense2D<double>& points) {
 /// Locating all points, one after the other.
 void locate_all(const located& at, const dense2D<double>& points, stopwatch& watch) {
     const located_mesh mesh = at.view();
-    const tree_searcher searcher{*at.tree, mesh.held_nodes()};
-    std::optional<node_fan> fan;
-    std::uint64_t steps = 0;
+    const tree_searcher searcher(*at.tree, mesh);
+    search_record record;
     std::size_t hits = 0;
     watch.start();
     for (std::size_t j = 0; j < points.cols; ++j) {
         unsigned element = no_node;
         hits += locate<triangle_cells>(mesh, searcher, {points(0, j), points(1, j)}, tolerance,
-                                       element, true, steps, fan) == found;
+                                       element, true, record) == outcome::found;
     }
     watch.stop();
     benchmark::DoNotOptimize(hits);
@@ -224,6 +224,59 @@ void get_element_containing_point(benchmark::State& state) {
 BENCHMARK(get_element_containing_point)
     ->ArgNames({"triangles"})
     ->ArgsProduct({{1000, 10000, 100000, 1000000}})
+    ->UseManualTime();
+
+/// A ring of triangles around a hole of 0.4 times its radius, jittered.
+zel_bench::mesh ring(std::int64_t nodes) {
+    const auto across = static_cast<unsigned>(std::sqrt(static_cast<double>(nodes) / 4));
+    const unsigned around = 4 * across;
+    zel_bench::mesh m{dense2D<double>(2, std::size_t{across + 1} * around),
+                      dense2D<unsigned>(3, std::size_t{2} * across * around)};
+    for (unsigned i = 0; i <= across; ++i)
+        for (unsigned j = 0; j < around; ++j) {
+            const double radius = 0.4 + 0.6 * i / across;
+            const double angle = 6.283185307179586 * j / around;
+            m.pos(0, i * around + j) = radius * std::cos(angle);
+            m.pos(1, i * around + j) = radius * std::sin(angle);
+        }
+    for (unsigned i = 0; i < across; ++i)
+        for (unsigned j = 0; j < around; ++j) {
+            const unsigned a = i * around + j;
+            const unsigned b = i * around + (j + 1) % around;
+            const unsigned upper[3] = {a, a + around, b + around};
+            const unsigned lower[3] = {a, b + around, b};
+            std::copy_n(upper, 3, m.connect[std::size_t{2} * (i * around + j)]);
+            std::copy_n(lower, 3, m.connect[std::size_t{2} * (i * around + j) + 1]);
+        }
+    jitter_nodes(m.pos, 0.2 / across, 1);
+    return m;
+}
+
+/// Random points at distances from the centre between two radii.
+dense2D<double> points_between(double inner, double outer, std::size_t n) {
+    dense2D<double> points(2, n);
+    random_numbers random{8};
+    for (std::size_t j = 0; j < n; ++j) {
+        const double radius = inner + (outer - inner) * random.unit();
+        const double angle = 6.283185307179586 * random.unit();
+        points(0, j) = radius * std::cos(angle);
+        points(1, j) = radius * std::sin(angle);
+    }
+    return points;
+}
+
+/// Points in the hole of a ring, which are in no element: a search for the element and one for the closest
+/// node.
+void locate_in_a_hole(benchmark::State& state) {
+    const located at(ring(state.range(0)));
+    const dense2D<double> within = points_between(0.45, 0.95, 4000);
+    const dense2D<double> hole = points_between(0, 0.38, 4000);
+    measure(state, static_cast<double>(hole.cols), {locating("within", at, within)},
+            [&](stopwatch& watch) { locate_all(at, hole, watch); });
+}
+BENCHMARK(locate_in_a_hole)
+    ->ArgNames({"nodes"})
+    ->ArgsProduct({{10000, 100000, 1000000}})
     ->UseManualTime();
 
 // ----------------------------------------------------------------------------------- interpolation

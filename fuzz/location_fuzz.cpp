@@ -5,7 +5,7 @@
 #include "fuzz/input.h"
 #include "fuzz/located_mesh.h"
 
-#include "location/node_tree.h"
+#include "location/node_search.h"
 #include "zel/tessel2d/location.h"
 
 #include <algorithm>

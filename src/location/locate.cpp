@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// The public search for the element that holds a point, with the node detector of a host.
 #include "location/locate.h"
 
 #include "zel/tessel.h"
@@ -8,13 +8,19 @@ namespace zel::tessel2d {
 
 namespace {
 
-/// Searches with the host's detector.
+/// Searches with the detector of the host. Returns the status of the public function.
 template <class Shape>
 int locate_once(const located_mesh& mesh, const tessel::node_detector& detector, const point<2>& p,
                 double tolerance, unsigned& element) noexcept {
-    std::optional<node_fan> fan;
-    std::uint64_t steps;
-    return locate<Shape>(mesh, detector, p, tolerance, element, true, steps, fan);
+    search_record record;
+    switch (locate<Shape>(mesh, detector, p, tolerance, element, true, record)) {
+    case outcome::found:
+        return 1;
+    case outcome::met_degenerate:
+        return -1;
+    default:
+        return 0;
+    }
 }
 
 } // namespace
@@ -26,12 +32,12 @@ int get_element_containing_point(const dense2D<double>& pos, const dense2D<unsig
                                  const vector_fixed<double, 2>& p, unsigned& element,
                                  double tolerance) {
     element = no_node;
-    unsigned holder =
-        no_node; // `element` may be an entry of an input, which the search goes on reading
+    // `element` may be an entry of an input, which the search goes on reading.
+    unsigned holder = no_node;
     if (const int status = check_located_mesh(pos, connect, neighbors, ancestors, type))
         return status;
     const located_mesh mesh(pos, connect, neighbors, ancestors);
-    int status = not_found;
+    int status = 0;
     if (connect.rows == 3 && type == ELEMENT_T3) {
         status = locate_once<triangle_cells>(mesh, detector, p, tolerance, holder);
     } else if (connect.rows == 4 && type == ELEMENT_Q4) {
@@ -40,7 +46,7 @@ int get_element_containing_point(const dense2D<double>& pos, const dense2D<unsig
         status = locate_once<mixed_cells>(mesh, detector, p, tolerance, holder);
     }
     element = holder;
-    return status < met_degenerate ? not_found : status;
+    return status;
 }
 
 } // namespace zel::tessel2d

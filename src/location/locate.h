@@ -1,14 +1,18 @@
-// zel tessel2d: planar and surface mesh tools.
+// Finds the element of a planar mesh that holds a point, by walks from element to element.
 #pragma once
 
-// Finds the element of a planar mesh that holds a point: a randomised walk from element to element,
-// which starts beside a node near the point, and, when that falls off the mesh, further walks from
-// the elements around the nearest node. There is no search through all elements.
+// 1. A walk starts at an element of a node near the point. At each element it crosses an edge that has the
+//    point on its outer side; which of several is chosen by a fixed sequence of numbers, so that it does
+//    not run in circles. It looks at no more elements than the mesh has (O. Devillers, S. Pion,
+//    M. Teillaud, 2002: Walking in a triangulation).
+// 2. When it falls off the mesh, further walks start at each element of the star of the nearest node.
+//
+// There is no search through all elements.
 #include "foundation/cell_shapes.h"
 #include "foundation/topology.h"
 #include "geometry/kernels.h"
 #include "geometry/point.h"
-#include "location/node_tree.h"
+#include "location/node_search.h"
 #include "zel/hbuckets.h"
 #include "zel/tessel.h"
 
@@ -44,7 +48,25 @@ struct located_mesh {
         return node < nodes && ancestors[node] < elements ? ancestors[node] : no_node;
     }
     node_filter held_nodes() const noexcept {
-        return {ancestors, nodes, std::min<std::size_t>(elements, no_node), connect, neighbors};
+        return {ancestors, nodes, std::min<std::size_t>(elements, no_node)};
+    }
+};
+
+/// The nodes that an element holds. The element of a node that is looked at is likely to be the first of a
+/// walk, so its columns are prefetched.
+struct prefetching_filter {
+    node_filter held;
+    columns<const unsigned> connect;
+    columns<const unsigned> neighbors;
+
+    explicit prefetching_filter(const located_mesh& mesh) noexcept
+        : held(mesh.held_nodes()), connect(mesh.connect), neighbors(mesh.neighbors) {}
+
+    bool usable(std::size_t node) const noexcept {
+        if (!held.usable(node)) return false;
+        prefetch(connect[held.ancestors[node]]);
+        prefetch(neighbors[held.ancestors[node]]);
+        return true;
     }
 };
 
@@ -64,10 +86,15 @@ inline int check_located_mesh(const dense2D<double>& pos, const dense2D<unsigned
 
 // -------------------------------------------------------------------------------------- one element
 
-constexpr unsigned inside = 0xFFFFFFFFu;     // no edge to leave by
-constexpr unsigned degenerate = 0xFFFFFFFEu; // no inside to speak of
+/// Where a point lies, seen from one element.
+enum class side { inside, beyond_edge, degenerate };
 
-/// Twice the area of an element, positive when it turns counter-clockwise.
+struct side_test {
+    side where;
+    unsigned edge = no_node; ///< of `beyond_edge`
+};
+
+/// Twice the area of an element, positive when it runs counterclockwise.
 template <class Shape>
 double double_size(const points_view<2>& pos, const unsigned* cell) noexcept {
     if (Shape::corners(cell) == 3)
@@ -75,27 +102,27 @@ double double_size(const points_view<2>& pos, const unsigned* cell) noexcept {
     return quad_double_area_2d(pos[cell[0]], pos[cell[1]], pos[cell[2]], pos[cell[3]]);
 }
 
-/// The first edge with p on its outer side, farther out than the tolerance lets pass; `inside` when
-/// there is none, `degenerate` when the element has no positive, finite size.
+/// Finds the first edge that has p on its outer side by more than the tolerance. Without one p is inside;
+/// an element whose doubled area is not positive and finite is degenerate.
 ///
 /// The tolerance is a fraction of the element's doubled area, and so is twice the area of the triangle
 /// of p and the edge that is compared with it. The edges are tried in turn from the one behind `start`
-/// to `start` itself. Whatever is not a number counts as outside.
+/// to `start` itself. NaN counts as outside.
 template <class Shape>
-unsigned exit_edge(const points_view<2>& pos, const unsigned* cell, const point<2>& p,
-                   double tolerance, unsigned start) noexcept {
+side_test exit_edge(const points_view<2>& pos, const unsigned* cell, const point<2>& p,
+                    double tolerance, unsigned start) noexcept {
     const unsigned corners = Shape::corners(cell);
     const double size = double_size<Shape>(pos, cell);
-    if (!(size > 0) || !(size <= std::numeric_limits<double>::max())) return degenerate;
+    if (!(size > 0) || !(size <= std::numeric_limits<double>::max())) return {side::degenerate};
     const double threshold = -(size * tolerance);
     unsigned k = start;
     do {
         k = k + 1 == corners ? 0 : k + 1;
         const elfes::edge2 ends = edge_nodes(cell, corners, k);
-        const double side = triangle_double_area<2>(pos[ends.a], pos[ends.b], p);
-        if (!(side >= threshold)) return k;
+        const double size_to_p = triangle_double_area<2>(pos[ends.a], pos[ends.b], p);
+        if (!(size_to_p >= threshold)) return {side::beyond_edge, k};
     } while (k != start);
-    return inside;
+    return {side::inside};
 }
 
 // ------------------------------------------------------------------------------------------ the walk
@@ -124,53 +151,55 @@ constexpr unsigned edge_of_draw(unsigned draw, unsigned corners) noexcept {
     return draw == corners ? 0 : draw; // of 0 to 3, for 3 or 4 corners: the rest of the division
 }
 
-// Statuses of a walk and of a search. A walk that ends without success at exactly the last element that
-// it may look at is told from one that ends earlier or runs out of elements; it is not followed by others.
-constexpr int found = 1;
-constexpr int not_found = 0;
-constexpr int met_degenerate = -1;
-constexpr int ended_at_last = -2;
+/// How a walk ends, and a search. A walk that ends without success at exactly the last element that it may
+/// look at is told from one that ends earlier or runs out of elements; it is not followed by others.
+enum class outcome { found, not_found, met_degenerate, ended_at_last };
+
+/// Prefetches the neighbours of an element: one of them is next, whichever edge the walk crosses.
+inline void prefetch_neighbors(const located_mesh& mesh, const unsigned* across,
+                               unsigned corners) noexcept {
+    for (unsigned i = 0; i < corners; ++i) {
+        if (across[i] >= mesh.elements) continue;
+        prefetch(mesh.connect[across[i]]);
+        prefetch(mesh.neighbors[across[i]]);
+    }
+}
 
 /// Walks from `element` to the element that holds p, crossing edges that have p on their outer side, and
 /// looks at no more elements than the mesh has. `element` becomes the one found, or `no_node`; `steps`
 /// the number of elements looked at, and one more when they ran out.
 template <class Shape>
-int walk(const located_mesh& mesh, const point<2>& p, unsigned& element, double tolerance,
-         std::uint64_t& steps) noexcept {
+outcome walk(const located_mesh& mesh, const point<2>& p, unsigned& element, double tolerance,
+             std::uint64_t& steps) noexcept {
     draws random;
     steps = 0;
     while (element != no_node && steps++ < mesh.elements) {
         const unsigned* const cell = mesh.connect[element];
         const unsigned* const across = mesh.neighbors[element];
         const unsigned corners = Shape::corners(cell);
-        // One of the elements around is next, whichever edge it will be.
-        for (unsigned i = 0; i < corners; ++i) {
-            if (across[i] >= mesh.elements) continue;
-            prefetch(mesh.connect[across[i]]);
-            prefetch(mesh.neighbors[across[i]]);
-        }
+        prefetch_neighbors(mesh, across, corners);
         unsigned start = edge_of_draw(random.next(), corners);
-        unsigned edge = exit_edge<Shape>(mesh.pos, cell, p, tolerance, start);
-        if (edge == inside) return found;
-        if (edge == degenerate) {
+        side_test test = exit_edge<Shape>(mesh.pos, cell, p, tolerance, start);
+        if (test.where == side::inside) return outcome::found;
+        if (test.where == side::degenerate) {
             element = no_node;
-            return steps == mesh.elements ? ended_at_last : met_degenerate;
+            return steps == mesh.elements ? outcome::ended_at_last : outcome::met_degenerate;
         }
         // At the boundary another edge with p on its outer side may lead on.
-        for (unsigned more = corners; --more > 0 && across[edge] == no_node;) {
+        for (unsigned more = corners; --more > 0 && across[test.edge] == no_node;) {
             start = start + 1 == corners ? 0 : start + 1;
-            edge = exit_edge<Shape>(mesh.pos, cell, p, tolerance, start);
+            test = exit_edge<Shape>(mesh.pos, cell, p, tolerance, start);
         }
-        element = across[edge];
+        element = across[test.edge];
     }
     element = no_node;
-    return steps == mesh.elements ? ended_at_last : not_found;
+    return steps == mesh.elements ? outcome::ended_at_last : outcome::not_found;
 }
 
-// ------------------------------------------------------------------------------ the elements of a node
+// ------------------------------------------------------------------------------- the star of a node
 
 /// The elements around a node, and what it takes to list them. Without memory entries are lost.
-struct node_fan {
+struct node_star {
     dense1D<unsigned, 8> elements;
     bool closed = false; ///< no edge at the node lies on the boundary
 
@@ -181,32 +210,32 @@ struct node_fan {
 /// Lists the elements that can be reached from `first` across edges that end at the node, depth first.
 /// -1 when an element on the way does not hold the node: the list ends in front of it.
 template <class Shape>
-int node_ball(const located_mesh& mesh, unsigned node, unsigned first, node_fan& fan) noexcept {
-    fan.elements.clear();
-    fan.stack.clear();
-    fan.closed = false;
+int list_star(const located_mesh& mesh, unsigned node, unsigned first, node_star& star) noexcept {
+    star.elements.clear();
+    star.stack.clear();
+    star.closed = false;
     if (first == no_node) return 0;
-    fan.closed = true;
-    fan.seen.initialise(23, 23, 1.0);
-    fan.seen.insert(first);
-    fan.stack.push_back(first);
-    while (!fan.stack.empty()) {
-        const unsigned e = fan.stack[--fan.stack.size];
+    star.closed = true;
+    star.seen.initialise(23, 23, 1.0);
+    star.seen.insert(first);
+    star.stack.push_back(first);
+    while (!star.stack.empty()) {
+        const unsigned e = star.stack[--star.stack.size];
         const unsigned* const cell = mesh.connect[e];
         const unsigned corners = Shape::corners(cell);
         const unsigned i = local_node_index(node, cell, corners);
         if (i == no_node) return -1;
-        fan.elements.push_back(e);
+        star.elements.push_back(e);
         const unsigned edges[2] = {corners == 3 ? (i + 2) % 3 : i, turn_edge(i, corners)};
         for (const unsigned edge : edges) {
             const unsigned f = mesh.neighbors[e][edge];
             if (f == no_node) {
-                fan.closed = false;
+                star.closed = false;
                 continue;
             }
-            const std::uint64_t before = fan.seen.item_count;
-            fan.seen.insert(f);
-            if (fan.seen.item_count > before) fan.stack.push_back(f);
+            const std::uint64_t before = star.seen.item_count;
+            star.seen.insert(f);
+            if (star.seen.item_count > before) star.stack.push_back(f);
         }
     }
     return 0;
@@ -214,11 +243,14 @@ int node_ball(const located_mesh& mesh, unsigned node, unsigned first, node_fan&
 
 // ---------------------------------------------------------------------------------------- the search
 
-/// What finds nodes: a tree restricted to nodes that an element holds. A detector of the host's has the
-/// same two operations.
+/// Finds nodes in a tree, among those that an element holds. A detector of the host's has the same two
+/// operations.
 struct tree_searcher {
     const node_tree& tree;
-    node_filter filter;
+    prefetching_filter filter;
+
+    tree_searcher(const node_tree& searched, const located_mesh& mesh) noexcept
+        : tree(searched), filter(mesh) {}
 
     unsigned find_close(const point<2>& p) const noexcept {
         double best = no_distance;
@@ -230,21 +262,29 @@ struct tree_searcher {
     }
 };
 
+/// What a search has found on its way, and memory that searches share, made when it is needed first.
+struct search_record {
+    std::uint64_t steps = 0;         ///< of the last walk, as `walk` counts them
+    std::optional<unsigned> closest; ///< what `find_closest` returned, if it was called
+    std::optional<node_star> star;
+};
+
 /// Walks from the elements around the node closest to p until one walk gets anywhere.
 template <class Shape, class Searcher>
-int locate_around_closest(const located_mesh& mesh, const Searcher& searcher, const point<2>& p,
-                          double tolerance, unsigned& element, std::uint64_t& steps,
-                          std::optional<node_fan>& fan) noexcept {
-    if (!fan) fan.emplace();
+outcome locate_around_closest(const located_mesh& mesh, const Searcher& searcher, const point<2>& p,
+                              double tolerance, unsigned& element, search_record& record) noexcept {
+    if (!record.star) record.star.emplace();
     const unsigned node = searcher.find_closest(p);
-    if (node == no_node) return not_found;
-    node_ball<Shape>(mesh, node, mesh.ancestor(node), *fan);
-    int status = not_found;
-    for (std::size_t i = 0; i < fan->elements.size && status == not_found; ++i) {
-        element = fan->elements[i];
-        status = walk<Shape>(mesh, p, element, tolerance, steps);
+    record.closest = node;
+    if (node == no_node) return outcome::not_found;
+    list_star<Shape>(mesh, node, mesh.ancestor(node), *record.star);
+    const dense1D<unsigned, 8>& around = record.star->elements;
+    outcome end = outcome::not_found;
+    for (std::size_t i = 0; i < around.size && end == outcome::not_found; ++i) {
+        element = around[i];
+        end = walk<Shape>(mesh, p, element, tolerance, record.steps);
     }
-    return status;
+    return end;
 }
 
 /// Finds the element that holds p, to the tolerance of `exit_edge`.
@@ -254,27 +294,24 @@ int locate_around_closest(const located_mesh& mesh, const Searcher& searcher, co
 ///                   `no_node`.
 /// @param around     whether a walk that falls off the mesh is followed by others, from the elements
 ///                   around the node closest to p.
-/// @param steps      as for the last walk.
-/// @param fan        memory that searches share; it is made when it is needed first.
 ///
-/// Returns the status of the last walk, 0 when there was none.
+/// Returns how the last walk ended; `not_found` when there was none.
 template <class Shape, class Searcher>
-int locate(const located_mesh& mesh, const Searcher& searcher, const point<2>& p, double tolerance,
-           unsigned& element, bool around, std::uint64_t& steps,
-           std::optional<node_fan>& fan) noexcept {
-    steps = 0;
+outcome locate(const located_mesh& mesh, const Searcher& searcher, const point<2>& p,
+               double tolerance, unsigned& element, bool around, search_record& record) noexcept {
+    record.steps = 0;
+    record.closest.reset();
     if (element == no_node) {
         const unsigned node = searcher.find_close(p);
-        if (node == no_node) return not_found;
+        if (node == no_node) return outcome::not_found;
         element = mesh.ancestor(node);
-        if (element == no_node) return not_found;
+        if (element == no_node) return outcome::not_found;
     }
-    int status = walk<Shape>(mesh, p, element, tolerance, steps);
-    if (around && status == not_found) {
-        status = locate_around_closest<Shape>(mesh, searcher, p, tolerance, element, steps, fan);
-    }
-    if (status != found) element = no_node;
-    return status;
+    outcome end = walk<Shape>(mesh, p, element, tolerance, record.steps);
+    if (around && end == outcome::not_found)
+        end = locate_around_closest<Shape>(mesh, searcher, p, tolerance, element, record);
+    if (end != outcome::found) element = no_node;
+    return end;
 }
 
 } // namespace zel::tessel2d

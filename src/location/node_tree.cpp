@@ -1,35 +1,23 @@
-// zel tessel2d: planar and surface mesh tools.
+// Builds the node tree of a mesh.
+//
+// 1. The nodes of the mesh are listed once each, in ascending order (`mesh_nodes`), and the box is fitted.
+// 2. They are sorted along a Z curve, on which each cell of the tree is one run (`curve_order`).
+// 3. Cells are planted from the root down: a run of up to three nodes is a leaf, a longer one an inner
+//    cell; what is left in one cell of the finest grid goes in node by node (`planting`).
+// 4. Where more than three nodes share a grid cell, those that the mesh names first are kept.
+//
+// Without memory for the sorted list each node is inserted from the root. Both ways lead to the same cells,
+// since the cells depend on the nodes alone.
 #include "location/node_tree.h"
+
+#include "location/lookahead.h"
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace zel::tessel2d {
 
 namespace {
-
-constexpr unsigned root_depth = 32;
-constexpr unsigned leaf_capacity = 3;
-constexpr unsigned first_inner = 4; // in word 0: the first column that can be a child
-
-constexpr std::size_t ahead = 24; // nodes between the hint to the processor and their use
-
-/// Asks for the position of the node that is `ahead` in the list. Inlined by force, for the reason
-/// that `prefetch` has.
-#if defined(__GNUC__)
-[[gnu::always_inline]]
-#endif
-inline void
-prefetch_ahead(const points_view<2>& pos, const unsigned* list, std::size_t i,
-               std::size_t n) noexcept {
-    if (n - i > ahead) prefetch(pos.first + list[i + ahead] * pos.ld);
-}
-
-/// The quadrant that leads from a cell at `depth` towards p.
-unsigned quadrant(const grid_point& p, unsigned depth) noexcept {
-    return ((p.y >> (depth - 1)) & 1) * 2 + ((p.x >> (depth - 1)) & 1);
-}
 
 /// Puts a node among the `words[0]` nodes of a leaf, which ascend.
 void put_in_leaf(unsigned* words, unsigned node) noexcept {
@@ -38,8 +26,8 @@ void put_in_leaf(unsigned* words, unsigned node) noexcept {
     words[i] = node;
 }
 
-/// Puts up to three nodes in a leaf that has none. How many there are cannot be foreseen, so there is no
-/// branch for it: all three are read, and those that do not count go to the end as 0xFFFFFFFF.
+/// Puts up to three nodes in a leaf that has none. Branch-free, since their count cannot be predicted: all
+/// three are read, and those that do not count go to the end as 0xFFFFFFFF.
 void put_in_empty_leaf(unsigned* words, const unsigned* nodes, unsigned count) noexcept {
     const unsigned a = nodes[0] | (0u - unsigned{count < 1});
     const unsigned b = nodes[1] | (0u - unsigned{count < 2});
@@ -53,246 +41,7 @@ void put_in_empty_leaf(unsigned* words, const unsigned* nodes, unsigned count) n
     words[3] = std::max(high, c);
 }
 
-// ------------------------------------------------------------------------------------ order of nodes
-
-constexpr unsigned most_levels = 12;
-
-/// The place of a point on the curve through 4^levels cells: the leading bits of x and y in turn. The bits
-/// of both are spread at once, in the halves of one word.
-std::uint32_t place_on_curve(const grid_point& p, unsigned levels) noexcept {
-    if (levels == 0) return 0;
-    const unsigned drop = root_depth - levels;
-    std::uint64_t s = (std::uint64_t{p.y >> drop} << 32) | (p.x >> drop);
-    s = (s | (s << 8)) & 0x00FF00FF00FF00FFu;
-    s = (s | (s << 4)) & 0x0F0F0F0F0F0F0F0Fu;
-    s = (s | (s << 2)) & 0x3333333333333333u;
-    s = (s | (s << 1)) & 0x5555555555555555u;
-    return static_cast<std::uint32_t>(s | (s >> 31));
-}
-
-/// The most levels that leave one node a cell.
-unsigned levels_for(std::size_t nodes) noexcept {
-    unsigned levels = 0;
-    while (levels < most_levels && (std::size_t{4} << (2 * levels)) <= nodes) ++levels;
-    return levels;
-}
-
-// ------------------------------------------------------------------------------------------ searches
-
-/// What a search has in hand.
-struct tree_search {
-    const node_tree& tree;
-    const node_filter& filter;
-    const unsigned* cells;
-    point<2> p;
-    grid_point xy;
-    grid_point low{0, 0}; // the part of the grid that can hold a nearer node
-    grid_point high{0xFFFFFFFFu, 0xFFFFFFFFu};
-    double best;
-    unsigned id = no_node;
-    std::size_t leaf = 0; // in which `id` was found; 0 for none, which is a root without siblings
-
-    tree_search(const node_tree& searched, const point<2>& point, double start,
-                const node_filter& usable) noexcept
-        : tree(searched),
-          filter(usable),
-          cells(searched.cells.data()),
-          p(point),
-          xy(searched.grid(point)),
-          best(start) {}
-
-    const unsigned* words(std::size_t cell) const noexcept { return cells + 4 * cell; }
-    bool is_leaf(std::size_t cell) const noexcept { return words(cell)[0] < first_inner; }
-    bool is_vacant(std::size_t cell) const noexcept { return words(cell)[0] == 0; }
-
-    bool scan(std::size_t cell) noexcept;
-    void shrink_box() noexcept;
-    bool overlaps_box(const grid_point& corner, unsigned depth) const noexcept;
-};
-
-/// A cell with its depth and its lower corner on the grid.
-struct placed_cell {
-    unsigned cell;
-    unsigned depth;
-    grid_point corner;
-};
-
-/// The cell that one reaches from the root towards `to`, at the first leaf or at `least` depth.
-struct descent {
-    placed_cell at;
-    std::size_t parent = 0;
-
-    descent(const tree_search& search, const grid_point& to, unsigned least) noexcept
-        : at{0, root_depth, {0, 0}} {
-        while (at.depth > least && !search.is_leaf(at.cell)) {
-            parent = at.cell;
-            at.cell = search.words(at.cell)[0] + quadrant(to, at.depth);
-            --at.depth;
-        }
-        if (at.depth < root_depth) {
-            at.corner = {to.x >> at.depth << at.depth, to.y >> at.depth << at.depth};
-        }
-    }
-};
-
-/// Looks for a nearer node in a leaf. Of nodes at the same distance the earlier one stays.
-bool tree_search::scan(std::size_t cell) noexcept {
-    const unsigned* const w = words(cell);
-    bool found = false;
-    for (unsigned i = 1; i <= w[0]; ++i) {
-        const unsigned node = w[i];
-        if (!filter.usable(node)) continue;
-        const unsigned element = filter.ancestors[node];
-        prefetch(filter.connect[element]);
-        prefetch(filter.neighbors[element]);
-        const double d = squared_length<2>(difference<2>(p, tree.pos[node]));
-        if (d >= best) continue;
-        best = d;
-        id = node;
-        found = true;
-    }
-    if (found) leaf = cell;
-    return found;
-}
-
-/// Limits the search to the square around the point that holds the circle of the best distance.
-void tree_search::shrink_box() noexcept {
-    const double r = std::sqrt(best);
-    low = tree.grid({p[0] - r, p[1] - r});
-    high = tree.grid({p[0] + r, p[1] + r});
-}
-
-bool tree_search::overlaps_box(const grid_point& corner, unsigned depth) const noexcept {
-    const auto far = [depth](std::uint32_t from) {
-        const std::uint32_t to = depth == root_depth ? 0 : from + (1u << depth);
-        return to == 0 ? 0xFFFFFFFFu : to;
-    };
-    return corner.x <= high.x && far(corner.x) >= low.x && corner.y <= high.y &&
-           far(corner.y) >= low.y;
-}
-
-/// The cells that a range search has still to look at. Each level leaves at most three behind.
-struct cell_stack {
-    placed_cell cells[3 * root_depth + 4];
-    std::size_t count = 0;
-
-    void push(const placed_cell& c) noexcept { cells[count++] = c; }
-    placed_cell pop() noexcept { return cells[--count]; }
-};
-
-/// Pushes the children that hold anything, the one on the point's side last and the opposite first.
-void push_children(const tree_search& search, const placed_cell& c, cell_stack& stack) noexcept {
-    const std::uint32_t half = 1u << (c.depth - 1);
-    const unsigned near_x = search.xy.x >= c.corner.x + half ? 1 : 0;
-    const unsigned near_y = search.xy.y >= c.corner.y + half ? 1 : 0;
-    const unsigned first = search.words(c.cell)[0];
-    for (unsigned turn = 4; turn-- > 0;) {
-        const unsigned q = (near_y * 2 + near_x) ^ turn;
-        if (search.is_vacant(first + q)) continue;
-        stack.push(
-            {first + q, c.depth - 1, {c.corner.x + (q & 1) * half, c.corner.y + (q >> 1) * half}});
-    }
-}
-
-/// Looks for a nearer node in a part of the tree, apart from the cell `skip`: for the nearest if
-/// `exhaustive`, else for the first leaf that has one. True: a node was found.
-bool range_search(tree_search& search, const placed_cell& from, std::size_t skip,
-                  bool exhaustive) noexcept {
-    if (search.is_vacant(from.cell)) return false;
-    bool found = false;
-    cell_stack stack;
-    stack.push(from);
-    while (stack.count > 0) {
-        const placed_cell c = stack.pop();
-        if (c.cell == skip || !search.overlaps_box(c.corner, c.depth)) continue;
-        if (!search.is_leaf(c.cell)) {
-            push_children(search, c, stack);
-        } else if (search.scan(c.cell)) {
-            search.shrink_box();
-            found = true;
-            if (!exhaustive) break;
-        }
-    }
-    return found;
-}
-
-constexpr std::size_t no_cell = 0xFFFFFFFFu; // to skip: no column has this number
-
-/// The leaf that covers the point, from the nearest short cut.
-std::size_t leaf_of_point(const tree_search& search) noexcept {
-    const node_tree& tree = search.tree;
-    if (tree.entries.empty()) return descent(search, search.xy, 0).at.cell;
-    std::size_t cell = tree.entries[place_on_curve(search.xy, tree.entry_levels)];
-    for (unsigned depth = root_depth - tree.entry_levels; !search.is_leaf(cell); --depth)
-        cell = search.words(cell)[0] + quadrant(search.xy, depth);
-    return cell;
-}
-
-/// The first half of both queries. False: a node was found and another one may be nearer.
-bool find_first(tree_search& search) noexcept {
-    if (search.scan(leaf_of_point(search))) return search.best == 0;
-    const descent down(search, search.xy, 0);
-    const placed_cell& leaf = down.at;
-    if (leaf.depth == root_depth) return true;
-
-    const unsigned taken = quadrant(search.xy, leaf.depth + 1);
-    const std::size_t first = search.words(down.parent)[0];
-    for (unsigned turn = 1; turn < 4; ++turn) {
-        const unsigned q = taken ^ turn;
-        const std::uint32_t side = 1u << leaf.depth;
-        const placed_cell sibling{
-            static_cast<unsigned>(first + q),
-            leaf.depth,
-            {(leaf.corner.x & ~side) + (q & 1) * side, (leaf.corner.y & ~side) + (q >> 1) * side}};
-        if (range_search(search, sibling, no_cell, false)) return search.best == 0;
-    }
-    range_search(search, {0, root_depth, {0, 0}}, down.parent, true);
-    return true;
-}
-
-/// The number of bits up to the highest one that is set.
-unsigned bit_length(std::uint32_t x) noexcept {
-    unsigned n = 0;
-    for (; x != 0; x >>= 1) ++n;
-    return n;
-}
-
 } // namespace
-
-bool curve_order::sort(const node_grid& grid, const points_view<2>& pos,
-                       const dense1D<unsigned, 8>& list) noexcept {
-    const std::size_t n = list.size;
-    levels = levels_for(n);
-    const std::size_t cells = std::size_t{1} << (2 * levels);
-    dense1D<unsigned, 8> places;
-    runs.clear();
-    if (!places.resize(n) || !nodes.resize(n + leaf_capacity) || !runs.resize(cells + 1, 0))
-        return false;
-    std::fill_n(nodes.data() + n, leaf_capacity, 0u);
-    nodes.resize(n);
-    const unsigned* const ids = list.data();
-    unsigned* const begin = runs.data();
-    unsigned* const at = places.data();
-    for (std::size_t i = 0; i < n; ++i) {
-        prefetch_ahead(pos, ids, i, n);
-        at[i] = place_on_curve(grid(pos[ids[i]]), levels);
-        prefetch(begin + at[i]); // and is counted a little later
-        if (i >= ahead) ++begin[at[i - ahead]];
-    }
-    for (std::size_t i = n - std::min(n, ahead); i < n; ++i) ++begin[at[i]];
-    unsigned sum = 0;
-    for (std::size_t c = 0; c <= cells; ++c) sum += std::exchange(begin[c], sum);
-    unsigned* const sorted = nodes.data();
-    for (std::size_t i = 0; i < n; ++i) {
-        if (n - i > 2 * ahead) prefetch(begin + at[i + 2 * ahead]);
-        if (n - i > ahead) prefetch(sorted + begin[at[i + ahead]]);
-        sorted[begin[at[i]]++] = ids[i];
-    }
-    // Each begin has moved to the end of its run, which is where the next one begins.
-    std::copy_backward(begin, begin + cells, begin + cells + 1);
-    begin[0] = 0;
-    return true;
-}
 
 // ------------------------------------------------------------------------------------- list of nodes
 
@@ -423,23 +172,25 @@ void node_tree::vacate_leaf_of(unsigned node, unsigned char* marks) noexcept {
     words[0] = 0;
 }
 
-/// Fits the box to the nodes. A coordinate that is not a number does not count for the box, and its
-/// node is taken off the list, since no box covers it.
+/// Fits the box to the nodes. A NaN does not count for the box, and its node is taken off the list, since
+/// no box covers it.
 void node_tree::fit_box(dense1D<unsigned, 8>& nodes) noexcept {
     point<2> low{no_distance, no_distance};
     point<2> high{-no_distance, -no_distance};
     std::size_t kept = 0;
-    for (std::size_t i = 0; i < nodes.size; ++i) {
-        prefetch_ahead(pos, nodes.data(), i, nodes.size);
-        const unsigned node = nodes[i];
-        const point<2> p = pos[node];
-        for (std::size_t k = 0; k < 2; ++k) {
-            if (p[k] < low[k]) low[k] = p[k];
-            if (p[k] > high[k]) high[k] = p[k];
-        }
-        nodes[kept] = node;
-        if (!std::isnan(p[0]) && !std::isnan(p[1])) ++kept;
-    }
+    const unsigned* const list = nodes.data();
+    for_each_with_lookahead(
+        nodes.size, [&](std::size_t i) { return pos.first + list[i] * pos.ld; },
+        [&](std::size_t i) {
+            const unsigned node = list[i];
+            const point<2> p = pos[node];
+            for (std::size_t k = 0; k < 2; ++k) {
+                if (p[k] < low[k]) low[k] = p[k];
+                if (p[k] > high[k]) high[k] = p[k];
+            }
+            nodes[kept] = node;
+            if (!std::isnan(p[0]) && !std::isnan(p[1])) ++kept;
+        });
     nodes.resize(kept);
     set_box(low, high);
 }
@@ -585,30 +336,6 @@ bool node_tree::split(std::size_t cell, unsigned depth) noexcept {
         put_in_leaf(cells.data() + std::size_t{4} * (words[0] + q), words[i]);
     }
     return true;
-}
-
-unsigned node_tree::find_close(const point<2>& p, double& best,
-                               const node_filter& filter) const noexcept {
-    if (node_count == 0 || !covers(p)) return no_node;
-    tree_search search(*this, p, best, filter);
-    find_first(search);
-    best = search.best;
-    return search.id;
-}
-
-unsigned node_tree::find_closest(const point<2>& p, double& best,
-                                 const node_filter& filter) const noexcept {
-    if (node_count == 0 || !covers(p)) return no_node;
-    tree_search search(*this, p, best, filter);
-    if (!find_first(search)) {
-        search.shrink_box();
-        const unsigned bits =
-            bit_length((search.low.x ^ search.high.x) | (search.low.y ^ search.high.y));
-        const descent down(search, search.low, std::max(bits, 1u));
-        range_search(search, down.at, search.leaf, true);
-    }
-    best = search.best;
-    return search.id;
 }
 
 } // namespace zel::tessel2d

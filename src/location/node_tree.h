@@ -1,13 +1,12 @@
-// zel tessel2d: planar and surface mesh tools.
+// A bucket quadtree over the nodes of a planar mesh, built once per call of an interpolation.
 #pragma once
 
-// A bucket quadtree over the nodes of a planar mesh, which tells a node near a point and the nearest
-// one. Interpolation builds one per call.
+// Built in node_tree.cpp; the queries are in node_search.h, which their users include.
 #include "foundation/cell_shapes.h"
 #include "geometry/point.h"
+#include "location/curve_order.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <limits>
 
 namespace zel::tessel2d {
@@ -15,58 +14,26 @@ namespace zel::tessel2d {
 /// Stands for no distance yet.
 constexpr double no_distance = std::numeric_limits<double>::max();
 
-/// The 32-bit coordinates that the tree tells its nodes apart by.
-struct grid_point {
-    std::uint32_t x;
-    std::uint32_t y;
-};
-
-/// A square of 2^32 x 2^32 grid cells in the plane.
-struct node_grid {
-    point<2> origin;
-    double scale; ///< grid cells per unit of length
-
-    /// The number of the grid cell of a coordinate; what lies outside the square, or nowhere, goes to
-    /// its border.
-    static std::uint32_t cell_of(double x, double origin, double scale) noexcept {
-        constexpr double last = 4294967295.0;
-        const double w = (x - origin) * scale;
-        if (!(w >= 0)) return 0;
-        return w > last ? 0xFFFFFFFFu : static_cast<std::uint32_t>(w);
-    }
-    grid_point operator()(const point<2>& p) const noexcept {
-        return {cell_of(p[0], origin[0], scale), cell_of(p[1], origin[1], scale)};
-    }
-};
-
-/// The nodes that a search may answer: those that an element of the mesh holds.
+/// The nodes that a search may return: those that an element of the mesh holds.
 struct node_filter {
     const unsigned* ancestors; ///< per node, the element that holds it
     std::size_t nodes;         ///< length of `ancestors`
     std::size_t elements;      ///< numbers from here on are no elements; 0xFFFFFFFF at most
-
-    // What is likely to be asked next of the element of an answer; nothing by default.
-    columns<const unsigned> connect{nullptr, 0};
-    columns<const unsigned> neighbors{nullptr, 0};
 
     bool usable(std::size_t node) const noexcept {
         return node < nodes && ancestors[node] < elements;
     }
 };
 
-/// Nodes in the order of a Z curve through the cells of a 2^levels x 2^levels grid; the nodes of one
-/// cell keep the order that they had in the list. What is done in this order finds most of its memory
-/// in the cache.
-struct curve_order {
-    dense1D<unsigned, 8> nodes; ///< three entries behind the end may be read
-    dense1D<unsigned, 8>
-        runs; ///< the nodes of place c on the curve: from runs[c] up to runs[c + 1]
-    unsigned levels = 0;
+// The tree knows leaves from inner cells by the first word of a column.
+constexpr unsigned root_depth = grid_bits;
+constexpr unsigned leaf_capacity = 3;
+constexpr unsigned first_inner = 4; // the first column that can be a child
 
-    /// Sorts a list; one to four nodes a cell are usual. False: memory is exhausted.
-    bool sort(const node_grid& grid, const points_view<2>& pos,
-              const dense1D<unsigned, 8>& list) noexcept;
-};
+/// The quadrant that leads from a cell at `depth` towards p.
+inline unsigned quadrant(const grid_point& p, unsigned depth) noexcept {
+    return ((p.y >> (depth - 1)) & 1) * 2 + ((p.x >> (depth - 1)) & 1);
+}
 
 /// The tree. A cell is a column of four words:
 ///
@@ -118,14 +85,17 @@ struct node_tree {
 
     /// Some usable node near the point, or 0xFFFFFFFF: the best of the leaf of the point, else of a
     /// leaf beside it, else of the tree. `best` goes down to its squared distance; start with
-    /// `no_distance`.
-    unsigned find_close(const point<2>& p, double& best, const node_filter& filter) const noexcept;
+    /// `no_distance`. A filter has `usable(node)`, as `node_filter` has. Cost: the depth of a leaf, and
+    /// more only where no usable node is near.
+    template <class Filter = node_filter>
+    unsigned find_close(const point<2>& p, double& best, const Filter& filter) const noexcept;
 
     /// The usable node nearest to the point, to one unit in the last place of the squared distance,
     /// or 0xFFFFFFFF when the point lies outside the box. Of nodes at the same distance, the one
-    /// looked at first. `best` as for `find_close`.
-    unsigned find_closest(const point<2>& p, double& best,
-                          const node_filter& filter) const noexcept;
+    /// looked at first. `best` as for `find_close`. Cost: the leaves that reach into the circle of the
+    /// nearest node, and the way to them.
+    template <class Filter = node_filter>
+    unsigned find_closest(const point<2>& p, double& best, const Filter& filter) const noexcept;
 
 private:
     struct mesh_nodes;

@@ -1,7 +1,9 @@
-// zel tessel2d: planar and surface mesh tools.
+// Carries what the nodes of a mesh hold onto orphans: nodes that belong to no element.
 #pragma once
 
-// Nodes that belong to no element: finding where in the mesh they lie, for what is carried onto them.
+// One tree over the nodes of the mesh serves all orphans. A long list is served in the order of a Z curve.
+// Each orphan is located in an element; one in no element, or behind a degenerate one, is given the
+// closest node of the mesh instead.
 #include "location/local_coords.h"
 #include "location/locate.h"
 #include "zel/element_type.h"
@@ -11,7 +13,7 @@ namespace zel::tessel2d {
 /// Share of an element's doubled area by which a point may lie outside a side of it.
 constexpr double carry_tolerance = 1e-6;
 
-/// Tells whether some corner of the mesh has no ancestor. Adjacency that is in order has none.
+/// Returns true if some corner of the mesh has no ancestor. Adjacency that is in order has none.
 template <class Shape>
 bool has_orphan_corners(const located_mesh& mesh) noexcept {
     for (std::size_t e = 0; e < mesh.elements; ++e) {
@@ -49,14 +51,14 @@ bool sort_orphans(const located_mesh& mesh, const node_tree& tree,
 template <class Shape, class Rule>
 void serve_orphans(const located_mesh& mesh, const node_tree& tree,
                    const dense1D<unsigned, 8>& nodes, Rule rule) noexcept {
-    const tree_searcher searcher{tree, mesh.held_nodes()};
-    std::optional<node_fan> fan;
+    const tree_searcher searcher(tree, mesh);
+    search_record record;
     for (const unsigned node : nodes) {
         if (mesh.ancestor(node) != no_node || !rule.wants(node)) continue;
         const point<2> p = mesh.pos[node];
         unsigned element = no_node;
-        std::uint64_t steps;
-        if (locate<Shape>(mesh, searcher, p, carry_tolerance, element, true, steps, fan) == found) {
+        if (locate<Shape>(mesh, searcher, p, carry_tolerance, element, true, record) ==
+            outcome::found) {
             const unsigned* const cell = mesh.connect[element];
             const unsigned corners = Shape::corners(cell);
             point<2> at;
@@ -67,7 +69,7 @@ void serve_orphans(const located_mesh& mesh, const node_tree& tree,
             }
             rule.in_element(node, cell, corners, at);
         } else {
-            const unsigned closest = searcher.find_closest(p);
+            const unsigned closest = record.closest ? *record.closest : searcher.find_closest(p);
             if (closest != no_node) rule.from_node(node, closest);
         }
     }

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// Tests of walks, stars of nodes and the search for an element, with fixed and with real searchers.
 #include "location/locate.h"
 
 #include "located_meshes.h"
@@ -45,27 +45,27 @@ located_mesh view_of(const adjacent_mesh& m) {
     return {m.pos, m.connect, m.neighbors, m.ancestors};
 }
 
-struct outcome {
-    int status;
+struct walk_result {
+    outcome status;
     unsigned element;
     std::uint64_t steps;
 };
 
 template <class Shape>
-outcome walk_from(const adjacent_mesh& m, unsigned element, const place& p,
-                  double tolerance = slack) {
+walk_result walk_from(const adjacent_mesh& m, unsigned element, const place& p,
+                      double tolerance = slack) {
     std::uint64_t steps = 99;
-    const int status = walk<Shape>(view_of(m), p, element, tolerance, steps);
+    const outcome status = walk<Shape>(view_of(m), p, element, tolerance, steps);
     return {status, element, steps};
 }
 
 template <class Shape, class Searcher>
-outcome locate_with(const adjacent_mesh& m, const Searcher& searcher, const place& p,
-                    bool around = true, unsigned element = no_node) {
-    std::optional<node_fan> fan;
-    std::uint64_t steps = 99;
-    const int status = locate<Shape>(view_of(m), searcher, p, slack, element, around, steps, fan);
-    return {status, element, steps};
+walk_result locate_with(const adjacent_mesh& m, const Searcher& searcher, const place& p,
+                        bool around = true, unsigned element = no_node) {
+    search_record record;
+    record.steps = 99;
+    const outcome status = locate<Shape>(view_of(m), searcher, p, slack, element, around, record);
+    return {status, element, record.steps};
 }
 
 adjacent_mesh two_triangles() {
@@ -112,26 +112,46 @@ TEST(Draws, TheFourthEdgeOfATriangleIsItsFirst) {
 
 // -------------------------------------------------------------------------------------- one element
 
+} // namespace
+
+namespace zel::tessel2d {
+
+inline bool operator==(const side_test& a, const side_test& b) {
+    return a.where == b.where && a.edge == b.edge;
+}
+
+} // namespace zel::tessel2d
+
+namespace {
+
+side_test beyond_edge(unsigned k) {
+    return {side::beyond_edge, k};
+}
+
 TEST(ExitEdge, TriesTheEdgesInTurnAndTheStartLast) {
     // Beyond node 1 of the triangle: edges 0 (opposite node 0) and 2 (opposite node 2) fail.
     const auto m = one_triangle();
     const place beyond{2, -0.1};
     const points_view<2> pos(m.pos);
-    EXPECT_EQ(2U, exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 0));
-    EXPECT_EQ(2U, exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 1));
-    EXPECT_EQ(0U, exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 2));
+    EXPECT_EQ(beyond_edge(2), exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 0));
+    EXPECT_EQ(beyond_edge(2), exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 1));
+    EXPECT_EQ(beyond_edge(0), exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 2));
 }
 
 TEST(ExitEdge, NumbersTheEdgesOfQuadrilateralsByTheirFirstNode) {
     const auto g = unit_square();
     const points_view<2> pos(g.pos);
     for (unsigned start = 0; start < 4; ++start) {
-        EXPECT_EQ(0U, exit_edge<quad_cells>(pos, g.connect[0], {0.5, -1}, slack, start));
-        EXPECT_EQ(1U, exit_edge<quad_cells>(pos, g.connect[0], {2, 0.5}, slack, start));
-        EXPECT_EQ(2U, exit_edge<quad_cells>(pos, g.connect[0], {0.5, 2}, slack, start));
-        EXPECT_EQ(3U, exit_edge<quad_cells>(pos, g.connect[0], {-1, 0.5}, slack, start));
-        EXPECT_EQ(inside, exit_edge<quad_cells>(pos, g.connect[0], {0.5, 0.5}, slack, start));
-        EXPECT_EQ(inside, exit_edge<mixed_cells>(pos, g.connect[0], {1, 1}, slack, start));
+        EXPECT_EQ(beyond_edge(0),
+                  exit_edge<quad_cells>(pos, g.connect[0], {0.5, -1}, slack, start));
+        EXPECT_EQ(beyond_edge(1), exit_edge<quad_cells>(pos, g.connect[0], {2, 0.5}, slack, start));
+        EXPECT_EQ(beyond_edge(2), exit_edge<quad_cells>(pos, g.connect[0], {0.5, 2}, slack, start));
+        EXPECT_EQ(beyond_edge(3),
+                  exit_edge<quad_cells>(pos, g.connect[0], {-1, 0.5}, slack, start));
+        EXPECT_EQ(side::inside,
+                  exit_edge<quad_cells>(pos, g.connect[0], {0.5, 0.5}, slack, start).where);
+        EXPECT_EQ(side::inside,
+                  exit_edge<mixed_cells>(pos, g.connect[0], {1, 1}, slack, start).where);
     }
 }
 
@@ -139,41 +159,45 @@ TEST(ExitEdge, LetsPassWhatIsWithinToleranceTimesTheDoubledArea) {
     // The unit triangle has a doubled area of 1: a point at y below side 2 of length 1 has -y.
     const auto m = one_triangle();
     const points_view<2> pos(m.pos);
-    EXPECT_EQ(inside, exit_edge<triangle_cells>(pos, m.connect[0], {0.25, -0.125}, 0.125, 0));
-    EXPECT_EQ(2U, exit_edge<triangle_cells>(pos, m.connect[0], {0.25, std::nextafter(-0.125, -1.0)},
-                                            0.125, 0));
-    EXPECT_EQ(inside, exit_edge<triangle_cells>(pos, m.connect[0], {0.25, 0}, 0, 0));
-    EXPECT_EQ(2U, exit_edge<triangle_cells>(pos, m.connect[0], {0.25, 0.0625}, -0.125, 0));
+    EXPECT_EQ(side::inside,
+              exit_edge<triangle_cells>(pos, m.connect[0], {0.25, -0.125}, 0.125, 0).where);
+    EXPECT_EQ(beyond_edge(2),
+              exit_edge<triangle_cells>(pos, m.connect[0], {0.25, std::nextafter(-0.125, -1.0)},
+                                        0.125, 0));
+    EXPECT_EQ(side::inside, exit_edge<triangle_cells>(pos, m.connect[0], {0.25, 0}, 0, 0).where);
+    EXPECT_EQ(beyond_edge(2),
+              exit_edge<triangle_cells>(pos, m.connect[0], {0.25, 0.0625}, -0.125, 0));
 }
 
 TEST(ExitEdge, ElementsWithoutPositiveFiniteSizeAreDegenerate) {
     const auto size_of = [](const dense2D<double>& pos) {
         const unsigned cell[4] = {0, 1, 2, no_node};
-        return exit_edge<mixed_cells>(points_view<2>(pos), cell, {0, 0}, slack, 0);
+        return exit_edge<mixed_cells>(points_view<2>(pos), cell, {0, 0}, slack, 0).where;
     };
-    EXPECT_EQ(degenerate, size_of(points({{0, 0}, {1, 1}, {2, 2}}))) << "flat";
-    EXPECT_EQ(degenerate, size_of(points({{0, 0}, {0, 1}, {1, 0}}))) << "clockwise";
-    EXPECT_EQ(degenerate, size_of(points({{0, 0}, {1e200, 0}, {0, 1e200}}))) << "overflowing";
-    EXPECT_EQ(degenerate, size_of(points({{0, 0}, {nan, 0}, {0, 1}}))) << "not a number";
-    EXPECT_NE(degenerate, size_of(points({{0, 0}, {1e150, 0}, {0, 1e150}})));
+    EXPECT_EQ(side::degenerate, size_of(points({{0, 0}, {1, 1}, {2, 2}}))) << "flat";
+    EXPECT_EQ(side::degenerate, size_of(points({{0, 0}, {0, 1}, {1, 0}}))) << "clockwise";
+    EXPECT_EQ(side::degenerate, size_of(points({{0, 0}, {1e200, 0}, {0, 1e200}}))) << "overflowing";
+    EXPECT_EQ(side::degenerate, size_of(points({{0, 0}, {nan, 0}, {0, 1}}))) << "not a number";
+    EXPECT_NE(side::degenerate, size_of(points({{0, 0}, {1e150, 0}, {0, 1e150}})));
     const unsigned quad[4] = {0, 1, 2, 3};
     const auto clockwise = points({{0, 0}, {0, 1}, {1, 1}, {1, 0}});
-    EXPECT_EQ(degenerate,
-              exit_edge<quad_cells>(points_view<2>(clockwise), quad, {0.5, 0.5}, slack, 0));
+    EXPECT_EQ(side::degenerate,
+              exit_edge<quad_cells>(points_view<2>(clockwise), quad, {0.5, 0.5}, slack, 0).where);
 }
 
 TEST(ExitEdge, AllEdgesFailForAPointThatIsNotANumber) {
     const auto m = one_triangle();
     for (unsigned start = 0; start < 3; ++start)
-        EXPECT_EQ((start + 1) % 3, exit_edge<triangle_cells>(points_view<2>(m.pos), m.connect[0],
-                                                             {nan, 0.1}, slack, start));
+        EXPECT_EQ(beyond_edge((start + 1) % 3),
+                  exit_edge<triangle_cells>(points_view<2>(m.pos), m.connect[0], {nan, 0.1}, slack,
+                                            start));
 }
 
 // ------------------------------------------------------------------------------------------ the walk
 
 TEST(Walk, StaysInTheElementThatHoldsThePoint) {
     const auto got = walk_from<triangle_cells>(two_triangles(), 1, {0.2, 0.8});
-    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(outcome::found, got.status);
     EXPECT_EQ(1U, got.element);
     EXPECT_EQ(1U, got.steps);
 }
@@ -182,7 +206,7 @@ TEST(Walk, APointOnASharedSideOrNodeBelongsToTheElementReachedFirst) {
     for (const place& p : {place{0.5, 0.5}, place{0, 0}, place{1, 1}}) {
         for (const unsigned start : {0U, 1U}) {
             const auto got = walk_from<triangle_cells>(two_triangles(), start, p);
-            EXPECT_EQ(found, got.status);
+            EXPECT_EQ(outcome::found, got.status);
             EXPECT_EQ(start, got.element);
             EXPECT_EQ(1U, got.steps);
         }
@@ -191,7 +215,7 @@ TEST(Walk, APointOnASharedSideOrNodeBelongsToTheElementReachedFirst) {
 
 TEST(Walk, CrossesTheSideThatHasThePointBeyondIt) {
     const auto got = walk_from<triangle_cells>(two_triangles(), 0, {0.2, 0.8});
-    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(outcome::found, got.status);
     EXPECT_EQ(1U, got.element);
     EXPECT_EQ(2U, got.steps);
 }
@@ -205,14 +229,14 @@ TEST(Walk, ReachesEveryElementOfAGridFromEveryOther) {
             for (unsigned k = 0; k < n; ++k)
                 for (std::size_t i = 0; i < 2; ++i) p[i] += m.pos(i, m.connect(k, to)) / n;
             const auto got = walk_from<mixed_cells>(m, from, p);
-            EXPECT_EQ(found, got.status);
+            EXPECT_EQ(outcome::found, got.status);
             EXPECT_EQ(to, got.element);
         }
 }
 
 TEST(Walk, WithoutAnElementEndsBeforeItBegins) {
     const auto got = walk_from<triangle_cells>(two_triangles(), no_node, {0.2, 0.8});
-    EXPECT_EQ(not_found, got.status);
+    EXPECT_EQ(outcome::not_found, got.status);
     EXPECT_EQ(no_node, got.element);
     EXPECT_EQ(0U, got.steps);
 }
@@ -223,7 +247,7 @@ TEST(Walk, FallingOffTheMeshEarlyIsNotFound) {
     m.neighbors =
         cells({{no_node, 1, no_node}, {no_node, no_node, 0}, {no_node, no_node, no_node}});
     const auto got = walk_from<triangle_cells>(m, 0, {2, 0.5});
-    EXPECT_EQ(not_found, got.status);
+    EXPECT_EQ(outcome::not_found, got.status);
     EXPECT_EQ(no_node, got.element);
     EXPECT_EQ(1U, got.steps);
 }
@@ -231,14 +255,14 @@ TEST(Walk, FallingOffTheMeshEarlyIsNotFound) {
 TEST(Walk, FallingOffAtExactlyTheLastElementIsToldApart) {
     // Two elements: the walk crosses from 0 to 1, its second and last one, and falls off there.
     const auto got = walk_from<triangle_cells>(two_triangles(), 0, {-1, 0.9});
-    EXPECT_EQ(ended_at_last, got.status);
+    EXPECT_EQ(outcome::ended_at_last, got.status);
     EXPECT_EQ(no_node, got.element);
     EXPECT_EQ(2U, got.steps);
 }
 
 TEST(Walk, EveryFailingWalkInAMeshOfOneElementEndsAtTheLast) {
     for (const place& p : {place{2, 2}, place{-1, 0}, place{0.1, -3}, place{nan, 0}})
-        EXPECT_EQ(ended_at_last, walk_from<triangle_cells>(one_triangle(), 0, p).status);
+        EXPECT_EQ(outcome::ended_at_last, walk_from<triangle_cells>(one_triangle(), 0, p).status);
 }
 
 /// One element of each shape: a quadrilateral, the same in a mixed mesh, and a triangle in one.
@@ -256,15 +280,16 @@ TEST(Walk, OneQuadrilateralOrMixedElementEndsItTheSameWay) {
         for (const auto& got : {walk_from<quad_cells>(one_quad(), 0, p),
                                 walk_from<mixed_cells>(one_mixed(false), 0, p),
                                 walk_from<mixed_cells>(one_mixed(true), 0, p)}) {
-            EXPECT_EQ(ended_at_last, got.status);
+            EXPECT_EQ(outcome::ended_at_last, got.status);
             EXPECT_EQ(no_node, got.element);
             EXPECT_EQ(1U, got.steps);
         }
     }
-    EXPECT_EQ(found, walk_from<quad_cells>(one_quad(), 0, {0.25, 0.75}).status);
-    EXPECT_EQ(found, walk_from<mixed_cells>(one_mixed(false), 0, {0.25, 0.75}).status);
-    EXPECT_EQ(ended_at_last, walk_from<mixed_cells>(one_mixed(true), 0, {0.25, 0.75}).status);
-    EXPECT_EQ(found, walk_from<mixed_cells>(one_mixed(true), 0, {0.75, 0.25}).status);
+    EXPECT_EQ(outcome::found, walk_from<quad_cells>(one_quad(), 0, {0.25, 0.75}).status);
+    EXPECT_EQ(outcome::found, walk_from<mixed_cells>(one_mixed(false), 0, {0.25, 0.75}).status);
+    EXPECT_EQ(outcome::ended_at_last,
+              walk_from<mixed_cells>(one_mixed(true), 0, {0.25, 0.75}).status);
+    EXPECT_EQ(outcome::found, walk_from<mixed_cells>(one_mixed(true), 0, {0.75, 0.25}).status);
 }
 
 TEST(Walk, ADegenerateElementEndsIt) {
@@ -273,7 +298,7 @@ TEST(Walk, ADegenerateElementEndsIt) {
     m.neighbors =
         cells({{no_node, 1, no_node}, {no_node, 0, no_node}, {no_node, no_node, no_node}});
     const auto got = walk_from<triangle_cells>(m, 0, {0.2, 0.8});
-    EXPECT_EQ(met_degenerate, got.status);
+    EXPECT_EQ(outcome::met_degenerate, got.status);
     EXPECT_EQ(no_node, got.element);
     EXPECT_EQ(2U, got.steps);
 }
@@ -281,7 +306,7 @@ TEST(Walk, ADegenerateElementEndsIt) {
 TEST(Walk, ADegenerateElementThatIsTheLastOneIsToldApart) {
     adjacent_mesh m = two_triangles();
     m.connect = cells({{0, 1, 2}, {0, 3, 2}});
-    EXPECT_EQ(ended_at_last, walk_from<triangle_cells>(m, 0, {0.2, 0.8}).status);
+    EXPECT_EQ(outcome::ended_at_last, walk_from<triangle_cells>(m, 0, {0.2, 0.8}).status);
 }
 
 TEST(Walk, LooksAtNoMoreElementsThanThereAre) {
@@ -289,7 +314,7 @@ TEST(Walk, LooksAtNoMoreElementsThanThereAre) {
     adjacent_mesh m = two_triangles();
     m.neighbors = cells({{1, 1, 1}, {0, 0, 0}});
     const auto got = walk_from<triangle_cells>(m, 0, {nan, nan});
-    EXPECT_EQ(not_found, got.status);
+    EXPECT_EQ(outcome::not_found, got.status);
     EXPECT_EQ(no_node, got.element);
     EXPECT_EQ(3U, got.steps) << "one more than there are";
 }
@@ -302,7 +327,7 @@ TEST(Walk, AtTheBoundaryAnotherFailingSideIsTried) {
                           without(grid, [](double x, double y) { return x > 0.5 && y < 0.5; }));
     ASSERT_EQ(3U, m.connect.cols);
     const auto got = walk_from<quad_cells>(m, 0, {0.75, 0.75});
-    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(outcome::found, got.status);
     EXPECT_EQ(2U, got.element);
 }
 
@@ -319,12 +344,12 @@ TEST(Walk, IsTheSameEveryTime) {
 // ------------------------------------------------------------------------------ the elements of a node
 
 template <class Shape>
-std::vector<unsigned> ball(const adjacent_mesh& m, unsigned node, unsigned first, int status = 0,
-                           bool* closed = nullptr) {
-    node_fan fan;
-    EXPECT_EQ(status, node_ball<Shape>(view_of(m), node, first, fan));
-    if (closed) *closed = fan.closed;
-    return values(fan.elements);
+std::vector<unsigned> star_of(const adjacent_mesh& m, unsigned node, unsigned first, int status = 0,
+                              bool* closed = nullptr) {
+    node_star star;
+    EXPECT_EQ(status, list_star<Shape>(view_of(m), node, first, star));
+    if (closed) *closed = star.closed;
+    return values(star.elements);
 }
 
 /// Six triangles around node 0.
@@ -339,73 +364,74 @@ adjacent_mesh hexagon() {
     return {"hexagon", zel::ELEMENT_T3, g};
 }
 
-TEST(NodeBall, ListsTheTrianglesOfAnInteriorNodeAndIsClosed) {
+TEST(ListStar, ListsTheTrianglesOfAnInteriorNodeAndIsClosed) {
     // Node 0 is the first of each: the edges at it are 2, pushed first, to the previous one, and 1 to
     // the next one, which is therefore popped first.
     bool closed = false;
-    EXPECT_THAT(ball<triangle_cells>(hexagon(), 0, 2, 0, &closed), ElementsAre(2, 3, 4, 5, 0, 1));
+    EXPECT_THAT(star_of<triangle_cells>(hexagon(), 0, 2, 0, &closed),
+                ElementsAre(2, 3, 4, 5, 0, 1));
     EXPECT_TRUE(closed);
 }
 
-TEST(NodeBall, AtTheBoundaryBothSidesAreListedAndItIsOpen) {
+TEST(ListStar, AtTheBoundaryBothSidesAreListedAndItIsOpen) {
     bool closed = true;
-    EXPECT_THAT(ball<triangle_cells>(hexagon(), 3, 1, 0, &closed), ElementsAre(1, 2));
+    EXPECT_THAT(star_of<triangle_cells>(hexagon(), 3, 1, 0, &closed), ElementsAre(1, 2));
     EXPECT_FALSE(closed);
 }
 
-TEST(NodeBall, ListsTheQuadrilateralsOfANode) {
+TEST(ListStar, ListsTheQuadrilateralsOfANode) {
     const adjacent_mesh m("grid", zel::ELEMENT_Q4, grid_Q4(2, 2));
     bool closed = false;
     // Cell 0 holds the node as its third: edge 2 leads up to 2, edge 1 to the right, popped first.
-    EXPECT_THAT(ball<quad_cells>(m, 4, 0, 0, &closed), ElementsAre(0, 1, 3, 2));
+    EXPECT_THAT(star_of<quad_cells>(m, 4, 0, 0, &closed), ElementsAre(0, 1, 3, 2));
     EXPECT_TRUE(closed);
-    EXPECT_THAT(ball<quad_cells>(m, 0, 0), ElementsAre(0));
+    EXPECT_THAT(star_of<quad_cells>(m, 0, 0), ElementsAre(0));
 }
 
-TEST(NodeBall, FollowsEachShapeOfAMixedMesh) {
+TEST(ListStar, FollowsEachShapeOfAMixedMesh) {
     // Left a quadrilateral, right two triangles, all at node 1.
     const adjacent_mesh m("mixed", zel::ELEMENT_FACE,
                           {points({{0, 0}, {1, 0}, {1, 1}, {0, 1}, {2, 0}, {2, 1}}),
                            cells({{0, 1, 2, 3}, {1, 4, 5, no_node}, {1, 5, 2, no_node}})});
     bool closed = true;
-    EXPECT_THAT(ball<mixed_cells>(m, 1, 0, 0, &closed), ElementsAre(0, 2, 1));
+    EXPECT_THAT(star_of<mixed_cells>(m, 1, 0, 0, &closed), ElementsAre(0, 2, 1));
     EXPECT_FALSE(closed);
 }
 
-TEST(NodeBall, OfOneElementIsThatElementAndOpen) {
+TEST(ListStar, OfOneElementIsThatElementAndOpen) {
     for (unsigned node = 0; node < 4; ++node) {
         bool closed = true;
-        EXPECT_THAT(ball<quad_cells>(one_quad(), node, 0, 0, &closed), ElementsAre(0));
+        EXPECT_THAT(star_of<quad_cells>(one_quad(), node, 0, 0, &closed), ElementsAre(0));
         EXPECT_FALSE(closed);
         closed = true;
-        EXPECT_THAT(ball<mixed_cells>(one_mixed(false), node, 0, 0, &closed), ElementsAre(0));
+        EXPECT_THAT(star_of<mixed_cells>(one_mixed(false), node, 0, 0, &closed), ElementsAre(0));
         EXPECT_FALSE(closed);
     }
     for (unsigned node = 0; node < 3; ++node) {
         bool closed = true;
-        EXPECT_THAT(ball<mixed_cells>(one_mixed(true), node, 0, 0, &closed), ElementsAre(0));
+        EXPECT_THAT(star_of<mixed_cells>(one_mixed(true), node, 0, 0, &closed), ElementsAre(0));
         EXPECT_FALSE(closed);
     }
     // The mark of a triangle is no node of it, whoever asks.
-    EXPECT_THAT(ball<mixed_cells>(one_mixed(true), 3, 0, -1), IsEmpty());
-    EXPECT_THAT(ball<mixed_cells>(one_mixed(true), no_node, 0, -1), IsEmpty());
+    EXPECT_THAT(star_of<mixed_cells>(one_mixed(true), 3, 0, -1), IsEmpty());
+    EXPECT_THAT(star_of<mixed_cells>(one_mixed(true), no_node, 0, -1), IsEmpty());
 }
 
-TEST(NodeBall, WithoutAFirstElementIsEmpty) {
+TEST(ListStar, WithoutAFirstElementIsEmpty) {
     bool closed = true;
-    EXPECT_THAT(ball<triangle_cells>(hexagon(), 0, no_node, 0, &closed), IsEmpty());
+    EXPECT_THAT(star_of<triangle_cells>(hexagon(), 0, no_node, 0, &closed), IsEmpty());
     EXPECT_FALSE(closed);
 }
 
-TEST(NodeBall, KeepsWhatItHasWhenAnElementDoesNotHoldTheNode) {
-    EXPECT_THAT(ball<triangle_cells>(hexagon(), 5, 0, -1), IsEmpty());
+TEST(ListStar, KeepsWhatItHasWhenAnElementDoesNotHoldTheNode) {
+    EXPECT_THAT(star_of<triangle_cells>(hexagon(), 5, 0, -1), IsEmpty());
     adjacent_mesh wrong = hexagon();
     wrong.neighbors(1, 3) = 0; // the way from 3 leads to 0, which has node 0 but not node 5
     wrong.neighbors(0, 3) = 0;
-    EXPECT_THAT(ball<triangle_cells>(wrong, 5, 4, -1), testing::Not(IsEmpty()));
+    EXPECT_THAT(star_of<triangle_cells>(wrong, 5, 4, -1), testing::Not(IsEmpty()));
 }
 
-TEST(NodeBall, ALargeFanIsListedCompletely) {
+TEST(ListStar, ALargeFanIsListedCompletely) {
     mesh g{dense2D<double>(2, 301, 0.0), {}};
     for (unsigned k = 0; k < 300; ++k) {
         g.pos(0, k + 1) = std::cos(k * std::acos(-1.0) / 150);
@@ -414,7 +440,7 @@ TEST(NodeBall, ALargeFanIsListedCompletely) {
         zel::push_back_column3(t, g.connect);
     }
     const adjacent_mesh m("fan", zel::ELEMENT_T3, g);
-    auto listed = ball<triangle_cells>(m, 0, 7);
+    auto listed = star_of<triangle_cells>(m, 0, 7);
     std::sort(listed.begin(), listed.end());
     ASSERT_EQ(300U, listed.size());
     for (unsigned k = 0; k < 300; ++k) EXPECT_EQ(k, listed[k]);
@@ -425,7 +451,7 @@ TEST(NodeBall, ALargeFanIsListedCompletely) {
 TEST(Locate, StartsAtTheElementOfANodeNearby) {
     const fixed_searcher searcher(3, no_node);
     const auto got = locate_with<triangle_cells>(two_triangles(), searcher, {0.2, 0.8});
-    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(outcome::found, got.status);
     EXPECT_EQ(1U, got.element);
     EXPECT_EQ(1U, got.steps);
     EXPECT_EQ(0, searcher.asked_closest);
@@ -434,7 +460,7 @@ TEST(Locate, StartsAtTheElementOfANodeNearby) {
 TEST(Locate, StartsAtAGivenElementWithoutAsking) {
     const fixed_searcher searcher(no_node, no_node);
     const auto got = locate_with<triangle_cells>(two_triangles(), searcher, {0.2, 0.8}, true, 0);
-    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(outcome::found, got.status);
     EXPECT_EQ(1U, got.element);
     EXPECT_EQ(0, searcher.asked_close);
 }
@@ -442,10 +468,11 @@ TEST(Locate, StartsAtAGivenElementWithoutAsking) {
 TEST(Locate, WithoutANodeOrAnElementOfItNothingIsFound) {
     adjacent_mesh m = two_triangles();
     const auto nobody = locate_with<triangle_cells>(m, fixed_searcher(no_node, 0), {0.2, 0.8});
-    EXPECT_EQ(not_found, nobody.status);
+    EXPECT_EQ(outcome::not_found, nobody.status);
     EXPECT_EQ(no_node, nobody.element);
     m.ancestors[3] = no_node;
-    EXPECT_EQ(not_found, locate_with<triangle_cells>(m, fixed_searcher(3, 0), {0.2, 0.8}).status);
+    EXPECT_EQ(outcome::not_found,
+              locate_with<triangle_cells>(m, fixed_searcher(3, 0), {0.2, 0.8}).status);
 }
 
 TEST(Locate, AncestorsThatAreNoElementsAndNodesBeyondTheMeshCountAsNone) {
@@ -453,10 +480,11 @@ TEST(Locate, AncestorsThatAreNoElementsAndNodesBeyondTheMeshCountAsNone) {
     for (const unsigned wrong : {2U, 1000000U, 0xFFFFFFFEU}) {
         m.ancestors[3] = wrong;
         const auto got = locate_with<triangle_cells>(m, fixed_searcher(3, 3), {0.2, 0.8});
-        EXPECT_EQ(not_found, got.status);
+        EXPECT_EQ(outcome::not_found, got.status);
     }
-    EXPECT_EQ(not_found, locate_with<triangle_cells>(m, fixed_searcher(4, 0), {0.2, 0.8}).status);
-    EXPECT_EQ(not_found,
+    EXPECT_EQ(outcome::not_found,
+              locate_with<triangle_cells>(m, fixed_searcher(4, 0), {0.2, 0.8}).status);
+    EXPECT_EQ(outcome::not_found,
               locate_with<triangle_cells>(m, fixed_searcher(0xFFFFFFFEU, 0), {0.2, 0.8}).status);
 }
 
@@ -470,7 +498,7 @@ TEST(Locate, AWalkThatFallsOffIsFollowedByOthersAroundTheClosestNode) {
     const adjacent_mesh m = two_islands();
     const fixed_searcher searcher(0, 5);
     const auto got = locate_with<quad_cells>(m, searcher, {0.9, 0.5});
-    EXPECT_EQ(found, got.status);
+    EXPECT_EQ(outcome::found, got.status);
     EXPECT_EQ(3U, got.element);
     EXPECT_EQ(1, searcher.asked_closest);
 }
@@ -478,17 +506,18 @@ TEST(Locate, AWalkThatFallsOffIsFollowedByOthersAroundTheClosestNode) {
 TEST(Locate, WithoutSearchAroundTheFirstWalkDecides) {
     const fixed_searcher searcher(0, 5);
     const auto got = locate_with<quad_cells>(two_islands(), searcher, {0.9, 0.5}, false);
-    EXPECT_EQ(not_found, got.status);
+    EXPECT_EQ(outcome::not_found, got.status);
     EXPECT_EQ(no_node, got.element);
     EXPECT_EQ(0, searcher.asked_closest);
 }
 
 TEST(Locate, WithoutAClosestNodeOrItsElementNothingIsFound) {
     adjacent_mesh m = two_islands();
-    EXPECT_EQ(not_found, locate_with<quad_cells>(m, fixed_searcher(0, no_node), {0.9, 0.5}).status);
+    EXPECT_EQ(outcome::not_found,
+              locate_with<quad_cells>(m, fixed_searcher(0, no_node), {0.9, 0.5}).status);
     m.ancestors[5] = no_node;
     const auto got = locate_with<quad_cells>(m, fixed_searcher(0, 5), {0.9, 0.5});
-    EXPECT_EQ(not_found, got.status);
+    EXPECT_EQ(outcome::not_found, got.status);
     EXPECT_EQ(no_node, got.element);
 }
 
@@ -497,7 +526,7 @@ TEST(Locate, ADegenerateElementEndsTheSearchAtOnce) {
     std::swap(m.connect(1, 0), m.connect(3, 0)); // clockwise
     const fixed_searcher searcher(0, 5);
     const auto got = locate_with<quad_cells>(m, searcher, {0.9, 0.5});
-    EXPECT_EQ(met_degenerate, got.status);
+    EXPECT_EQ(outcome::met_degenerate, got.status);
     EXPECT_EQ(no_node, got.element);
     EXPECT_EQ(0, searcher.asked_closest);
 }
@@ -505,7 +534,7 @@ TEST(Locate, ADegenerateElementEndsTheSearchAtOnce) {
 TEST(Locate, AWalkThatEndsAtTheLastElementEndsTheSearch) {
     const fixed_searcher searcher(0, 2);
     const auto got = locate_with<triangle_cells>(one_triangle(), searcher, {2, 2});
-    EXPECT_EQ(ended_at_last, got.status);
+    EXPECT_EQ(outcome::ended_at_last, got.status);
     EXPECT_EQ(no_node, got.element);
     EXPECT_EQ(0, searcher.asked_closest);
 }
@@ -515,7 +544,7 @@ TEST(Locate, OutsideOneQuadrilateralOrMixedElementThereIsNoSearchAround) {
     for (const auto& got : {locate_with<quad_cells>(one_quad(), searcher, {2, 2}),
                             locate_with<mixed_cells>(one_mixed(false), searcher, {2, 2}),
                             locate_with<mixed_cells>(one_mixed(true), searcher, {0.25, 0.75})}) {
-        EXPECT_EQ(ended_at_last, got.status);
+        EXPECT_EQ(outcome::ended_at_last, got.status);
         EXPECT_EQ(no_node, got.element);
     }
     EXPECT_EQ(3, searcher.asked_close);
@@ -533,7 +562,7 @@ TEST(Locate, OneElementThatIsItsOwnNeighborIsSearchedAround) {
     for (const auto& got : {locate_with<quad_cells>(quad, searcher, {2, 2}),
                             locate_with<mixed_cells>(quad, searcher, {2, 2}),
                             locate_with<mixed_cells>(mixed, searcher, {0.25, 0.75})}) {
-        EXPECT_EQ(not_found, got.status);
+        EXPECT_EQ(outcome::not_found, got.status);
         EXPECT_EQ(no_node, got.element);
         EXPECT_EQ(2U, got.steps);
     }
@@ -548,12 +577,12 @@ void expect_wandering(const adjacent_mesh& m) {
         for (unsigned start = 0; start < m.pos.cols; ++start) {
             const fixed_searcher searcher(start, 0);
             const auto got = locate_with<Shape>(m, searcher, p);
-            EXPECT_EQ(not_found, got.status) << m.name;
+            EXPECT_EQ(outcome::not_found, got.status) << m.name;
             EXPECT_EQ(no_node, got.element) << m.name;
             EXPECT_EQ(m.connect.cols + 1, got.steps) << m.name;
             EXPECT_EQ(1, searcher.asked_closest) << m.name;
             const auto alone = locate_with<Shape>(m, searcher, p, false);
-            EXPECT_EQ(not_found, alone.status) << m.name;
+            EXPECT_EQ(outcome::not_found, alone.status) << m.name;
             EXPECT_EQ(m.connect.cols + 1, alone.steps) << m.name;
         }
     }
@@ -569,11 +598,11 @@ template <class Shape>
 void expect_all_found(const adjacent_mesh& m, const std::vector<place>& at) {
     node_tree tree(m.pos);
     tree.fill<Shape>(m.connect);
-    const tree_searcher searcher{tree, view_of(m).held_nodes()};
+    const tree_searcher searcher(tree, view_of(m));
     std::size_t elsewhere = 0;
     for (const place& p : at) {
         const auto got = locate_with<Shape>(m, searcher, p);
-        if (got.status != found) {
+        if (got.status != outcome::found) {
             ++elsewhere;
             ADD_FAILURE() << m.name << ": nothing found at " << p[0] << ", " << p[1];
         } else {
@@ -613,27 +642,43 @@ TEST(Locate, FindsEveryNodeEdgeMidpointAndCentroid) {
     }
 }
 
-TEST(Locate, SharedMemoryForFansChangesNothing) {
+TEST(Locate, ARecordThatSearchesShareChangesNothing) {
     const adjacent_mesh m("holes", zel::ELEMENT_T3,
                           without(grid_T3(20, 20), [](double x, double y) {
                               return x > 0.3 && x < 0.7 && y > 0.3 && y < 0.7;
                           }));
     node_tree tree(m.pos);
     tree.fill<triangle_cells>(m.connect);
-    const tree_searcher searcher{tree, view_of(m).held_nodes()};
-    std::optional<node_fan> shared;
+    const tree_searcher searcher(tree, view_of(m));
+    search_record shared;
     random_numbers random(4);
     for (int i = 0; i < 500; ++i) {
         const place p{random.unit(), random.unit()};
         unsigned element = no_node;
-        std::uint64_t steps = 0;
-        const int status =
-            locate<triangle_cells>(view_of(m), searcher, p, slack, element, true, steps, shared);
+        const outcome status =
+            locate<triangle_cells>(view_of(m), searcher, p, slack, element, true, shared);
         const auto alone = locate_with<triangle_cells>(m, searcher, p);
         EXPECT_EQ(alone.status, status);
         EXPECT_EQ(alone.element, element);
-        EXPECT_EQ(alone.steps, steps);
+        EXPECT_EQ(alone.steps, shared.steps);
     }
+}
+
+TEST(Locate, TheClosestNodeIsKeptWhenItWasLookedFor) {
+    const adjacent_mesh m("grid", zel::ELEMENT_T3, grid_T3(4, 4));
+    search_record record;
+    unsigned element = no_node;
+    const fixed_searcher first(0, 3);
+    locate<triangle_cells>(view_of(m), first, {0.5, 0.2}, slack, element, true, record);
+    EXPECT_FALSE(record.closest) << "the first walk found the element";
+    // All walks fall off the mesh.
+    element = no_node;
+    locate<triangle_cells>(view_of(m), first, {-0.5, 0.5}, slack, element, true, record);
+    EXPECT_EQ(3U, record.closest);
+    EXPECT_EQ(1, first.asked_closest);
+    element = no_node;
+    locate<triangle_cells>(view_of(m), first, {0.5, 0.2}, slack, element, true, record);
+    EXPECT_FALSE(record.closest) << "that of an earlier search does not stay";
 }
 
 TEST(Locate, ThePointOutsideIsNeverFoundInAHole) {
@@ -641,9 +686,9 @@ TEST(Locate, ThePointOutsideIsNeverFoundInAHole) {
         if (m.name != "triangles, holes") continue;
         node_tree tree(m.pos);
         tree.fill<triangle_cells>(m.connect);
-        const tree_searcher searcher{tree, view_of(m).held_nodes()};
+        const tree_searcher searcher(tree, view_of(m));
         const auto got = locate_with<triangle_cells>(m, searcher, {0.5, 0.5});
-        EXPECT_EQ(not_found, got.status);
+        EXPECT_EQ(outcome::not_found, got.status);
         EXPECT_EQ(no_node, got.element);
         return;
     }
@@ -660,13 +705,13 @@ TEST(Locate, ExhaustedMemoryLosesElementsAndNothingElse) {
     const fixed_searcher searcher(1, 0);
     torn.ancestors[1] = 0;
     const place p{-0.5, 0.1};
-    ASSERT_EQ(found, locate_with<triangle_cells>(torn, searcher, p).status);
+    ASSERT_EQ(outcome::found, locate_with<triangle_cells>(torn, searcher, p).status);
     fail_each_allocation([&](std::size_t k) {
         arm_allocator(k);
         const auto got = locate_with<triangle_cells>(torn, searcher, p);
         disarm_allocator();
-        EXPECT_TRUE(got.status == found || got.status == not_found);
-        EXPECT_EQ(got.status == found ? 2U : no_node, got.element);
+        EXPECT_TRUE(got.status == outcome::found || got.status == outcome::not_found);
+        EXPECT_EQ(got.status == outcome::found ? 2U : no_node, got.element);
     });
 }
 

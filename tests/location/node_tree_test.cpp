@@ -1,5 +1,5 @@
-// zel tessel2d: planar and surface mesh tools.
-#include "location/node_tree.h"
+// Tests of the node tree: its cells, its queries beside a search through all nodes, and short memory.
+#include "location/node_search.h"
 
 #include "support/checks.h"
 #include "support/failing_alloc.h"

@@ -101,9 +101,10 @@ get_element_containing_point(const dense2D<double>& pos, const dense2D<unsigned>
 /// Results do not depend on the order of the list, unless `ancestors` denies an element to a node of
 /// `connect`: such a node is served like any other, and what it receives is passed on to nodes behind it.
 ///
-/// Cost: a search tree over the nodes of the mesh, then a few elements for each listed node; memory for
-/// the tree and for sorting a long list. Views with a leading dimension larger than their rows are fine.
-/// Calls on different fields may run at the same time.
+/// Cost: a search tree over the nodes of the mesh, then a few elements for each listed node in the mesh. A
+/// node in a hole or a bay costs a search for the closest node besides, which looks at the nodes that are
+/// about as near: ten to thirty times as much. Memory for the tree and for sorting a long list. Views with
+/// a leading dimension larger than their rows are fine. Calls on different fields may run at the same time.
 /// @snippet examples/locate.cpp carry_a_field
 ZEL_TESSEL2D_API int interpolate(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                                  const dense2D<unsigned>& neighbors,

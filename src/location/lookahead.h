@@ -1,0 +1,22 @@
+// zel tessel2d: planar and surface mesh tools.
+#pragma once
+
+// Loops over lists whose items lie far apart in memory: each item is prefetched some items ahead of its
+// use. Results do not depend on it; a processor without prefetching runs the plain loop.
+#include "foundation/call_frame.h"
+
+#include <cstddef>
+
+namespace zel::tessel2d {
+
+/// Calls work(i) for each i below n, and prefetches address(i) 24 items before.
+template <class Address, class Work>
+void for_each_with_lookahead(std::size_t n, Address address, Work work) noexcept {
+    constexpr std::size_t ahead = 24; // more than the loads that a processor keeps on their way
+    for (std::size_t i = 0; i < n; ++i) {
+        if (n - i > ahead) prefetch(address(i + ahead));
+        work(i);
+    }
+}
+
+} // namespace zel::tessel2d
