@@ -5,7 +5,6 @@
 #include "zel/host/adjacency.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 namespace {
 
@@ -13,12 +12,18 @@ using namespace zel_bench;
 
 // ------------------------------------------------------------------------------------------ references
 
-/// What a program does that has nothing: a hash table from pairs of nodes to the element that came first.
+/// What a program does that has nothing: a hash table, open addressing, from pairs of nodes to the side
+/// that came first.
 reference hash_loop(const mesh& m) {
     return {"hash", [&m](stopwatch& watch) {
                 watch.start();
-                std::unordered_map<std::uint64_t, std::uint64_t> seen;
-                seen.reserve(m.connect.cols * 2);
+                std::size_t mask = 1;
+                while (mask < m.connect.cols * 3) mask *= 2;
+                struct entry {
+                    std::uint64_t key = ~std::uint64_t{0};
+                    std::uint64_t side = 0;
+                };
+                std::vector<entry> seen(mask--);
                 dense2D<unsigned> neighbors(3, m.connect.cols, 0xFFFFFFFFU);
                 dense1D<unsigned, 8> ancestors(m.pos.cols, 0xFFFFFFFFU);
                 for (std::size_t e = 0; e < m.connect.cols; ++e) {
@@ -28,10 +33,16 @@ reference hash_loop(const mesh& m) {
                         ancestors[a] = static_cast<unsigned>(e);
                         const std::uint64_t key =
                             std::uint64_t{std::min(a, b)} << 32 | std::max(a, b);
-                        const auto [at, fresh] = seen.try_emplace(key, e * 4 + k);
-                        if (fresh) continue;
-                        neighbors(k, e) = static_cast<unsigned>(at->second / 4);
-                        neighbors(at->second % 4, at->second / 4) = static_cast<unsigned>(e);
+                        std::size_t at = (key ^ key >> 31) * 0x9E3779B97F4A7C15U >> 20 & mask;
+                        while (seen[at].key != key && seen[at].key != ~std::uint64_t{0})
+                            at = (at + 1) & mask;
+                        if (seen[at].key != key) {
+                            seen[at] = {key, e * 4 + k};
+                            continue;
+                        }
+                        const std::uint64_t other = seen[at].side;
+                        neighbors(k, e) = static_cast<unsigned>(other / 4);
+                        neighbors(other % 4, other / 4) = static_cast<unsigned>(e);
                     }
                 }
                 benchmark::DoNotOptimize(neighbors.data());
@@ -88,5 +99,74 @@ BENCHMARK(build_adjacency)
     ->ArgNames({"triangles", "order"})
     ->ArgsProduct({{1000, 10000, 100000, 1000000}, {generated, shuffled}})
     ->UseManualTime();
+
+// --------------------------------------------------------------------------- edges, boundary, walks
+
+/// Neighbours and ancestors, from which the rest could be made.
+reference adjacency_of(const mesh& m) {
+    return {"adjacency", [&m](stopwatch& watch) {
+                zel::host::adjacency beside;
+                watch.start();
+                if (zel::host::build_adjacency(m.connect, m.pos.cols, beside) != 0) std::abort();
+                watch.stop();
+            }};
+}
+
+/// Runs a call that returns a status, beside the adjacency.
+template <class Call>
+void measure_call(benchmark::State& state, const Call& call) {
+    const mesh m = make_mesh(2, 3, state.range(0), state.range(1));
+    zel::host::adjacency beside;
+    if (zel::host::build_adjacency(m.connect, m.pos.cols, beside) != 0) std::abort();
+    measure(state, static_cast<double>(m.connect.cols), {adjacency_of(m)}, [&](stopwatch& watch) {
+        watch.start();
+        const int status = call(m, beside);
+        watch.stop();
+        if (status < 0) state.SkipWithError("failed");
+    });
+}
+
+void unique_edges(benchmark::State& state) {
+    measure_call(state, [](const mesh& m, const zel::host::adjacency&) {
+        dense2D<unsigned> edges;
+        dense2D<unsigned> elements;
+        return zel::host::unique_edges(m.connect, m.pos.cols, edges, elements);
+    });
+}
+void boundary_edges(benchmark::State& state) {
+    measure_call(state, [](const mesh& m, const zel::host::adjacency&) {
+        dense2D<unsigned> edges;
+        return zel::host::boundary_edges(m.connect, m.pos.cols, edges);
+    });
+}
+void boundary_loops(benchmark::State& state) {
+    measure_call(state, [](const mesh& m, const zel::host::adjacency&) {
+        dense1D<unsigned, 8> starts;
+        dense1D<unsigned, 8> loops;
+        return zel::host::boundary_loops(m.connect, m.pos.cols, starts, loops);
+    });
+}
+void components(benchmark::State& state) {
+    measure_call(state, [](const mesh&, const zel::host::adjacency& beside) {
+        dense1D<unsigned, 8> component;
+        return zel::host::components(beside.neighbors, component);
+    });
+}
+void is_orientable(benchmark::State& state) {
+    measure_call(state, [](const mesh& m, const zel::host::adjacency& beside) {
+        zel::host::orientation found;
+        return zel::host::is_orientable(m.connect, beside.neighbors, found);
+    });
+}
+void on_meshes(benchmark::internal::Benchmark* b) {
+    b->ArgNames({"triangles", "order"})
+        ->ArgsProduct({{10000, 1000000}, {generated, shuffled}})
+        ->UseManualTime();
+}
+BENCHMARK(unique_edges)->Apply(on_meshes);
+BENCHMARK(boundary_edges)->Apply(on_meshes);
+BENCHMARK(boundary_loops)->Apply(on_meshes);
+BENCHMARK(components)->Apply(on_meshes);
+BENCHMARK(is_orientable)->Apply(on_meshes);
 
 } // namespace

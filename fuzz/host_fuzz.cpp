@@ -46,9 +46,93 @@ void build(input& in) {
             "ancestors are the first elements");
 }
 
+bool is_mesh(const dense2D<unsigned>& connect, std::size_t nodes) {
+    return connect.empty() || is_surface(connect, nodes);
+}
+
+void edges(input& in) {
+    const std::size_t nodes = in.below(12);
+    const dense2D<unsigned> connect = elements(in, nodes);
+    dense2D<unsigned> ends = elements(in, nodes);
+    dense2D<unsigned> beside = elements(in, nodes);
+    const int status = call(
+        in, "unique_edges", {-1, any_count},
+        [&](const auto& c, auto& e, auto& b) { return zel::host::unique_edges(c, nodes, e, b); },
+        reads(connect), makes(ends), makes(beside));
+    if (!is_mesh(connect, nodes)) require(status == -1, "the elements are refused");
+    if (status < 0) return;
+    std::set<std::pair<unsigned, unsigned>> distinct;
+    std::size_t sides = 0;
+    for (std::size_t e = 0; !connect.empty() && e < connect.cols; ++e) {
+        const unsigned n = corners(connect, e);
+        for (unsigned k = 0; k < n; ++k) {
+            const unsigned a = connect(k, e);
+            const unsigned b = connect((k + 1) % n, e);
+            if (a == b) continue;
+            distinct.insert(std::minmax({a, b}));
+            ++sides;
+        }
+    }
+    require(ends.cols == distinct.size() && beside.cols == ends.cols, "each edge stands once");
+    for (std::size_t j = 0; j < ends.cols; ++j)
+        require(distinct.erase(std::minmax({ends(0, j), ends(1, j)})) == 1, "it is an edge");
+    require(sides >= ends.cols, "no edge is made up");
+}
+
+void boundary(input& in) {
+    const std::size_t nodes = in.below(12);
+    const dense2D<unsigned> connect = elements(in, nodes);
+    dense2D<unsigned> ends = elements(in, nodes);
+    const int status = call(
+        in, "boundary_edges", {-1},
+        [&](const auto& c, auto& e) { return zel::host::boundary_edges(c, nodes, e); },
+        reads(connect), makes(ends));
+    dense1D<unsigned, 8> starts = node_list(in, in.below(6), 9);
+    dense1D<unsigned, 8> loops = node_list(in, in.below(6), 9);
+    const int walked = call(
+        in, "boundary_loops", {-1},
+        [&](const auto& c, auto& s, auto& l) { return zel::host::boundary_loops(c, nodes, s, l); },
+        reads(connect), makes(starts), makes(loops));
+    if (is_mesh(connect, nodes) && is_oriented(connect)) require_status(walked, 0);
+    if (status != 0 || walked != 0) return;
+    require(loops.size == ends.cols + starts.size - 1, "the loops hold every edge");
+    for (std::size_t i = 0; i + 1 < starts.size; ++i)
+        require(loops[starts[i]] == loops[starts[i + 1] - 1], "each loop is closed");
+}
+
+void parts(input& in) {
+    const std::size_t nodes = in.below(12);
+    const dense2D<unsigned> connect = elements(in, nodes);
+    const adjacency a = beside(in, connect, nodes);
+    dense1D<unsigned, 8> component = node_list(in, in.below(6), 9);
+    const int count = call(
+        in, "components", {-1, any_count},
+        [](const auto& n, auto& c) { return zel::host::components(n, c); }, reads(a.neighbors),
+        makes(component));
+    if (count >= 0) {
+        for (const unsigned c : component)
+            require(c < static_cast<unsigned>(count), "it is a component");
+        for (std::size_t e = 0; e < component.size; ++e)
+            for (std::size_t k = 0; k < a.neighbors.rows; ++k)
+                if (a.neighbors(k, e) != no_node)
+                    require(component[a.neighbors(k, e)] == component[e],
+                            "neighbours are together");
+    }
+    zel::host::orientation found;
+    const int outcome = call(
+        in, "is_orientable", {-1, -2, any_count},
+        [&](const auto& c, const auto& n) {
+            found = {};
+            return zel::host::is_orientable(c, n, found);
+        },
+        reads(connect), reads(a.neighbors));
+    if (a.in_order && !now.failed) require(outcome == 1 && found.against == 0, "it runs alike");
+    if (outcome == 0) require(found.element < connect.cols, "the fault is somewhere");
+}
+
 } // namespace
 
 void zel_fuzz::run(input& in) {
-    constexpr void (*drivers[])(input&) = {build};
+    constexpr void (*drivers[])(input&) = {build, edges, boundary, parts};
     drivers[in.below(sizeof drivers / sizeof *drivers)](in);
 }

@@ -10,6 +10,8 @@
 //    side that led there; if that side belongs to the same lower node, both lie on one edge. Places grow
 //    from node to node, so the table never needs clearing.
 //
+// Where elements and nodes come in random order, passes 2 and 3 ask for memory ahead of its use.
+//
 // Every step is one pass, and the work per side does not depend on how many sides a node has.
 #include "foundation/cell_shapes.h"
 #include "foundation/topology.h"
@@ -56,7 +58,7 @@ public:
     /// Files them. Node numbers are below `nodes`. False: memory is exhausted.
     bool file(const dense2D<unsigned>& connect, std::size_t nodes) noexcept {
         const std::size_t most = connect.cols * Shape::rows;
-        if (!end_.resize(nodes + 1, 0) || !sides_.resize(most) || !last_.resize(nodes, 0))
+        if (!end_.resize(nodes + 1, 0) || !sides_.resize(most + far) || !last_.resize(nodes, 0))
             return false;
         count(columns_of(connect), connect.cols);
         std::size_t total = 0;
@@ -65,32 +67,71 @@ public:
             end_[a] = static_cast<Index>(total);
             total += here;
         }
-        place(columns_of(connect), connect.cols);
+        scattered_ = are_scattered(columns_of(connect), connect.cols);
+        if (scattered_) {
+            place<true>(columns_of(connect), connect.cols);
+        } else {
+            place<false>(columns_of(connect), connect.cols);
+        }
+        std::fill_n(sides_.data() + total, far, filed_side<Index>{0, 0});
         return true;
     }
 
     /// Goes through the edges and calls
     ///
-    ///     visit.alone(s)         for the first side of an edge
-    ///     visit.two(s, t)        when a second side t joins the first side s
-    ///     visit.three(s, t, u)   when a third side joins these
-    ///     visit.more(u)          for each side behind that
+    ///     visit.ahead(s)           some sides before s has its turn
+    ///     visit.two(s, t, joined)  for each first side s = t of an edge, with `joined` false; and when a
+    ///                              second side t joins the first side s, with `joined` true
+    ///     visit.three(s, t, u)     when a third side joins these
+    ///     visit.more(u)            for each side behind that
     ///
-    /// Sides of one edge come in the order of their numbers. To be called once.
+    /// Sides of one edge come in the order of their numbers. Whether a side is the first or the second of
+    /// its edge cannot be predicted, so one call serves both without a branch. To be called once.
     template <class Visit>
     void visit_edges(std::size_t nodes, Visit& visit) noexcept {
+        if (scattered_) {
+            visit_sides<true>(nodes, visit);
+        } else {
+            visit_sides<false>(nodes, visit);
+        }
+    }
+
+private:
+    static constexpr std::size_t far = 16; // sides between the hint to the processor and its use
+
+    /// Returns true if most elements have other nodes than their predecessors, far away. Then hints to the
+    /// processor pay; else they only take time.
+    static bool are_scattered(const columns<const unsigned>& cells, std::size_t n) noexcept {
+        constexpr unsigned near = 4096;
+        const std::size_t step = n / 64 + 1;
+        std::size_t apart = 0;
+        std::size_t seen = 0;
+        for (std::size_t e = 1; e < n; e += step, ++seen) {
+            const unsigned a = cells[e - 1][0];
+            const unsigned b = cells[e][0];
+            apart += (a < b ? b - a : a - b) > near;
+        }
+        return 2 * apart > seen;
+    }
+
+    template <bool Scattered, class Visit>
+    void visit_sides(std::size_t nodes, Visit& visit) noexcept {
         filed_side<Index>* const sides = sides_.data();
         Index* const last = last_.data();
         Index begin = 0;
         for (std::size_t a = 0; a < nodes; ++a) {
             const Index end = end_[a];
-            for (Index i = begin; i < end; ++i)
+            for (Index i = begin; i < end; ++i) {
+                if constexpr (Scattered) { // behind the last side stand some that are zero
+                    tessel2d::prefetch(&last[sides[i + far].high]);
+                    visit.ahead(sides[i + far]);
+                }
                 visit_side(sides, i, begin, last[sides[i].high], visit);
+            }
             begin = end;
         }
     }
 
-private:
     /// `seen` is 4*(place + 1) of the side of the edge that came last, plus how many there were before it,
     /// up to 2; below 4*(begin + 1) it is left from another lower node.
     template <class Visit>
@@ -98,21 +139,20 @@ private:
                            Visit& visit) noexcept {
         const filed_side<Index> side = sides[i];
         const Index before = seen;
-        if (before < (begin + 1) * 4) {
-            seen = (i + 1) * 4;
-            visit.alone(side);
+        const bool joined = before >= (begin + 1) * 4;
+        const Index place = joined ? before / 4 - 1 : i;
+        if (joined && before % 4 != 0) {
+            seen = (i + 1) * 4 + 2;
+            if (before % 4 == 1) {
+                visit.three(sides[sides[place].high], sides[place], side);
+            } else {
+                visit.more(side);
+            }
             return;
         }
-        const Index place = before / 4 - 1;
-        seen = (i + 1) * 4 + (before % 4 == 0 ? 1 : 2);
-        if (before % 4 == 0) {
-            sides[i].high = place;
-            visit.two(sides[place], side);
-        } else if (before % 4 == 1) {
-            visit.three(sides[sides[place].high], sides[place], side);
-        } else {
-            visit.more(side);
-        }
+        seen = (i + 1) * 4 + (joined ? 1 : 0);
+        sides[i].high = place;
+        visit.two(sides[place], side, joined);
     }
 
     void count(const columns<const unsigned>& cells, std::size_t n) noexcept {
@@ -121,10 +161,16 @@ private:
             for_each_side<Shape>(cells[e], [&](unsigned low, unsigned, unsigned) { ++end[low]; });
     }
     /// Moves the beginning of each node's sides to their end.
+    template <bool Scattered>
     void place(const columns<const unsigned>& cells, std::size_t n) noexcept {
         Index* const end = end_.data();
         filed_side<Index>* const sides = sides_.data();
         for (std::size_t e = 0; e < n; ++e) {
+            if (Scattered && n - e > far) {
+                const unsigned* const later = cells[e + far / 2];
+                const unsigned corners = Shape::corners(later);
+                for (unsigned k = 0; k < corners; ++k) tessel2d::prefetch(&sides[end[later[k]]]);
+            }
             for_each_side<Shape>(cells[e], [&](unsigned low, unsigned high, unsigned k) {
                 sides[end[low]++] = {high, static_cast<Index>(e * 4 + k)};
             });
@@ -134,6 +180,7 @@ private:
     dense1D<Index, 8> end_;
     dense1D<Index, 8> last_;
     dense1D<filed_side<Index>, 8> sides_;
+    bool scattered_ = false;
 };
 
 } // namespace zel::host

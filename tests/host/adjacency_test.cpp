@@ -20,8 +20,16 @@ using testing::ElementsAre;
 using zel::dense1D;
 using zel::dense2D;
 using zel::host::adjacency;
+using zel::host::boundary_edges;
+using zel::host::boundary_loops;
 using zel::host::build_adjacency;
+using zel::host::components;
+using zel::host::is_orientable;
+using zel::host::orientation;
+using zel::host::unique_edges;
+using zel_test::cell;
 using zel_test::column;
+using zel_test::columns;
 using zel_test::snapshot;
 using zel_test::values;
 
@@ -197,6 +205,34 @@ TEST(BuildAdjacencyStatus, ExhaustedMemoryIsReportedAndNothingChanges) {
     });
 }
 
+// Large enough for elements and nodes in random order to be taken as such.
+TEST(BuildAdjacency, OrderOfElementsAndNodesDoesNotMatter) {
+    constexpr unsigned n = 200;
+    const auto node = [](unsigned i, unsigned j) { return (i * (n + 1) + j) * 7919u % 40423u; };
+    dense2D<unsigned> connect(4, n * n);
+    const auto place = [](unsigned s) { return s * 7919u % (n * n); };
+    for (unsigned s = 0; s < n * n; ++s) {
+        unsigned* const c = connect[place(s)];
+        const unsigned i = s / n;
+        const unsigned j = s % n;
+        c[0] = node(i, j);
+        c[1] = node(i, j + 1);
+        c[2] = node(i + 1, j + 1);
+        c[3] = node(i + 1, j);
+    }
+    const adjacency beside = built(connect, 40423);
+    EXPECT_EQ(0u, beside.shared_by_more);
+    for (unsigned s = 0; s < n * n; ++s) {
+        const unsigned i = s / n;
+        const unsigned j = s % n;
+        const unsigned* const across = beside.neighbors[place(s)];
+        ASSERT_EQ(i > 0 ? place(s - n) : none, across[0]);
+        ASSERT_EQ(j + 1 < n ? place(s + 1) : none, across[1]);
+        ASSERT_EQ(i + 1 < n ? place(s + n) : none, across[2]);
+        ASSERT_EQ(j > 0 ? place(s - 1) : none, across[3]);
+    }
+}
+
 // Random cells over few nodes: edges of one, two and many elements, collapsed and repeated ones.
 TEST(BuildAdjacency, AgreesWithASearchThroughAllPairsOfEdges) {
     for (unsigned seed = 1; seed <= 500; ++seed) {
@@ -243,6 +279,331 @@ TEST(BuildAdjacency, AgreesWithASearchThroughAllPairsOfEdges) {
             }
         }
     }
+}
+
+// --------------------------------------------------------------------------------------------- edges
+
+struct edge_lists {
+    dense2D<unsigned> edges;
+    dense2D<unsigned> elements;
+    int status = 0;
+};
+
+edge_lists edges_of(const dense2D<unsigned>& connect, std::size_t nodes) {
+    edge_lists found;
+    found.status = unique_edges(connect, nodes, found.edges, found.elements);
+    return found;
+}
+
+TEST(UniqueEdges, EachEdgeStandsOnceInTheDirectionOfItsFirstElement) {
+    const edge_lists found = edges_of(cells<3>({{0, 1, 2}, {0, 2, 3}}), 4);
+    EXPECT_EQ(0, found.status);
+    EXPECT_THAT(columns(found.edges),
+                ElementsAre(cell(1, 2), cell(2, 0), cell(0, 1), cell(2, 3), cell(3, 0)));
+    EXPECT_THAT(columns(found.elements), ElementsAre(cell(0, none), cell(0, 1), cell(0, none),
+                                                     cell(1, none), cell(1, none)));
+}
+
+TEST(UniqueEdges, MixedElementsNumberTheirEdgesByTheirShape) {
+    const edge_lists found = edges_of(cells<4>({{0, 1, 4, 3}, {1, 2, 4, none}}), 5);
+    EXPECT_THAT(columns(found.edges), ElementsAre(cell(0, 1), cell(1, 4), cell(4, 3), cell(3, 0),
+                                                  cell(2, 4), cell(1, 2)));
+    EXPECT_THAT(column(found.elements, 1), ElementsAre(0, 1));
+}
+
+TEST(UniqueEdges, EdgesOfMoreThanTwoSidesStandOnceAndAreCounted) {
+    const edge_lists found = edges_of(cells<3>({{2, 0, 1}, {3, 1, 0}, {4, 0, 1}, {5, 0, 1}}), 6);
+    EXPECT_EQ(1, found.status);
+    EXPECT_EQ(9u, found.edges.cols);
+    EXPECT_THAT(column(found.edges, 0), ElementsAre(0, 1));
+    EXPECT_THAT(column(found.elements, 0), ElementsAre(0, 1));
+}
+
+TEST(UniqueEdges, CollapsedEdgesAreLeftOut) {
+    EXPECT_EQ(3u, edges_of(cells<4>({{0, 1, 2, 2}}), 3).edges.cols);
+    EXPECT_EQ(0u, edges_of(cells<3>({{1, 1, 1}}), 3).edges.cols);
+    EXPECT_EQ(0u, edges_of(dense2D<unsigned>(), 3).edges.cols);
+}
+
+TEST(UniqueEdges, AnElementThatHasAnEdgeTwiceStandsThereTwice) {
+    const edge_lists found = edges_of(cells<3>({{0, 1, 0}}), 2);
+    EXPECT_THAT(columns(found.edges), ElementsAre(cell(1, 0)));
+    EXPECT_THAT(columns(found.elements), ElementsAre(cell(0, 0)));
+}
+
+TEST(BoundaryEdges, RunAlongTheirElement) {
+    dense2D<unsigned> edges;
+    ASSERT_EQ(0, boundary_edges(cells<3>({{0, 1, 2}, {0, 2, 3}}), 4, edges));
+    EXPECT_THAT(columns(edges), ElementsAre(cell(1, 2), cell(0, 1), cell(2, 3), cell(3, 0)));
+}
+
+TEST(BoundaryEdges, ClosedSurfacesAndSharedEdgesHaveNone) {
+    dense2D<unsigned> edges(2, 3, 9u);
+    ASSERT_EQ(0, boundary_edges(cells<3>({{0, 2, 1}, {0, 1, 3}, {1, 2, 3}, {2, 0, 3}}), 4, edges));
+    EXPECT_EQ(0u, edges.cols);
+    ASSERT_EQ(0, boundary_edges(cells<3>({{0, 1, 2}, {1, 0, 3}, {0, 1, 4}}), 5, edges));
+    EXPECT_EQ(6u, edges.cols);
+    for (std::size_t j = 0; j < edges.cols; ++j) EXPECT_GT(edges(0, j) + edges(1, j), 1u);
+}
+
+// --------------------------------------------------------------------------------------------- loops
+
+struct loop_lists {
+    dense1D<unsigned, 8> starts;
+    dense1D<unsigned, 8> nodes;
+    int status = 0;
+
+    std::vector<unsigned> loop(std::size_t i) const {
+        return {nodes.data() + starts[i], nodes.data() + starts[i + 1]};
+    }
+};
+
+loop_lists loops_of(const dense2D<unsigned>& connect, std::size_t nodes) {
+    loop_lists found;
+    found.status = boundary_loops(connect, nodes, found.starts, found.nodes);
+    return found;
+}
+
+/// 3 x 3 squares over nodes 0 to 15 without those listed; node 4*row + column.
+dense2D<unsigned> board_without(const std::set<unsigned>& holes) {
+    std::vector<std::array<unsigned, 4>> squares;
+    for (unsigned s = 0; s < 9; ++s) {
+        const unsigned a = s / 3 * 4 + s % 3;
+        if (holes.count(s) == 0) squares.push_back({a, a + 1, a + 5, a + 4});
+    }
+    return cells<4>(squares);
+}
+
+TEST(BoundaryLoops, ASquareHasOneLoop) {
+    const loop_lists found = loops_of(cells<4>({{0, 1, 2, 3}}), 4);
+    ASSERT_EQ(0, found.status);
+    EXPECT_THAT(values(found.starts), ElementsAre(0, 5));
+    EXPECT_THAT(found.loop(0), ElementsAre(0, 1, 2, 3, 0));
+}
+
+TEST(BoundaryLoops, HolesRunTheOtherWay) {
+    const loop_lists found = loops_of(board_without({4}), 16);
+    ASSERT_EQ(3u, found.starts.size);
+    EXPECT_THAT(found.loop(0), ElementsAre(0, 1, 2, 3, 7, 11, 15, 14, 13, 12, 8, 4, 0));
+    EXPECT_THAT(found.loop(1), ElementsAre(6, 5, 9, 10, 6));
+}
+
+TEST(BoundaryLoops, PartsThatTouchInANodeAreTwoLoops) {
+    const loop_lists found = loops_of(cells<4>({{0, 1, 2, 3}, {2, 4, 5, 6}}), 7);
+    ASSERT_EQ(3u, found.starts.size);
+    EXPECT_THAT(found.loop(0), ElementsAre(0, 1, 2, 3, 0));
+    EXPECT_THAT(found.loop(1), ElementsAre(2, 4, 5, 6, 2));
+}
+
+TEST(BoundaryLoops, HolesThatTouchInANodeAreTwoLoops) {
+    std::vector<std::array<unsigned, 4>> squares; // 4 x 4 with the holes (1, 1) and (2, 2)
+    for (unsigned s = 0; s < 16; ++s) {
+        const unsigned a = s / 4 * 5 + s % 4;
+        if (s != 5 && s != 10) squares.push_back({a, a + 1, a + 6, a + 5});
+    }
+    const loop_lists found = loops_of(cells<4>(squares), 25);
+    ASSERT_EQ(0, found.status);
+    ASSERT_EQ(4u, found.starts.size);
+    EXPECT_EQ(17u, found.loop(0).size());
+    EXPECT_EQ(5u, found.loop(1).size());
+    EXPECT_EQ(5u, found.loop(2).size());
+}
+
+TEST(BoundaryLoops, ClosedSurfacesHaveNone) {
+    const loop_lists found = loops_of(cells<3>({{0, 2, 1}, {0, 1, 3}, {1, 2, 3}, {2, 0, 3}}), 4);
+    EXPECT_EQ(0, found.status);
+    EXPECT_THAT(values(found.starts), ElementsAre(0));
+    EXPECT_TRUE(found.nodes.empty());
+}
+
+TEST(BoundaryLoops, ElementsThatDoNotRunAlikeAreRefused) {
+    EXPECT_EQ(-1, loops_of(cells<3>({{0, 1, 2}, {0, 3, 2}}), 4).status);
+}
+
+// Squares of a board at random: loops hold every boundary edge once, are closed and pass no node twice.
+TEST(BoundaryLoops, TakeEveryBoundaryEdgeOnce) {
+    for (unsigned bits = 0; bits < 512; ++bits) {
+        SCOPED_TRACE(bits);
+        std::set<unsigned> holes;
+        for (unsigned s = 0; s < 9; ++s)
+            if (bits >> s & 1) holes.insert(s);
+        const auto connect = board_without(holes);
+        const loop_lists found = loops_of(connect, 16);
+        ASSERT_EQ(0, found.status);
+        dense2D<unsigned> edges;
+        ASSERT_EQ(0, boundary_edges(connect, 16, edges));
+        std::multiset<std::vector<unsigned>> left;
+        for (std::size_t j = 0; j < edges.cols; ++j) left.insert(column(edges, j));
+        for (std::size_t i = 0; i + 1 < found.starts.size; ++i) {
+            const auto loop = found.loop(i);
+            EXPECT_EQ(loop.front(), loop.back());
+            EXPECT_EQ(loop.size() - 1, std::set<unsigned>(loop.begin(), loop.end()).size());
+            for (std::size_t k = 0; k + 1 < loop.size(); ++k)
+                EXPECT_EQ(1u, left.erase({loop[k], loop[k + 1]}));
+        }
+        EXPECT_TRUE(left.empty());
+    }
+}
+
+// --------------------------------------------------------------------------- components, orientation
+
+TEST(Components, AreNumberedByTheirFirstElements) {
+    const auto connect = cells<3>({{0, 1, 2}, {3, 4, 5}, {2, 1, 6}, {7, 8, 9}, {4, 3, 7}});
+    dense1D<unsigned, 8> component;
+    EXPECT_EQ(3, components(built(connect, 10).neighbors, component));
+    EXPECT_THAT(values(component), ElementsAre(0, 1, 0, 2, 1));
+}
+
+TEST(Components, LongChainsAndOneSidedNeighborsAreFollowed) {
+    constexpr unsigned n = 100000;
+    dense2D<unsigned> neighbors(3, n, none);
+    for (unsigned e = 0; e + 1 < n; ++e) neighbors(e % 3, e) = e + 1;
+    dense1D<unsigned, 8> component;
+    EXPECT_EQ(1, components(neighbors, component));
+    for (unsigned e = 0; e < n; ++e) ASSERT_EQ(0u, component[e]);
+}
+
+TEST(Components, NoElementsAreNoComponents) {
+    dense1D<unsigned, 8> component(3, 1u);
+    EXPECT_EQ(0, components(dense2D<unsigned>(), component));
+    EXPECT_TRUE(component.empty());
+}
+
+/// A strip of n squares, closed to a ring, or to a Moebius strip.
+dense2D<unsigned> ring(unsigned n, bool twisted) {
+    dense2D<unsigned> connect(4, n);
+    for (unsigned e = 0; e < n; ++e) {
+        const bool turn = twisted && e + 1 == n;
+        const unsigned next = (e + 1) % n;
+        connect(0, e) = 2 * e;
+        connect(1, e) = 2 * next + (turn ? 1 : 0);
+        connect(2, e) = 2 * next + (turn ? 0 : 1);
+        connect(3, e) = 2 * e + 1;
+    }
+    return connect;
+}
+
+int orientable(const dense2D<unsigned>& connect, std::size_t nodes, orientation& found) {
+    return is_orientable(connect, built(connect, nodes).neighbors, found);
+}
+
+TEST(IsOrientable, ARingIsAndAMoebiusStripIsNot) {
+    orientation found;
+    EXPECT_EQ(1, orientable(ring(5, false), 10, found));
+    EXPECT_EQ(orientation::fault::none, found.what);
+    EXPECT_EQ(0u, found.against);
+    EXPECT_EQ(none, found.element);
+    const auto strip = ring(5, true);
+    EXPECT_EQ(0, orientable(strip, 10, found));
+    EXPECT_EQ(orientation::fault::one_sided, found.what);
+    ASSERT_LT(found.element, 5u);
+    EXPECT_EQ(found.neighbor, built(strip, 10).neighbors(found.edge, found.element));
+}
+
+TEST(IsOrientable, CountsEdgesThatAreRunAlongTheSameWay) {
+    auto connect = ring(6, false);
+    std::swap(connect(0, 2), connect(2, 2));
+    std::swap(connect(0, 4), connect(2, 4));
+    orientation found;
+    EXPECT_EQ(1, orientable(connect, 12, found));
+    EXPECT_EQ(4u, found.against);
+}
+
+TEST(IsOrientable, SaysWhereNeighborsAndElementsDisagree) {
+    const auto connect = cells<3>({{0, 1, 2}, {1, 0, 3}, {4, 5, 6}});
+    dense2D<unsigned> neighbors;
+    neighbors.copy(built(connect, 7).neighbors);
+    neighbors(0, 0) = 2;
+    orientation found;
+    EXPECT_EQ(0, is_orientable(connect, neighbors, found));
+    EXPECT_EQ(orientation::fault::mismatch, found.what);
+    EXPECT_EQ(0u, found.element);
+    EXPECT_EQ(0u, found.edge);
+    EXPECT_EQ(2u, found.neighbor);
+    EXPECT_EQ(1, is_orientable(dense2D<unsigned>(), dense2D<unsigned>(), found));
+}
+
+// ------------------------------------------------------------------------------------------- statuses
+
+TEST(EdgeStatus, UnusableArgumentsLeaveOutputsAlone) {
+    dense2D<unsigned> edges(2, 2, 7u);
+    dense2D<unsigned> elements(2, 2, 8u);
+    dense1D<unsigned, 8> starts(3, 5u);
+    dense1D<unsigned, 8> loops(3, 6u);
+    const auto before = snapshot(edges, elements, starts, loops);
+    const auto good = cells<3>({{0, 1, 2}});
+    const std::pair<dense2D<unsigned>, std::size_t> bad[] = {{dense2D<unsigned>(2, 1, 0u), 5},
+                                                             {dense2D<unsigned>(6, 1, 0u), 5},
+                                                             {good, 2},
+                                                             {good, 0},
+                                                             {cells<4>({{0, 1, none, 2}}), 5}};
+    for (const auto& [connect, nodes] : bad) {
+        EXPECT_EQ(-1, unique_edges(connect, nodes, edges, elements));
+        EXPECT_EQ(-1, boundary_edges(connect, nodes, edges));
+        EXPECT_EQ(-1, boundary_loops(connect, nodes, starts, loops));
+    }
+    const std::size_t many = std::size_t{1} << 32;
+    EXPECT_EQ(-2, unique_edges(good, many, edges, elements));
+    EXPECT_EQ(-2, boundary_edges(good, many, edges));
+    EXPECT_EQ(-2, boundary_loops(good, many, starts, loops));
+    EXPECT_EQ(-1, boundary_loops(cells<3>({{0, 1, 2}, {0, 3, 2}}), 4, starts, loops));
+    EXPECT_EQ(-1, components(dense2D<unsigned>(5, 1, none), starts));
+    EXPECT_EQ(-1, components(dense2D<unsigned>(3, 1, 1u), starts));
+    orientation found;
+    found.edge = 9;
+    EXPECT_EQ(-1, is_orientable(dense2D<unsigned>(2, 1, 0u), dense2D<unsigned>(2, 1, none), found));
+    EXPECT_EQ(-2, is_orientable(good, dense2D<unsigned>(4, 1, none), found));
+    EXPECT_EQ(-2, is_orientable(good, dense2D<unsigned>(3, 2, none), found));
+    EXPECT_EQ(-2, is_orientable(good, dense2D<unsigned>(3, 1, 1u), found));
+    EXPECT_EQ(9u, found.edge);
+    EXPECT_EQ(before, snapshot(edges, elements, starts, loops));
+}
+
+TEST(EdgeStatus, ExhaustedMemoryIsReportedAndNothingChanges) {
+    const auto connect = board_without({4});
+    const auto neighbors = built(connect, 16).neighbors;
+    const auto each = [&](const auto& run) {
+        dense2D<unsigned> e, f;
+        dense1D<unsigned, 8> g(3, 5u), h(3, 6u);
+        ASSERT_GE(run(e, f, g, h), 0);
+        zel_test::fail_each_allocation([&](std::size_t k) {
+            dense2D<unsigned> a(2, 2, 7u), b(2, 2, 8u);
+            dense1D<unsigned, 8> c(3, 5u), d(3, 6u);
+            if (e.empty()) a.clear();
+            if (f.empty()) b.clear();
+            const auto before = snapshot(a, b, c, d);
+            zel_test::arm_allocator(k);
+            const int status = run(a, b, c, d);
+            zel_test::disarm_allocator();
+            EXPECT_EQ(status == -199 ? before : snapshot(e, f, g, h), snapshot(a, b, c, d));
+        });
+    };
+    each([&](auto& a, auto& b, auto&, auto&) { return unique_edges(connect, 16, a, b); });
+    each([&](auto& a, auto&, auto&, auto&) { return boundary_edges(connect, 16, a); });
+    each([&](auto&, auto&, auto& c, auto& d) { return boundary_loops(connect, 16, c, d); });
+    each([&](auto&, auto&, auto& c, auto&) { return components(neighbors, c); });
+    orientation found;
+    each([&](auto&, auto&, auto&, auto&) { return is_orientable(connect, neighbors, found); });
+}
+
+TEST(EdgeViews, InputsMayHaveRowsAroundThem) {
+    const auto plain = board_without({4});
+    dense2D<unsigned> all(9, plain.cols + 2, 77u);
+    dense2D<unsigned> view = all.sub_matrix(3, 1, 4, plain.cols);
+    for (std::size_t j = 0; j < plain.cols; ++j)
+        for (std::size_t i = 0; i < 4; ++i) view(i, j) = plain(i, j);
+    EXPECT_EQ(snapshot(edges_of(plain, 16).edges, edges_of(plain, 16).elements),
+              snapshot(edges_of(view, 16).edges, edges_of(view, 16).elements));
+    EXPECT_EQ(values(loops_of(plain, 16).nodes), values(loops_of(view, 16).nodes));
+    const auto across = built(plain, 16).neighbors;
+    dense2D<unsigned> around(7, plain.cols + 1, 77u);
+    dense2D<unsigned> beside = around.sub_matrix(2, 1, 4, plain.cols);
+    for (std::size_t j = 0; j < plain.cols; ++j)
+        for (std::size_t i = 0; i < 4; ++i) beside(i, j) = across(i, j);
+    dense1D<unsigned, 8> component;
+    EXPECT_EQ(1, components(beside, component));
+    orientation found;
+    EXPECT_EQ(1, is_orientable(view, beside, found));
 }
 
 } // namespace
