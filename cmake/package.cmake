@@ -51,6 +51,22 @@ install(FILES "${PROJECT_BINARY_DIR}/tessel2d-config.cmake"
               "${PROJECT_BINARY_DIR}/tessel2d-config-version.cmake"
         DESTINATION "${zel_config_dir}")
 
+# -- gdb ------------------------------------------------------------------------------------------
+
+# gdb reads <its data directory>/auto-load/<path of a library>-gdb.py when it loads that library. The path
+# is that of the installed library, which is known for certain only when it is installed.
+if(UNIX AND NOT APPLE)
+  install(
+    CODE "
+    set(zel_library_dir \"${CMAKE_INSTALL_LIBDIR}\")
+    if(NOT IS_ABSOLUTE \"\${zel_library_dir}\")
+      get_filename_component(zel_library_dir \"\${CMAKE_INSTALL_PREFIX}/\${zel_library_dir}\" ABSOLUTE)
+    endif()
+    file(INSTALL DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/gdb/auto-load\${zel_library_dir}\"
+         TYPE FILE RENAME \"$<TARGET_FILE_NAME:zel_tessel2d>-gdb.py\"
+         FILES \"${PROJECT_SOURCE_DIR}/packaging/gdb/zel_tessel2d.py\")")
+endif()
+
 # -- pkg-config -----------------------------------------------------------------------------------
 
 # Relative to the .pc file, so that an installed tree may be moved, unless the directories were given

@@ -2,8 +2,11 @@
 // The containers that carry a mesh: lists and matrices are views on shared storage.
 #include "zel/dense.h"
 #include "zel/tessel.h"
+#include "zel/tessel2d/generators.h"
 
 #include "support/require.h"
+
+#include <vector>
 
 using namespace zel;
 using examples::require;
@@ -52,7 +55,43 @@ static void views() {
     require(own.rows == 3 && own(1, 3) == 1.0 && pos.rows == 2, "the copy stands alone");
 }
 
+// const belongs to the view, not to the block: a copy that is not const may write to both.
+static void copies_of_const() {
+    //! [copies_of_const]
+    const dense2D<double> given(2, 3, 1.0);
+    dense2D<double> view = given; // a second view of the same block, although `given` is const
+    view(0, 0) = 5.0;             // given(0, 0) is 5 as well
+
+    dense2D<double> own;
+    if (!own.copy(given)) return; // elements of its own; false: memory is exhausted
+    own(0, 0) = 9.0;              // given stays
+    //! [copies_of_const]
+    require(given(0, 0) == 5.0 && view.data() == given.data(), "a copied view shares the block");
+    require(own.data() != given.data(), "a deep copy does not");
+}
+
+// A matrix on memory of the program's own moves to memory of the library's when a call makes it grow.
+static void stale_memory() {
+    //! [stale_memory]
+    std::vector<double> xy = {0, 0, 1, 0, 2, 0, 2, 1, 2, 2, 1, 2, 0, 2, 0, 1};
+    auto pos = dense2D<double>::wrap(xy.data(), 2, 8); // the outline of a square, not copied
+    dense1D<unsigned, 8> loop(9);
+    for (unsigned k = 0; k < 9; ++k) loop[k] = k % 8;
+
+    dense2D<unsigned> quads;
+    if (tessel2d::mesh_struct_Q4(pos, loop, 2, quads) != 0) return; // appends node 8 to pos
+    pos(0, 4) = 2.5; // no longer reaches xy: pos has moved, xy is stale
+    bool stale = pos.data() != xy.data() && xy[8] == 2.0;
+
+    xy.assign(pos.begin(), pos.end()); // where the program goes on with its own vector
+    //! [stale_memory]
+    require(stale && pos.cols == 9, "growth leaves the program's memory behind");
+    require(xy.size() == 18 && xy[8] == 2.5, "brought up to date");
+}
+
 int main() {
     lists();
     views();
+    copies_of_const();
+    stale_memory();
 }

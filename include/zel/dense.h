@@ -4,8 +4,18 @@
 #include "zel/storage.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstring>
+
+/// Marks members that assert their range. Without NDEBUG element access and `sub_matrix` do: `v[i]` of
+/// lists, points and tensors, `m(i, j)`, `m[j]`. There they are always inlined, so that each source file of
+/// a program has the checks that its own NDEBUG asks for, however the library was compiled.
+#if defined(NDEBUG) || !defined(__GNUC__)
+#define ZEL_TESSEL2D_CHECKED
+#else
+#define ZEL_TESSEL2D_CHECKED __attribute__((always_inline)) inline
+#endif
 
 namespace zel {
 
@@ -17,8 +27,14 @@ struct vector_fixed {
 
     T elements[N];
 
-    constexpr T& operator[](std::size_t i) noexcept { return elements[i]; }
-    constexpr const T& operator[](std::size_t i) const noexcept { return elements[i]; }
+    ZEL_TESSEL2D_CHECKED constexpr T& operator[](std::size_t i) noexcept {
+        assert(i < N);
+        return elements[i];
+    }
+    ZEL_TESSEL2D_CHECKED constexpr const T& operator[](std::size_t i) const noexcept {
+        assert(i < N);
+        return elements[i];
+    }
     constexpr T* begin() noexcept { return elements; }
     constexpr T* end() noexcept { return elements + N; }
     constexpr const T* begin() const noexcept { return elements; }
@@ -35,12 +51,21 @@ struct symmetric_fixed {
 
     T elements[N * (N + 1) / 2];
 
-    constexpr T& operator[](std::size_t k) noexcept { return elements[k]; }
-    constexpr const T& operator[](std::size_t k) const noexcept { return elements[k]; }
-    constexpr T& operator()(std::size_t i, std::size_t j) noexcept {
+    ZEL_TESSEL2D_CHECKED constexpr T& operator[](std::size_t k) noexcept {
+        assert(k < N * (N + 1) / 2);
+        return elements[k];
+    }
+    ZEL_TESSEL2D_CHECKED constexpr const T& operator[](std::size_t k) const noexcept {
+        assert(k < N * (N + 1) / 2);
+        return elements[k];
+    }
+    ZEL_TESSEL2D_CHECKED constexpr T& operator()(std::size_t i, std::size_t j) noexcept {
+        assert(i < N && j < N);
         return elements[packed(i, j)];
     }
-    constexpr const T& operator()(std::size_t i, std::size_t j) const noexcept {
+    ZEL_TESSEL2D_CHECKED constexpr const T& operator()(std::size_t i,
+                                                       std::size_t j) const noexcept {
+        assert(i < N && j < N);
         return elements[packed(i, j)];
     }
     constexpr T* begin() noexcept { return elements; }
@@ -112,8 +137,14 @@ public:
     bool empty() const noexcept { return size == 0; }
     T* data() noexcept { return storage->data + start; }
     const T* data() const noexcept { return storage->data + start; }
-    T& operator[](std::size_t i) noexcept { return data()[i]; }
-    const T& operator[](std::size_t i) const noexcept { return data()[i]; }
+    ZEL_TESSEL2D_CHECKED T& operator[](std::size_t i) noexcept {
+        assert(i < size);
+        return data()[i];
+    }
+    ZEL_TESSEL2D_CHECKED const T& operator[](std::size_t i) const noexcept {
+        assert(i < size);
+        return data()[i];
+    }
     T* begin() noexcept { return data(); }
     T* end() noexcept { return data() + size; }
     const T* begin() const noexcept { return data(); }
@@ -210,11 +241,23 @@ public:
 
     T* data() noexcept { return storage->data + start; }
     const T* data() const noexcept { return storage->data + start; }
-    T& operator()(std::size_t i, std::size_t j) noexcept { return data()[j * ld + i]; }
-    const T& operator()(std::size_t i, std::size_t j) const noexcept { return data()[j * ld + i]; }
-    /// Column j: `m[j][i]` is element (i, j).
-    T* operator[](std::size_t j) noexcept { return data() + j * ld; }
-    const T* operator[](std::size_t j) const noexcept { return data() + j * ld; }
+    ZEL_TESSEL2D_CHECKED T& operator()(std::size_t i, std::size_t j) noexcept {
+        assert(i < rows && j < cols);
+        return data()[j * ld + i];
+    }
+    ZEL_TESSEL2D_CHECKED const T& operator()(std::size_t i, std::size_t j) const noexcept {
+        assert(i < rows && j < cols);
+        return data()[j * ld + i];
+    }
+    /// Column j: `m[j][i]` is element (i, j). `m[cols]` may be named, but not read.
+    ZEL_TESSEL2D_CHECKED T* operator[](std::size_t j) noexcept {
+        assert(j <= cols);
+        return data() + j * ld;
+    }
+    ZEL_TESSEL2D_CHECKED const T* operator[](std::size_t j) const noexcept {
+        assert(j <= cols);
+        return data() + j * ld;
+    }
     /// All elements in storage order; only for a contiguous matrix.
     T* begin() noexcept { return data(); }
     T* end() noexcept { return data() + rows * cols; }

@@ -198,8 +198,11 @@ dense1D<T, 8> dense2D<T>::as_vector() const noexcept {
 }
 
 template <class T>
-dense2D<T> dense2D<T>::sub_matrix(std::size_t row0, std::size_t col0, std::size_t nrows,
-                                  std::size_t ncols) const noexcept {
+ZEL_TESSEL2D_CHECKED dense2D<T> dense2D<T>::sub_matrix(std::size_t row0, std::size_t col0,
+                                                       std::size_t nrows,
+                                                       std::size_t ncols) const noexcept {
+    assert(row0 <= rows && nrows <= rows - row0);
+    assert(col0 <= cols && ncols <= cols - col0);
     dense2D view(*this);
     view.start = start + col0 * ld + row0;
     view.rows = nrows;

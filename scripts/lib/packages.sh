@@ -10,7 +10,7 @@
 # shellcheck disable=SC2034 # for the scripts that source this
 {
     build_packages=(g++ cmake ninja-build liblapack-dev)
-    test_packages=(libgtest-dev libgmock-dev pkg-config python3)
+    test_packages=(libgtest-dev libgmock-dev pkg-config python3 gdb)
     bench_packages=(libbenchmark-dev)
     manual_packages=(doxygen python3-sphinx python3-breathe python3-myst-parser furo npm)
 }
@@ -29,6 +29,7 @@ has_package() {
     clang-format-14) command -v clang-format-14 ;;
     clang-tidy-14) command -v clang-tidy-14 ;;
     gcovr) command -v gcovr ;;
+    gdb) command -v gdb ;;
     liblapack-dev) has_library liblapack ;;
     libgtest-dev) has_header gtest/gtest.h ;;
     libgmock-dev) has_header gmock/gmock.h ;;
