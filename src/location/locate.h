@@ -220,7 +220,8 @@ int list_star(const located_mesh& mesh, unsigned node, unsigned first, node_star
     star.seen.insert(first);
     star.stack.push_back(first);
     while (!star.stack.empty()) {
-        const unsigned e = star.stack[--star.stack.size];
+        const unsigned e = star.stack.end()[-1];
+        --star.stack.size;
         const unsigned* const cell = mesh.connect[e];
         const unsigned corners = Shape::corners(cell);
         const unsigned i = local_node_index(node, cell, corners);

@@ -107,7 +107,8 @@ struct star_walk {
         stack.size = 0;
         outcome result = visit(last);
         while (result == outcome::whole && stack.size > 0) {
-            const unsigned e = stack[--stack.size];
+            const unsigned e = stack.end()[-1];
+            --stack.size;
             const unsigned* const cell = cells[e];
             const unsigned corners = Shape::corners(cell);
             const unsigned i = local_node_index(node, cell, corners);
