@@ -1,10 +1,12 @@
-// zel tessel2d: planar and surface mesh tools.
+// How good a triangle or a quadrilateral is.
 #pragma once
 
-// How good a triangle or a quadrilateral is: 1 for the ideal shape, 0 for a collapsed one, and in the
-// plane down to -1 for one that is turned over. No function tests its input: coincident points and
-// numbers that are not finite go through the formulas as they stand.
-#include "geometry/kernels.h"
+// 1 for the ideal shape, 0 for a collapsed one, and in the plane down to -1 for one that is turned over. No
+// function tests its input: coincident points and numbers that are not finite go through the formulas as
+// they stand.
+#include "geometry/angles.h"
+#include "geometry/quadrilaterals.h"
+#include "geometry/triangles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,32 +16,53 @@ namespace zel::tessel2d {
 template <int Dim>
 using corners_of_quad = point<Dim>[4];
 
-/// x held between low and high; what is not a number stays so.
-inline double held(double x, double low, double high) noexcept {
-    return std::min(std::max(x, low), high);
+/// x held between low and high; NaN stays NaN.
+template <class Number>
+[[gnu::always_inline]] inline Number held(const Number& x, double low, double high) noexcept {
+    return smaller(larger(x, Number(low)), Number(high));
 }
 
 /// 2 sqrt(3) A / (P M) with the doubled area A, the perimeter P and the longest side M: 1 for an
 /// equilateral triangle, 0 when P M is not above 0. In the plane A is signed.
 ///
-/// The vector product is formed from the two shorter of three vectors, so that little is cancelled. At
-/// equal lengths the plane takes the third side and space does not.
-template <int Dim>
-inline double triangle_shape_quality(const point<Dim>& p0, const point<Dim>& p1,
-                                     const point<Dim>& p2) noexcept {
+/// a and b run from the third corner to the first and to the second, la is the length of a. The vector
+/// product is formed from the two shorter of three vectors, so that little is cancelled. At equal lengths
+/// the plane takes the third side and space does not.
+template <int Dim, class Number>
+[[gnu::always_inline]] inline Number shape_quality_of_sides(const vector_of<Number, Dim>& a,
+                                                            const vector_of<Number, Dim>& b,
+                                                            const Number& la) noexcept {
     constexpr double equilateral = 3.4641016151377544;
-    const point<Dim> a = difference<Dim>(p0, p2);
-    const point<Dim> b = difference<Dim>(p1, p2);
-    const point<Dim> c = difference<Dim>(b, a);
-    const double la = length<Dim>(a);
-    const double lb = length<Dim>(b);
-    const double lc = length<Dim>(c);
-    const double shorter = std::min(la, lb);
-    const bool from_b = Dim == 2 ? lc > shorter : !(lc < shorter);
-    const double double_area = cross_size(a, from_b ? b : c);
-    const double scale = (la + lb + lc) * std::max({la, lb, lc});
-    if (!(scale > 0)) return 0;
-    return held(equilateral * double_area / scale, -1, 1);
+    const vector_of<Number, Dim> c = difference<Dim>(b, a);
+    const Number lb = length<Dim>(b);
+    const Number lc = length<Dim>(c);
+    const Number shorter = smaller(la, lb);
+    const auto from_c = Dim == 2 ? !(lc > shorter) : lc < shorter;
+    const Number double_area = cross_size(a, choose(from_c, c, b));
+    const Number scale = (la + lb + lc) * larger(larger(la, lb), lc);
+    return zero_where(!(scale > Number(0.0)),
+                      held(Number(equilateral) * double_area / scale, -1, 1));
+}
+
+/// The shape quality of a triangle.
+template <int Dim, class Number>
+[[gnu::always_inline]] inline Number
+triangle_shape_quality(const vector_of<Number, Dim>& p0, const vector_of<Number, Dim>& p1,
+                       const vector_of<Number, Dim>& p2) noexcept {
+    const vector_of<Number, Dim> a = difference<Dim>(p0, p2);
+    return shape_quality_of_sides<Dim>(a, difference<Dim>(p1, p2), length<Dim>(a));
+}
+
+/// The smaller shape quality of the triangles (a, b, c) and (c, d, a), which share the diagonal a-c.
+template <int Dim, class Number>
+[[gnu::always_inline]] inline Number
+shape_quality_of_cut(const vector_of<Number, Dim>& a, const vector_of<Number, Dim>& b,
+                     const vector_of<Number, Dim>& c, const vector_of<Number, Dim>& d) noexcept {
+    const vector_of<Number, Dim> from_c = difference<Dim>(a, c);
+    const Number diagonal = length<Dim>(from_c);
+    return smaller(
+        shape_quality_of_sides<Dim>(from_c, difference<Dim>(b, c), diagonal),
+        shape_quality_of_sides<Dim>(difference<Dim>(c, a), difference<Dim>(d, a), diagonal));
 }
 
 /// 1 when the largest angle is a right one, less the farther it is from that.

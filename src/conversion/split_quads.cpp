@@ -1,6 +1,14 @@
-// zel tessel2d: planar and surface mesh tools.
+// Cuts quadrilaterals into two triangles each.
+//
+// A quadrilateral is cut along one of its diagonals: always from its first corner, or along the diagonal
+// whose triangles score higher. In the selective form only those of low quality are cut.
+//
+// The choice starts from the corner with the smallest number, so that it does not depend on where the column
+// happens to start: the diagonal from that corner is taken unless the other one is better by more than
+// rounding. By shape, the choice that costs most, four quadrilaterals are judged at a time.
 #include "conversion/quad_quality.h"
 #include "foundation/cell_shapes.h"
+#include "geometry/lanes.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d/conversion.h"
 
@@ -30,14 +38,16 @@ struct triangle_writer {
         if constexpr (Rows == 4) column[3] = no_node;
     }
     std::size_t columns_written() const noexcept { return behind / ld; }
-    /// The two triangles of a quadrilateral that is cut along its first diagonal.
-    void put_both(const unsigned* q) noexcept {
-        put(q[0], q[1], q[2]);
-        put(q[2], q[3], q[0]);
+    /// The two triangles of a quadrilateral that is cut from the corner `start` on.
+    void put_both(const unsigned* q, unsigned start) noexcept {
+        const unsigned a = q[start];
+        const unsigned c = q[(start + 2) & 3];
+        put(a, q[(start + 1) & 3], c);
+        put(c, q[(start + 3) & 3], a);
     }
 };
 
-/// Makes `connect` hold `more` columns behind the present ones, to be written. False: memory is
+/// Makes `connect` hold `more` columns behind the present ones, to be written. Returns false if memory is
 /// exhausted.
 bool extend(dense2D<unsigned>& connect, std::size_t rows, std::size_t more) noexcept {
     std::size_t total;
@@ -52,47 +62,41 @@ int append_triangles(const dense2D<unsigned>& triangles, dense2D<unsigned>& conn
     return status_ok;
 }
 
-/// Cuts each quadrilateral into two columns of 3 rows behind the present ones; `cut(writer, cell)`
-/// writes them. The result is the number of quadrilaterals, or the status for exhausted memory.
-template <class Cut>
-int split_all(const dense2D<unsigned>& elements, dense2D<unsigned>& connect_out, Cut cut) noexcept {
+/// Writes a triangle, or the two triangles of a quadrilateral that is cut from the corner `start` on.
+/// Returns the number of quadrilaterals, 0 or 1.
+std::size_t cut(const unsigned* cell, unsigned start, triangle_writer<3>& out) noexcept {
+    if (mixed_cells::corners(cell) == 3) {
+        out.put(cell[0], cell[1], cell[2]);
+        return 0;
+    }
+    out.put_both(cell, start);
+    return 1;
+}
+
+/// Cuts each quadrilateral into two columns of 3 rows behind the present ones; `write(cells, writer)`
+/// writes them and returns the number of quadrilaterals, which is the result, or the status for exhausted
+/// memory.
+template <class Write>
+int split_all(const dense2D<unsigned>& elements, dense2D<unsigned>& connect_out,
+              Write write) noexcept {
     const std::size_t present = connect_out.cols;
     std::size_t most;
     if (!checked_multiply(elements.cols, 2, most) || !extend(connect_out, 3, most))
         return status_memory;
-    const auto cells = columns_of(elements);
     triangle_writer<3> out{connect_out[present], connect_out.ld};
-    std::size_t count = 0;
-    for (std::size_t e = 0; e < elements.cols; ++e) {
-        const unsigned* const cell = cells[e];
-        if (mixed_cells::corners(cell) == 3) {
-            out.put(cell[0], cell[1], cell[2]);
-        } else {
-            cut(out, cell);
-            ++count;
-        }
-    }
+    const std::size_t count = write(columns_of(elements), out);
     connect_out.resize(3, present + elements.cols + count);
     return as_count(count);
 }
 
 // ----------------------------------------------------------------------------- choosing a diagonal
 
-/// A quadrilateral whose node list starts at its smallest number, so that the choice of the diagonal
-/// does not depend on where the list happens to start.
-template <int Dim>
-struct rotated_quad {
-    unsigned node[4];
-    corners_of_quad<Dim> at;
-
-    rotated_quad(const points_view<Dim>& pos, const unsigned* cell) noexcept {
-        const auto first = static_cast<std::size_t>(std::min_element(cell, cell + 4) - cell);
-        for (std::size_t i = 0; i < 4; ++i) {
-            node[i] = cell[(first + i) % 4];
-            at[i] = pos[node[i]];
-        }
-    }
-};
+/// The position of the smallest of four numbers, the first one among equals.
+unsigned smallest_position(const unsigned* n) noexcept {
+    const unsigned i = n[1] < n[0] ? 1 : 0;
+    const unsigned j = n[3] < n[2] ? 3 : 2;
+    return n[j] < n[i] ? j : i;
+}
 
 enum criterion { by_shape = 1, by_angle, by_largest_area, by_total_area, by_flatness, by_bend };
 
@@ -104,9 +108,7 @@ struct candidate {
     const point<Dim>& c;
     const point<Dim>& d;
 
-    double shape() const noexcept {
-        return std::min(triangle_shape_quality<Dim>(a, b, c), triangle_shape_quality<Dim>(c, d, a));
-    }
+    double shape() const noexcept { return shape_quality_of_cut<Dim>(a, b, c, d); }
     double angle() const noexcept {
         return std::min(triangle_angle_quality<Dim>(a, b, c), triangle_angle_quality<Dim>(c, d, a));
     }
@@ -173,26 +175,76 @@ bool first_diagonal_wins(const corners_of_quad<Dim>& p, int by) noexcept {
     return first > second - relative_slack;
 }
 
-template <int Dim, std::size_t Rows>
-void cut_best(const points_view<Dim>& pos, const unsigned* cell, int by,
-              triangle_writer<Rows>& out) noexcept {
-    const rotated_quad<Dim> q(pos, cell);
-    if (first_diagonal_wins<Dim>(q.at, by)) {
-        out.put(q.node[0], q.node[1], q.node[2]);
-        out.put(q.node[2], q.node[3], q.node[0]);
-    } else {
-        out.put(q.node[1], q.node[2], q.node[3]);
-        out.put(q.node[3], q.node[0], q.node[1]);
+/// The corner from which a quadrilateral is cut.
+template <int Dim>
+unsigned cut_start(const points_view<Dim>& pos, const unsigned* cell, int by) noexcept {
+    const unsigned first = smallest_position(cell);
+    corners_of_quad<Dim> p;
+    for (unsigned k = 0; k < 4; ++k) p[k] = pos[cell[(first + k) & 3]];
+    return first_diagonal_wins<Dim>(p, by) ? first : (first + 1) & 3;
+}
+
+/// The corners from which `count` quadrilaterals are cut by shape, four by four; `cell_of(i)` is the column
+/// of the i-th one. A triangle among them gets a number without meaning. Returns how many were judged; the
+/// rest is left over.
+template <int Dim, class CellOf>
+ZEL_FOUR_LANES std::size_t find_starts_by_four(const points_view<Dim>& pos, const CellOf cell_of,
+                                               std::size_t count, unsigned* starts) noexcept {
+    std::size_t i = 0;
+    for (; count - i >= lane_count; i += lane_count) {
+        unsigned first[lane_count];
+        unsigned n[4][lane_count];
+        for (std::size_t lane = 0; lane < lane_count; ++lane) {
+            const unsigned* const cell = cell_of(i + lane);
+            first[lane] = smallest_position(cell);
+            for (unsigned k = 0; k < 4; ++k) {
+                const unsigned node = cell[(first[lane] + k) & 3];
+                n[k][lane] = node == no_node ? cell[0] : node;
+            }
+        }
+        const vector_of<lanes, Dim> p0 = load_nodes(pos, n[0]);
+        const vector_of<lanes, Dim> p1 = load_nodes(pos, n[1]);
+        const vector_of<lanes, Dim> p2 = load_nodes(pos, n[2]);
+        const vector_of<lanes, Dim> p3 = load_nodes(pos, n[3]);
+        const unsigned wins =
+            bits_of(shape_quality_of_cut<Dim>(p0, p1, p2, p3) >
+                    shape_quality_of_cut<Dim>(p1, p2, p3, p0) - lanes(relative_slack));
+        for (unsigned lane = 0; lane < lane_count; ++lane)
+            starts[i + lane] = (first[lane] + ((~wins >> lane) & 1)) & 3;
+    }
+    return i;
+}
+
+/// Elements that are judged before any of them is cut.
+constexpr std::size_t cut_run = 64;
+
+/// Calls `use(cell, start)` for each of `count` columns, where `start` is the corner from which it is cut.
+template <int Dim, class CellOf, class Use>
+void for_each_start(const points_view<Dim>& pos, const CellOf& cell_of, std::size_t count, int by,
+                    const Use& use) noexcept {
+    const bool by_four = by == by_shape && has_four_lanes();
+    unsigned starts[cut_run];
+    for (std::size_t first = 0; first < count; first += cut_run) {
+        const std::size_t n = std::min(cut_run, count - first);
+        const auto cell = [&](std::size_t i) { return cell_of(first + i); };
+        std::size_t i = by_four ? find_starts_by_four<Dim>(pos, cell, n, starts) : 0;
+        for (; i < n; ++i)
+            if (mixed_cells::corners(cell(i)) == 4) starts[i] = cut_start<Dim>(pos, cell(i), by);
+        for (i = 0; i < n; ++i) use(cell(i), starts[i]);
     }
 }
 
 template <int Dim>
 int split_best(const dense2D<double>& pos, const dense2D<unsigned>& elements,
                dense2D<unsigned>& connect_out) noexcept {
-    const points_view<Dim> points(pos);
-    return split_all(elements, connect_out, [&](triangle_writer<3>& out, const unsigned* cell) {
-        cut_best<Dim>(points, cell, by_shape, out);
-    });
+    const auto write = [&](const columns<const unsigned>& cells, triangle_writer<3>& out) {
+        std::size_t quads = 0;
+        for_each_start<Dim>(
+            points_view<Dim>(pos), [&](std::size_t e) { return cells[e]; }, elements.cols, by_shape,
+            [&](const unsigned* cell, unsigned start) { quads += cut(cell, start, out); });
+        return quads;
+    };
+    return split_all(elements, connect_out, write);
 }
 
 // ------------------------------------------------------------------------------- selecting the bad
@@ -203,7 +255,7 @@ struct thresholds {
     double warp;
 };
 
-/// A quadrilateral that is good enough to stay. A quality that is not a number never is.
+/// A quadrilateral that is good enough to stay. A quality that is NaN never is.
 template <int Dim>
 bool is_good(const points_view<Dim>& pos, const unsigned* q, const thresholds& least) noexcept {
     const corners_of_quad<Dim> p = {pos[q[0]], pos[q[1]], pos[q[2]], pos[q[3]]};
@@ -230,11 +282,13 @@ template <int Dim>
 std::size_t write_selected(const dense2D<double>& pos, const dense2D<unsigned>& elements,
                            const dense1D<unsigned, 8>& kept, const dense1D<unsigned, 8>& split,
                            int by, triangle_writer<4> out) noexcept {
-    const points_view<Dim> points(pos);
     const auto cells = columns_of(elements);
     for (const unsigned e : kept) std::copy_n(cells[e], 4, out.next());
-    for (const unsigned e : split)
-        if (mixed_cells::corners(cells[e]) == 4) cut_best<Dim>(points, cells[e], by, out);
+    for_each_start<Dim>(
+        points_view<Dim>(pos), [&](std::size_t i) { return cells[split[i]]; }, split.size, by,
+        [&](const unsigned* cell, unsigned start) {
+            if (mixed_cells::corners(cell) == 4) out.put_both(cell, start);
+        });
     return out.columns_written();
 }
 
@@ -248,7 +302,12 @@ int split_Q4_into_T3(const dense2D<unsigned>& connect_in, dense2D<unsigned>& con
     if (!separate(elements, connect_out)) return status_memory;
     if (elements.rows == 3) return append_triangles(elements, connect_out);
     return split_all(elements, connect_out,
-                     [](triangle_writer<3>& out, const unsigned* cell) { out.put_both(cell); });
+                     [&](const columns<const unsigned>& cells, triangle_writer<3>& out) {
+                         std::size_t quads = 0;
+                         for (std::size_t e = 0; e < elements.cols; ++e)
+                             quads += cut(cells[e], 0, out);
+                         return quads;
+                     });
 }
 
 int split_Q4_into_T3(const dense2D<double>& pos, const dense2D<unsigned>& connect_in,

@@ -174,10 +174,4 @@ inline bool edges_fit(const dense2D<unsigned>& profile, const dense2D<double>& p
     return tessel::check_IDs(profile, ELEMENT_E2, node_bound(pos));
 }
 
-/// The square root of the sum of squares, as it stands.
-template <int Dim>
-inline double length(const point<Dim>& v) noexcept {
-    return std::sqrt(squared_length<Dim>(v));
-}
-
 } // namespace zel::tessel2d

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// The look at the processor that four_lanes.h declares.
 //
 // Alone in its object, so that the tests can put another one in its place and see both ways.
 #include "geometry/four_lanes.h"

@@ -1,10 +1,10 @@
-// zel tessel2d: planar and surface mesh tools.
+// Whether the processor works on four doubles at a time.
 #pragma once
 
 namespace zel::tessel2d {
 
-/// Whether this processor works on four doubles at a time (AVX2). What asks goes on one at a time where it
-/// does not, with the same bits.
+/// Returns true if the processor has AVX2. Callers that get false process one element at a time; the
+/// results are bit-identical.
 bool has_four_lanes() noexcept;
 
 } // namespace zel::tessel2d

@@ -1,8 +1,6 @@
-// zel tessel2d: planar and surface mesh tools.
+// A loop over elements that fetches the corners of many before it computes with them.
 #pragma once
 
-// Fetching the corners of many elements before anything is computed with them.
-//
 // Where the nodes of a mesh are in no order, each corner is a miss of the cache. The processor waits
 // for many of them at a time as long as nothing long stands between one and the next; an atan2 or a
 // chain of divisions does.

@@ -1,8 +1,7 @@
-// zel tessel2d: planar and surface mesh tools.
+// Normals at nodes as weighted sums over the elements around them.
 #pragma once
 
-// Normals at nodes as weighted sums over the elements around them; one algorithm for lines in the
-// plane and for surfaces in space.
+// One algorithm for lines in the plane and for surfaces in space.
 //
 // What is summed comes from `elements`, an object that knows the mesh. It has
 //
@@ -15,21 +14,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <type_traits>
 
 namespace zel::tessel2d {
-
-/// Makes v a unit vector and returns its length. A vector whose squared length is 0 or 1 stays as it
-/// is, and a zero vector stays zero.
-template <int Dim>
-inline double make_unit(point<Dim>& v) noexcept {
-    const double q = squared_length<Dim>(v);
-    if (q == 0 || q == 1) return q;
-    const double length = std::sqrt(q);
-    const double factor = 1 / length;
-    for (double& component : v) component *= factor;
-    return length;
-}
 
 // ----------------------------------------------------------------------------------------- weights
 
@@ -112,7 +98,7 @@ void scale_normals(std::size_t count, bool unit, columns<double> normals,
 /// zero has a zero vector then, which stays what it is.
 ///
 /// Other powers than 0 and 1 give no such promise: an infinite size has the weight 0 for a negative
-/// power, and a vector that is not a number.
+/// power, and a vector of NaN.
 inline bool needs_no_weights(double power, bool unit) noexcept {
     return unit && (weighs_alike(power) || power == 1);
 }
@@ -130,7 +116,7 @@ void add_direction(const point<Dim>& v, double size, const unsigned* nodes, unsi
     }
 }
 
-/// `sum_normals` for what `needs_no_weights`.
+/// `sum_normals` where `needs_no_weights`.
 template <int Dim, bool BySize, class Elements>
 void sum_directions(const Elements& elements, columns<double> normals) noexcept {
     elements.for_each([&](std::size_t, const unsigned* nodes, const point<Dim>& v, double size) {
@@ -150,8 +136,8 @@ void make_unit_columns(std::size_t count, columns<double> vectors) noexcept {
     }
 }
 
-/// Sums and scales what is no matter of directions alone. `normals` has a zero vector for each of its
-/// columns. False: memory is exhausted.
+/// Sums and scales with the weights of the elements. `normals` has a zero vector for each of its
+/// columns. Returns false if memory is exhausted.
 template <int Dim, class Elements>
 bool find_weighted_normals(const Elements& elements, double power, bool unit,
                            dense2D<double>& normals) noexcept {
@@ -163,7 +149,7 @@ bool find_weighted_normals(const Elements& elements, double power, bool unit,
     return true;
 }
 
-/// Sums and scales. `normals` has a zero vector for each of its columns. False: memory is exhausted.
+/// Sums and scales. `normals` has a zero vector for each of its columns. Returns false if memory is exhausted.
 template <int Dim, class Elements>
 bool find_node_normals(const Elements& elements, double power, bool unit,
                        dense2D<double>& normals) noexcept {

@@ -1,8 +1,6 @@
-// zel tessel2d: planar and surface mesh tools.
+// Right-angled frames from a direction and a normal.
 #pragma once
 
-// Right-angled frames from a direction and a normal.
-#include "geometry/node_normals.h"
 #include "geometry/point.h"
 
 #include <cmath>

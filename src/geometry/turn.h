@@ -1,7 +1,6 @@
-// zel tessel2d: planar and surface mesh tools.
+// Turns about a point in the plane and about an axis in space.
 #pragma once
 
-// Turns about a point in the plane and about an axis in space.
 #include "geometry/point.h"
 
 #include <cmath>
@@ -27,7 +26,7 @@ struct cosine_sine {
     }
 };
 
-/// A turn in the plane, anticlockwise.
+/// A turn in the plane, counterclockwise.
 struct plane_turn {
     cosine_sine angle;
 

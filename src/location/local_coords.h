@@ -2,7 +2,6 @@
 #pragma once
 
 // Where a point lies within an element, in the coordinates of the element's shape functions.
-#include "geometry/kernels.h"
 #include "geometry/point.h"
 
 #include <cmath>

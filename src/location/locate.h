@@ -10,8 +10,9 @@
 // There is no search through all elements.
 #include "foundation/cell_shapes.h"
 #include "foundation/topology.h"
-#include "geometry/kernels.h"
 #include "geometry/point.h"
+#include "geometry/quadrilaterals.h"
+#include "geometry/triangles.h"
 #include "location/node_search.h"
 #include "zel/hbuckets.h"
 #include "zel/tessel.h"

@@ -1,8 +1,8 @@
 // zel tessel2d: planar and surface mesh tools.
 #include "foundation/call_frame.h"
-#include "geometry/kernels.h"
 #include "geometry/point.h"
 #include "geometry/tangent_frame.h"
+#include "geometry/triangles.h"
 #include "metrics/blend.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d/metrics.h"

@@ -1,6 +1,6 @@
-// zel tessel2d: planar and surface mesh tools.
+// The smallest and largest corner angles of elements.
+#include "geometry/angles.h"
 #include "geometry/gather.h"
-#include "geometry/kernels.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d/measures.h"
 
@@ -8,7 +8,7 @@ namespace zel::tessel2d {
 
 namespace {
 
-/// The smallest and the largest of the angles; comparisons with an angle that is not a number fail.
+/// The smallest and the largest of the angles; comparisons with NaN fail.
 template <std::size_t Corners>
 void find_extremes(const vector_fixed<double, Corners>& angles, double& smallest,
                    double& largest) noexcept {

@@ -1,7 +1,8 @@
-// zel tessel2d: planar and surface mesh tools.
-#include "geometry/four_triangles.h"
+// The area of a mesh of triangles and quadrilaterals.
 #include "geometry/gather.h"
-#include "geometry/kernels.h"
+#include "geometry/lanes.h"
+#include "geometry/quadrilaterals.h"
+#include "geometry/triangles.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d/measures.h"
 
@@ -10,6 +11,28 @@
 namespace zel::tessel2d {
 
 namespace {
+
+/// Adds the doubled areas of the columns from `first` on, four by four, to `sum`, one after the other.
+/// Returns the first column that is left over.
+template <int Dim>
+ZEL_FOUR_LANES std::size_t
+add_triangles_by_four(const columns<const unsigned>& cells, std::size_t first, std::size_t last,
+                      const points_view<Dim>& pos, double& sum) noexcept {
+    double total = sum;
+    for (; last - first >= lane_count; first += lane_count) {
+        unsigned n[3][lane_count];
+        for (std::size_t lane = 0; lane < lane_count; ++lane)
+            for (std::size_t k = 0; k < 3; ++k) n[k][lane] = cells[first + lane][k];
+        double sizes[lane_count];
+        const vector_of<lanes, Dim> p0 = load_nodes(pos, n[0]);
+        const vector_of<lanes, Dim> p1 = load_nodes(pos, n[1]);
+        const vector_of<lanes, Dim> p2 = load_nodes(pos, n[2]);
+        store_lanes(triangle_double_area<Dim>(p0, p1, p2), sizes);
+        for (const double size : sizes) total += size;
+    }
+    sum = total;
+    return first;
+}
 
 /// Adds the doubled areas of the elements to `sum`, one after the other.
 template <std::size_t Rows, int Dim>
@@ -38,7 +61,8 @@ void add_double_areas(const dense2D<double>& pos, const dense2D<unsigned>& conne
 // when they are read again.
 constexpr std::size_t run = 512;
 
-/// The doubled area of the whole mesh. False: a node does not exist.
+/// The doubled area of the whole mesh. Returns false if a node does not
+/// exist.
 template <std::size_t Rows, int Dim>
 bool measure(const dense2D<double>& pos, const dense2D<unsigned>& connect, double& sum) noexcept {
     const unsigned bound = node_bound(pos);

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// The principal curvatures and their directions at the nodes of a triangulated surface.
 //
 // The normal-cycle tensor of a patch of triangles: the sum over its inner edges of
 //
@@ -11,8 +11,8 @@
 // depend on the patch, nor does it whether a patch may grow across it; so both are found once for each
 // edge, with memory proportional to the mesh.
 #include "foundation/topology.h"
-#include "geometry/kernels.h"
 #include "geometry/tangent_frame.h"
+#include "geometry/triangles.h"
 #include "measures/stamp_marks.h"
 #include "zel/hbuckets.h"
 #include "zel/lapack.h"
@@ -46,7 +46,7 @@ struct hinge {
 
 using edge_set = hbuckets<elfes::edge2>;
 
-/// False: memory is exhausted.
+/// Returns false if memory is exhausted.
 bool collect_edges(const dense2D<unsigned>& edges, edge_set& set) noexcept {
     const std::size_t count = edges.empty() ? 0 : edges.cols;
     set.initialise(count, count, 1.0);
@@ -73,7 +73,7 @@ struct surface {
     dense1D<face, 8> faces{};
     dense1D<hinge, 8> hinges{}; // the first one is flat and belongs to no face
 
-    /// False: memory is exhausted.
+    /// Returns false if memory is exhausted.
     bool start(const edge_set& hard, const limits& most) noexcept {
         if (!normals.resize(4, count) || !faces.resize(count + 1)) return false;
         faces[count] = {};
@@ -187,7 +187,7 @@ struct patch {
     unsigned* members = nullptr;
     std::size_t size = 0;
 
-    /// False: memory is exhausted.
+    /// Returns false if memory is exhausted.
     bool start(const surface& s, const limits& most) noexcept {
         constexpr std::size_t step = 3; // written at a time, whether they are members or not
         const std::size_t room = std::min(most.elements, s.count) + step;
@@ -286,7 +286,7 @@ struct eigenpairs {
     point<3> vector[3];
 };
 
-/// False: the matrix has none to offer.
+/// Returns false if LAPACK reports failure.
 bool find_eigenpairs(symmetric_fixed<double, 3> m, eigenpairs& found) noexcept {
     double vectors[9];
     double work[9];
@@ -348,7 +348,7 @@ point<3> weighted_normal(const surface& s, std::size_t e) noexcept {
     return {a * n[0], a * n[1], a * n[2]};
 }
 
-/// Marks the first element of each node. False: memory is exhausted.
+/// Marks the first element of each node. Returns false if memory is exhausted.
 bool find_seeds(surface& s, std::size_t nodes) noexcept {
     element_set met;
     if (!met.start(nodes)) return false;
@@ -372,7 +372,7 @@ struct itinerary {
 
     std::size_t operator[](std::size_t k) const noexcept { return list.size == 0 ? k : list[k]; }
 
-    /// False: memory is exhausted. Without a list the order is that of the numbers.
+    /// Returns false if memory is exhausted. Without a list the order is that of the numbers.
     bool start(const surface& s) noexcept {
         if (!is_scattered(s)) return true;
         element_set met;
@@ -385,7 +385,7 @@ struct itinerary {
     }
 
 private:
-    /// Are most of the edges between elements whose numbers lie far apart?
+    /// Returns true if most edges join elements whose numbers lie far apart.
     static bool is_scattered(const surface& s) noexcept {
         constexpr std::size_t far = 1 << 14; // a megabyte of faces
         std::size_t edges = 0;
@@ -414,7 +414,7 @@ private:
 };
 
 /// Fills the columns of all nodes that the elements use, each from the first element that holds it.
-/// False: memory is exhausted.
+/// Returns false if memory is exhausted.
 bool measure_nodes(surface& s, std::size_t nodes, const edge_set& hard, const limits& most,
                    dense2D<double>& curvatures) noexcept {
     patch around;

@@ -1,7 +1,6 @@
-// zel tessel2d: planar and surface mesh tools.
+// Marks on the elements of a mesh that are taken off all at once.
 #pragma once
 
-// Marks on the elements of a mesh that are taken off all at once.
 #include "foundation/call_frame.h"
 
 #include <algorithm>
@@ -15,7 +14,7 @@ public:
     unsigned stamp = 1;     ///< an element is marked when its entry equals this
     unsigned increment = 1; ///< from one stamp to the next
 
-    /// Makes marks for `count` elements, all off. False: memory is exhausted.
+    /// Makes marks for `count` elements, all off. Returns false if memory is exhausted.
     bool start(std::size_t count) noexcept {
         list.clear();
         if (!list.resize(count, 0u)) return false;

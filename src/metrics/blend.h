@@ -3,7 +3,7 @@
 
 // Size tensors between two given ones: in the common basis of the two, the sizes are interpolated
 // linearly.
-#include "geometry/kernels.h"
+#include "geometry/number.h"
 #include "metrics/metric_reduction.h"
 
 #include <algorithm>

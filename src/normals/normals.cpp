@@ -1,10 +1,13 @@
-// zel tessel2d: planar and surface mesh tools.
+// Normals of surface meshes, one per element or one per node.
+//
+// Elements are worked on in runs: the nodes of a run are tested, its normals found, four at a time where the
+// processor has lanes, and then used in the order of the elements, so that the bits are always the same.
 #include "zel/tessel2d/normals.h"
 
 #include "foundation/cell_shapes.h"
-#include "geometry/four_elements.h"
-#include "geometry/kernels.h"
+#include "geometry/element_normals.h"
 #include "geometry/node_normals.h"
+#include "geometry/triangles.h"
 #include "zel/tessel.h"
 
 #include <algorithm>
@@ -14,7 +17,7 @@ namespace zel::tessel2d {
 
 namespace {
 
-/// The elements of a surface, as node normals want theirs. `Gaps` tells whether a corner may be no node;
+/// The elements of a surface in the form that node_normals.h asks for. `Gaps`: a corner may be no node;
 /// such an element has no normal.
 template <class Shape, bool Unit, bool Gaps>
 struct surface_elements {
@@ -48,7 +51,7 @@ struct surface_elements {
                      difference<3>(points[n[3]], points[n[1]]));
     }
 
-    /// The first normals of a run, as far as they are found four at a time; answers how many.
+    /// The first normals of a run, as far as they are found four at a time; returns how many.
     template <class Out>
     std::size_t find_by_four(std::size_t first, std::size_t n, const Out& out) const noexcept {
         if (!has_four_lanes()) return 0;
@@ -80,7 +83,8 @@ struct surface_elements {
             std::copy_n(find_one(e).n, 3, out[e]);
     }
 
-    /// `sum_directions`, and in the loop that finds the normals where that goes.
+    /// `sum_directions`, in the loop that finds the normals where the processor has lanes and no element has
+    /// a gap.
     template <bool BySize>
     void sum(packed_columns sums) const noexcept {
         if (Gaps || !has_four_lanes()) return sum_directions<3, BySize>(*this, {sums.first, 3});
@@ -115,7 +119,7 @@ bool with_elements(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                 : with_shape<Unit, false>(pos, connect, work);
 }
 
-/// Every entry is a node of `pos` or no node; `gaps` tells whether a corner may be none.
+/// Returns true if every entry is a node of `pos` or no node; `gaps` is set if a corner may be none.
 bool nodes_exist(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                  bool& gaps) noexcept {
     gaps = !tessel::check_IDs(connect, ELEMENT_FACE, node_bound(pos));
@@ -132,7 +136,7 @@ int check_rows(const dense2D<double>& pos, const dense2D<unsigned>& connect) noe
 constexpr std::size_t tested_run = 8 * normal_run;
 
 /// Tests the nodes and calls `work(first, elements)` for one part of the elements after the other.
-/// False: a node does not exist.
+/// Returns false if a node does not exist.
 template <bool Unit, class Work>
 bool for_each_part(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                    const Work& work) noexcept {
@@ -149,7 +153,7 @@ bool for_each_part(const dense2D<double>& pos, const dense2D<unsigned>& connect,
     return true;
 }
 
-/// Writes the normals of all elements. False: a node does not exist.
+/// Writes the normals of all elements. Returns false if a node does not exist.
 template <bool Unit>
 bool write_normals(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                    packed_columns out) noexcept {
@@ -158,8 +162,8 @@ bool write_normals(const dense2D<double>& pos, const dense2D<unsigned>& connect,
     });
 }
 
-/// Node normals that need no weights. `normals` has a zero vector for each node. False: a node does
-/// not exist.
+/// Node normals that need no weights. `normals` has a zero vector for each node. Returns false if a node
+/// does not exist.
 bool find_directions(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool by_size,
                      packed_columns normals) noexcept {
     const bool exist = for_each_part<true>(pos, connect, [&](std::size_t, const auto& elements) {

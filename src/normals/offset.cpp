@@ -1,4 +1,6 @@
-// zel tessel2d: planar and surface mesh tools.
+// Moves the nodes of a surface along vectors, in place or as a copy.
+//
+// A node moves once, however many elements have it: the nodes are listed first, each once.
 #include "foundation/node_set.h"
 #include "zel/tessel2d/normals.h"
 
@@ -45,7 +47,8 @@ struct surface_nodes {
     dense1D<unsigned, 8> list;
     dense2D<unsigned> places;
 
-    /// Columns that are neither triangles nor quadrilaterals name no node. False: memory is exhausted.
+    /// Columns that are neither triangles nor quadrilaterals name no node. Returns false if memory is
+    /// exhausted.
     bool gather(const dense2D<unsigned>& connect, std::size_t node_count) noexcept {
         if (connect.rows == 3)
             return number_nodes<triangle_cells>(connect, node_count, list, places);

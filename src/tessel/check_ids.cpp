@@ -1,4 +1,6 @@
-// zel tessel2d: planar and surface mesh tools.
+// Tests whether all node numbers of a connectivity or a list exist.
+//
+// Where the processor has AVX2, eight numbers are tested at a time.
 #include "foundation/cell_shapes.h"
 #include "geometry/four_lanes.h"
 #include "zel/tessel.h"
@@ -43,8 +45,8 @@ constexpr std::size_t run = 4096;
 
 #if defined(__x86_64__) && defined(__GNUC__)
 
-// The first entries of a run, eight at a time; every fourth one is under the rule `fourth`. False: one of
-// them breaks its rule. `done` tells how many were looked at. A rule holds for all if it holds for the
+// The first entries of a run, eight at a time; every fourth one is under the rule `fourth`. Returns
+// false if one of them breaks its rule; `done` is how many were looked at. A rule holds for all if it holds for the
 // largest, and unlike the comparison the maximum is one instruction.
 [[gnu::target("avx2")]] bool eights_pass(const unsigned* x, std::size_t n, rule r, rule fourth,
                                          std::size_t& done) noexcept {

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// Tests of `area`.
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/lanes.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// Tests of `principal_curvatures`.
 #include "examples/support/adjacency.h"
 #include "geometry/tangent_frame.h"
 #include "support/checks.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// Tests of `offset` and `copy_with_offset`.
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/meshes.h"

@@ -1,5 +1,7 @@
-// zel tessel2d: planar and surface mesh tools.
-#include "geometry/kernels.h"
+// Tests of the formulas of triangles and quadrilaterals.
+#include "geometry/angles.h"
+#include "geometry/quadrilaterals.h"
+#include "geometry/triangles.h"
 
 #include "support/checks.h"
 #include "support/meshes.h"
@@ -252,7 +254,7 @@ TEST(QuadAngles, ComeInCornerOrderAndScaled) {
 TEST(Solve2x2Symmetric, SolvesExactlyWhatIsExact) {
     double x = 0;
     double y = 0;
-    solve_2x2_symmetric(2, 1, 3, 1.0 / 5, 4, 7, x, y, 2); // 2x + y = 4, x + 3y = 7
+    solve_2x2_symmetric(2.0, 1.0, 3.0, 1.0 / 5, 4.0, 7.0, x, y, 2); // 2x + y = 4, x + 3y = 7
     EXPECT_DOUBLE_EQ(1, x);
     EXPECT_DOUBLE_EQ(2, y);
 }
@@ -262,7 +264,7 @@ TEST(Solve2x2Symmetric, EachPassRepairsAWrongInverseDeterminant) {
     double x = 0;
     double y = 0;
     const auto solve = [&](int passes) {
-        solve_2x2_symmetric(1, 0, 1, 0.9, 1, 1, x, y, passes);
+        solve_2x2_symmetric(1.0, 0.0, 1.0, 0.9, 1.0, 1.0, x, y, passes);
         return x;
     };
     EXPECT_NEAR(0.9, solve(0), 1e-15);
@@ -275,7 +277,7 @@ TEST(Solve2x2Symmetric, EachPassRepairsAWrongInverseDeterminant) {
 TEST(Solve2x2Symmetric, StopsAtSomethingThatIsNotANumber) {
     double x = 0;
     double y = 0;
-    solve_2x2_symmetric(1, 0, 1, nan, 1, 1, x, y, 2000000000);
+    solve_2x2_symmetric(1.0, 0.0, 1.0, nan, 1.0, 1.0, x, y, 2000000000);
     EXPECT_TRUE(std::isnan(x));
     EXPECT_TRUE(std::isnan(y));
 }
@@ -406,7 +408,7 @@ TEST(TriangleCircumcircle, EndsAndStaysFlatWithNumbersThatAreNone) {
 
 TEST(Solve2x2Symmetric, WithoutRefinementIsCramersRuleToTheBit) {
     double x = 0, y = 0;
-    solve_2x2_symmetric(4, 2, 3, 1.0 / 8, 16, 12, x, y, 0); // 4x + 2y = 16, 2x + 3y = 12
+    solve_2x2_symmetric(4.0, 2.0, 3.0, 1.0 / 8, 16.0, 12.0, x, y, 0); // 4x + 2y = 16, 2x + 3y = 12
     EXPECT_EQ(3, x);
     EXPECT_EQ(2, y);
 }

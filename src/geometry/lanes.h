@@ -1,0 +1,48 @@
+// A number type of four doubles, on which a processor with AVX2 works at a time.
+#pragma once
+
+// All instructions of vector units stand behind this header. A formula over `lanes` goes through the very
+// operations that it goes through over `double`, in their order, so that each lane has the same bits.
+// Choices become masks, where one element at a time means a jump that real meshes make unpredictable.
+//
+// Functions that work with `lanes` are marked ZEL_FOUR_LANES and run only where `has_four_lanes()`. The
+// formulas that they call have no mark: they are inlined by force, and the operations follow into the
+// marked function. So a formula over `lanes` is called from marked functions and formulas alone.
+//
+// Elsewhere than on x86-64 with gcc or clang the same names stand for loops over four doubles, so that what
+// uses them compiles; `has_four_lanes()` is false there. A port to another vector unit is one more header.
+#include "geometry/four_lanes.h"
+#include "geometry/number.h"
+#include "geometry/point.h"
+
+namespace zel::tessel2d {
+
+constexpr std::size_t lane_count = 4;
+
+/// Addresses of four columns, one per lane.
+template <class T>
+using lane_columns = T* [lane_count];
+
+} // namespace zel::tessel2d
+
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(ZEL_PORTABLE_LANES)
+#include "geometry/lanes_avx2.h"
+#else
+#include "geometry/lanes_portable.h"
+#endif
+
+namespace zel::tessel2d {
+
+/// The nodes of four elements: component k of lane i is that of node `nodes[i]`. `Leading` is the leading
+/// dimension where it is known at compile time; 0 stands for that of the view.
+template <int Dim, std::size_t Leading = 0>
+ZEL_FOUR_LANES_INLINED vector_of<lanes, Dim>
+load_nodes(const points_view<Dim>& points, const unsigned (&nodes)[lane_count]) noexcept {
+    const std::size_t ld = Leading == 0 ? points.ld : Leading;
+    const lane_columns<const double> p = {
+        points.first + nodes[0] * ld, points.first + nodes[1] * ld, points.first + nodes[2] * ld,
+        points.first + nodes[3] * ld};
+    return load_columns<Dim>(p);
+}
+
+} // namespace zel::tessel2d
