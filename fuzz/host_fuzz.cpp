@@ -130,9 +130,29 @@ void parts(input& in) {
     if (outcome == 0) require(found.element < connect.cols, "the fault is somewhere");
 }
 
+/// Columns of any length in any matrix: what is brought into the order of a format comes back.
+void node_orders(input& in) {
+    const unsigned rows = in.below(28);
+    dense2D<unsigned> connect(rows, in.below(4));
+    for (std::size_t e = 0; e < connect.cols; ++e) {
+        const unsigned used = in.below(rows + 1);
+        for (std::size_t k = 0; k < rows; ++k) connect(k, e) = k < used ? in.below(9) : no_node;
+    }
+    dense2D<unsigned> before;
+    if (!before.copy(connect)) return;
+    const auto format = static_cast<zel::host::node_format>(in.below(3));
+    const unsigned edge_nodes = in.below(6);
+    const int status = zel::host::reorder_to(format, edge_nodes, connect);
+    if (status == 0)
+        require(zel::host::reorder_from(format, edge_nodes, connect) == 0, "there is a way back");
+    for (std::size_t e = 0; e < connect.cols; ++e)
+        for (std::size_t k = 0; k < rows; ++k)
+            require(connect(k, e) == before(k, e), "it is as it was");
+}
+
 } // namespace
 
 void zel_fuzz::run(input& in) {
-    constexpr void (*drivers[])(input&) = {build, edges, boundary, parts};
+    constexpr void (*drivers[])(input&) = {build, edges, boundary, parts, node_orders};
     drivers[in.below(sizeof drivers / sizeof *drivers)](in);
 }

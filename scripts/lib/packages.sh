@@ -10,7 +10,7 @@
 # shellcheck disable=SC2034 # for the scripts that source this
 {
     build_packages=(g++ cmake ninja-build liblapack-dev)
-    test_packages=(libgtest-dev libgmock-dev pkg-config python3 gdb)
+    test_packages=(libgtest-dev libgmock-dev pkg-config python3 gdb libvtk9-dev libgmsh-dev libeigen3-dev)
     bench_packages=(libbenchmark-dev)
     manual_packages=(doxygen python3-sphinx python3-breathe python3-myst-parser furo npm)
 }
@@ -29,6 +29,9 @@ has_package() {
     clang-format-14) command -v clang-format-14 ;;
     clang-tidy-14) command -v clang-tidy-14 ;;
     gcovr) command -v gcovr ;;
+    libvtk9-dev) compgen -G '/usr/lib/*/cmake/vtk-9*/vtk-config.cmake' || compgen -G '/usr/local/lib/cmake/vtk-9*' ;;
+    libgmsh-dev) has_header gmsh.h ;;
+    libeigen3-dev) has_header eigen3/Eigen/Core ;;
     gdb) command -v gdb ;;
     liblapack-dev) has_library liblapack ;;
     libgtest-dev) has_header gtest/gtest.h ;;
