@@ -12,6 +12,8 @@
 #include <type_traits>
 #include <utility>
 
+static_assert(sizeof(std::size_t) == 8, "zel tessel2d needs a 64-bit target: counts have 64 bits");
+
 namespace zel {
 
 /// Obtains raw memory for a storage block: at least `bytes` bytes, aligned for any scalar.

@@ -37,6 +37,8 @@ ZEL_TESSEL2D_API bool check_IDs(const dense1D<unsigned, 8>& ids, unsigned bound)
 /// it that lies closer than `tolerance` or has equal coordinates; if there is none, it is kept. So
 /// chains do not run away: a fused node is never farther than `tolerance` from the one that stands for
 /// it. All columns of `pos` take part, also those that no element uses. A node with a NaN is kept.
+/// Differences, squares and their sum are rounded to double precision: nodes whose distance is within a
+/// few units in the last place of the tolerance may be fused or kept, the same at every call.
 ///
 /// @param pos       2 x N or 3 x N coordinates, one node per column.
 /// @param[in,out] connect  node numbers, of any height. Entries that are not columns of `pos`, such as

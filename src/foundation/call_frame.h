@@ -5,9 +5,14 @@
 // cursors that take data pointer and leading dimension out of the loops.
 #include "zel/dense.h"
 
+#include <cfloat>
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+
+// 1 computes float as double, which the library does not use; 2 is the arithmetic of the x87.
+static_assert(FLT_EVAL_METHOD == 0 || FLT_EVAL_METHOD == 1,
+              "zel tessel2d needs doubles that are rounded in every step: no x87 arithmetic");
 
 namespace zel {
 
