@@ -3,8 +3,11 @@
 #include "meshes.h"
 
 #include "zel/host/adjacency.h"
+#include "zel/host/locator.h"
+#include "zel/tessel2d/location.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -168,5 +171,119 @@ BENCHMARK(boundary_edges)->Apply(on_meshes);
 BENCHMARK(boundary_loops)->Apply(on_meshes);
 BENCHMARK(components)->Apply(on_meshes);
 BENCHMARK(is_orientable)->Apply(on_meshes);
+
+// --------------------------------------------------------------------------------------------- points
+
+/// A mesh of triangles with its locator, and 10^5 points at random or along a curve.
+struct asked_mesh {
+    mesh m;
+    zel::host::adjacency beside;
+    zel::host::locator at;
+    dense2D<double> points;
+
+    asked_mesh(std::int64_t triangles, bool sorted)
+        : m(make_mesh(2, 3, triangles, jittered)), points(2, 100000) {
+        if (zel::host::build_adjacency(m.connect, m.pos.cols, beside) != 0) std::abort();
+        if (at.build(m.pos, m.connect) != 0) std::abort();
+        random_numbers random{7};
+        for (std::size_t j = 0; j < points.cols; ++j) {
+            const double row = std::floor(static_cast<double>(j) / 300);
+            points(0, j) =
+                sorted ? (static_cast<double>(j % 300) + random.unit()) / 300 : random.unit();
+            points(1, j) = sorted ? (row + random.unit()) / 334 : random.unit();
+        }
+    }
+};
+
+/// `interpolate` of one component onto the same points, made nodes.
+reference interpolating(const asked_mesh& a) {
+    const std::size_t nodes = a.m.pos.cols;
+    const std::size_t all = nodes + a.points.cols;
+    auto pos = fresh_copy(a.m.pos);
+    auto ancestors = a.beside.ancestors;
+    dense1D<unsigned, 8> orphans(a.points.cols);
+    if (!pos.resize(2, all) || !ancestors.resize(all, 0xFFFFFFFFU)) std::abort();
+    for (std::size_t j = 0; j < a.points.cols; ++j) {
+        std::copy_n(a.points[j], 2, pos[nodes + j]);
+        orphans[j] = static_cast<unsigned>(nodes + j);
+    }
+    return {"interpolate", [=, &a](stopwatch& watch) {
+                dense1D<double, 8> field(all, 1.0);
+                watch.start();
+                if (zel::tessel2d::interpolate(pos, a.m.connect, a.beside.neighbors, ancestors,
+                                               field, orphans, zel::ELEMENT_T3) != 0) {
+                    std::abort();
+                }
+                watch.stop();
+            }};
+}
+
+void locate_points(benchmark::State& state) {
+    const asked_mesh a(state.range(0), state.range(1) != 0);
+    measure(state, static_cast<double>(a.points.cols), {interpolating(a)}, [&](stopwatch& watch) {
+        dense1D<unsigned, 8> elements;
+        dense1D<unsigned, 8> places;
+        dense2D<double> weights;
+        watch.start();
+        const int status = a.at.locate(a.points, elements, weights, places);
+        watch.stop();
+        if (status != 0) state.SkipWithError("failed");
+    });
+}
+void locate_one(benchmark::State& state) {
+    const asked_mesh a(state.range(0), state.range(1) != 0);
+    measure(state, static_cast<double>(a.points.cols), {interpolating(a)}, [&](stopwatch& watch) {
+        unsigned sum = 0;
+        watch.start();
+        for (std::size_t j = 0; j < a.points.cols; ++j) {
+            unsigned element;
+            a.at.locate({a.points(0, j), a.points(1, j)}, element);
+            sum += element;
+        }
+        benchmark::DoNotOptimize(sum);
+        watch.stop();
+    });
+}
+void transfer(benchmark::State& state) {
+    const asked_mesh a(state.range(0), state.range(1) != 0);
+    measure(state, static_cast<double>(a.points.cols), {interpolating(a)}, [&](stopwatch& watch) {
+        zel::host::transfer_table table;
+        watch.start();
+        const int status = a.at.transfer(a.points, table);
+        watch.stop();
+        if (status != 0) state.SkipWithError("failed");
+    });
+}
+void carry(benchmark::State& state) {
+    const asked_mesh a(state.range(0), state.range(1) != 0);
+    zel::host::transfer_table table;
+    if (a.at.transfer(a.points, table) != 0) std::abort();
+    const dense1D<double, 8> field(a.m.pos.cols, 1.0);
+    measure(state, static_cast<double>(a.points.cols), {interpolating(a)}, [&](stopwatch& watch) {
+        dense1D<double, 8> values;
+        watch.start();
+        const int status = a.at.carry(table, field, values);
+        watch.stop();
+        if (status != 0) state.SkipWithError("failed");
+    });
+}
+void locator_build(benchmark::State& state) {
+    const mesh m = make_mesh(2, 3, state.range(0), state.range(1));
+    measure(state, static_cast<double>(m.connect.cols), {adjacency_of(m)}, [&](stopwatch& watch) {
+        zel::host::locator at;
+        watch.start();
+        const int status = at.build(m.pos, m.connect);
+        watch.stop();
+        if (status != 0) state.SkipWithError("failed");
+    });
+}
+void on_points(benchmark::internal::Benchmark* b) {
+    b->ArgNames({"triangles", "sorted"})->ArgsProduct({{10000, 1000000}, {0, 1}})->UseManualTime();
+}
+BENCHMARK(locate_points)->Apply(on_points);
+BENCHMARK(locate_one)->Apply(on_points);
+BENCHMARK(transfer)->Apply(on_points);
+BENCHMARK(carry)->Apply(on_points);
+BENCHMARK(locator_build)->Apply(on_meshes);
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "fuzz/input.h"
 
 #include "zel/host.h"
+#include "zel/tessel2d/location.h"
 
 namespace {
 
@@ -150,9 +151,77 @@ void node_orders(input& in) {
             require(connect(k, e) == before(k, e), "it is as it was");
 }
 
+/// Points, mostly a 2 x n matrix.
+dense2D<double> some_points(input& in) {
+    dense2D<double> points = blank_matrix<double>(in, in.one_in(8) ? in.below(4) : 2, in.below(8));
+    for (std::size_t j = 0; !points.empty() && j < points.cols; ++j)
+        for (std::size_t i = 0; i < points.rows; ++i) points(i, j) = in.number();
+    return points;
+}
+
+void locate(input& in) {
+    const dense2D<double> pos = some_points(in);
+    const dense2D<unsigned> connect = elements(in, pos.cols);
+    const dense2D<double> points = some_points(in);
+    const double tolerance = in.one_in(4) ? in.number() : 1e-6;
+    const unsigned threads = in.below(4);
+    dense1D<unsigned, 8> holders = node_list(in, in.below(4), 9);
+    dense1D<unsigned, 8> places = node_list(in, in.below(4), 9);
+    zel::host::locator at;
+    const int built = call(
+        in, "locator::build", {-1, -2},
+        [&](const auto& p, const auto& c) { return at.build(p, c); }, reads(pos), reads(connect));
+    const int status = call(
+        in, "locator::locate", {-1},
+        [&](const auto& p, auto& e, auto& s) {
+            dense2D<double> weights;
+            return at.locate(p, e, weights, s, tolerance, threads);
+        },
+        reads(points), makes(holders), makes(places));
+    if (built != 0 || status != 0 || connect.empty()) return;
+    zel::host::adjacency beside;
+    if (zel::host::build_adjacency(connect, pos.cols, beside) != 0) return;
+    const zel::tessel::node_detector detector(pos);
+    for (std::size_t j = 0; j < holders.size; ++j) {
+        unsigned expected;
+        zel::tessel2d::get_element_containing_point(
+            pos, connect, beside.neighbors, beside.ancestors, detector, zel::ELEMENT_FACE,
+            {points(0, j), points(1, j)}, expected, tolerance);
+        if (connect.rows == 4)
+            require(expected == holders[j], "it is what the public search finds");
+        require((holders[j] != no_node) == (places[j] == 0),
+                "the place tells whether it is inside");
+    }
+}
+
+void transfer(input& in) {
+    const dense2D<double> pos = some_points(in);
+    const dense2D<unsigned> connect = elements(in, pos.cols);
+    const dense2D<double> points = some_points(in);
+    zel::host::locator at;
+    if (at.build(pos, connect) != 0) return;
+    zel::host::transfer_table table;
+    const int status = call(
+        in, "locator::transfer", {-1}, [&](const auto& p) { return at.transfer(p, table, 1); },
+        reads(points));
+    if (status != 0) return;
+    dense1D<double, 8> field(pos.cols, 3.0);
+    dense1D<double, 8> carried = dense1D<double, 8>(in.below(4), 1.0);
+    const int outcome = call(
+        in, "locator::carry", {-1, -2},
+        [&](const auto& f, auto& v) { return at.carry(table, f, v, 5.0); }, reads(field),
+        makes(carried));
+    require_status(outcome, 0);
+    if (outcome != 0) return;
+    for (std::size_t j = 0; j < carried.size; ++j)
+        if (table.states[j] != 0)
+            require(carried[j] == (table.states[j] == 1 ? 3.0 : 5.0), "the state tells the value");
+}
+
 } // namespace
 
 void zel_fuzz::run(input& in) {
-    constexpr void (*drivers[])(input&) = {build, edges, boundary, parts, node_orders};
+    constexpr void (*drivers[])(input&) = {build,       edges,  boundary, parts,
+                                           node_orders, locate, transfer};
     drivers[in.below(sizeof drivers / sizeof *drivers)](in);
 }

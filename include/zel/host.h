@@ -4,4 +4,5 @@
 /// Host tools: what a program around the library needs besides the functions on meshes. They stand in a
 /// library of their own, `zel::tessel2d_host`, which uses the other one and is unknown to it.
 #include "zel/host/adjacency.h"
+#include "zel/host/locator.h"
 #include "zel/host/node_orders.h"

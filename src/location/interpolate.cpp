@@ -7,19 +7,6 @@ namespace zel::tessel2d {
 
 namespace {
 
-/// The value at local coordinates from those at the corners. One component passes none of its numbers
-/// to another, so that a column may be written while its element is read.
-double triangle_value(double f0, double f1, double f2, const point<2>& st) noexcept {
-    return (f1 - f2) * st[1] + (f0 - f2) * st[0] + f2;
-}
-double quad_value(double f0, double f1, double f2, double f3, const point<2>& uv) noexcept {
-    const double s = (uv[0] + 1) * 0.5;
-    const double t = (uv[1] + 1) * 0.5;
-    const double a = (f1 - f0) * s + f0;
-    const double b = (f2 - f3) * s + f3;
-    return (b - a) * t + a;
-}
-
 /// Fills the columns of a field.
 struct field_rule {
     columns<double> field;
