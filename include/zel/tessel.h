@@ -131,6 +131,8 @@ ZEL_TESSEL2D_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
 
 // ------------------------------------------------------------------------------ search and metrics
 
+class node_index;
+
 /// Finds nodes of a planar mesh near a point. Built once by the host; it keeps a copy of what it needs
 /// and does not follow later changes of the coordinates.
 ///
@@ -153,16 +155,21 @@ public:
 
     /// The number of the nearest node, of several as near the lowest, also for points far outside the
     /// mesh: distances are compared without rounding. 0xFFFFFFFF as for `find_close`. Cost: as for
-    /// `find_close`, unless many nodes are almost equally near.
+    /// `find_close` near the nodes. Elsewhere, in a hole or outside the mesh, a few rows of cells more:
+    /// up to the square root of the number of nodes. Nodes whose distances from the point double
+    /// precision cannot tell apart are all compared exactly, such as a cluster within 1e-310 or a mesh
+    /// seen from 10^16 times its size.
     unsigned find_closest(const vector_fixed<double, 2>& point) const noexcept;
 
     /// The number of nodes it holds.
-    std::size_t size() const noexcept { return nodes_.size; }
+    std::size_t size() const noexcept;
+
+    node_detector(const node_detector& other) noexcept;
+    node_detector& operator=(const node_detector& other) noexcept;
+    ~node_detector();
 
 private:
-    dense1D<vector_fixed<double, 3>, 8> nodes_; // sorted: x, y and number
-    dense1D<unsigned, 8> numbers_;              // for each cell its first node, and its own grid
-    dense1D<vector_fixed<double, 10>, 8> branches_; // the grids
+    Ptr<node_index> index_; // null if it holds no node
 };
 
 /// Combines two anisotropic size tensors into the one that asks for the smaller of the two sizes in

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// Tests of the node detector beside a search through all nodes, with ties settled exactly.
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
@@ -480,6 +480,55 @@ TEST(NodeDetector, AtItsOwnPlaceANodeIsFoundSoonInUnitsOfAnySize) {
     const double usual = seconds_at_nodes(1);
     for (const double side : {1e100, 1e150, 1e200, 1e300, 1e-150, 1e-200, 1e-280, 1e-300})
         EXPECT_LT(seconds_at_nodes(side), 100 * usual + 0.1) << side;
+}
+
+/// Nodes on rings around (0, 0), with radii from 0.4 to 1.
+dense2D<double> rings(unsigned across, unsigned around) {
+    dense2D<double> pos(2, std::size_t{across + 1} * around);
+    for (unsigned i = 0; i <= across; ++i)
+        for (unsigned j = 0; j < around; ++j) {
+            const double radius = 0.4 + 0.6 * i / across;
+            const double angle = 6.283185307179586 * j / around;
+            pos(0, i * around + j) = radius * std::cos(angle);
+            pos(1, i * around + j) = radius * std::sin(angle);
+        }
+    return pos;
+}
+
+TEST(NodeDetector, InAHoleAndOutsideOnAllSidesItAgreesWithBruteForce) {
+    for (const double unit : {1.0, 1e-200, 1e200}) {
+        dense2D<double> pos = rings(40, 160);
+        for (double& x : pos) x *= unit;
+        const node_detector detector(pos);
+        random_numbers random(47);
+        for (int k = 0; k < 300; ++k) {
+            const double radius = k % 3 == 0 ? 0.39 : std::pow(10.0, random.below(12));
+            const double angle = random.between(0, 6.3);
+            expect_nearest(pos, detector, unit * radius * std::cos(angle) * random.unit(),
+                           unit * radius * std::sin(angle));
+        }
+        expect_nearest(pos, detector, 0, 0);
+    }
+}
+
+/// Seconds that 200 searches take at a distance from the centre of 400,000 nodes on rings.
+double seconds_around(const node_detector& detector, double radius) {
+    unsigned sum = 0;
+    const auto begin = std::chrono::steady_clock::now();
+    for (int k = 0; k < 200; ++k)
+        sum += detector.find_closest({radius * std::cos(0.1 + k), radius * std::sin(0.1 + k)});
+    const auto end = std::chrono::steady_clock::now();
+    EXPECT_GT(sum, 0U);
+    return std::chrono::duration<double>(end - begin).count();
+}
+
+// A search that looks at all nodes of the square around the circle takes 400 times as long as one in the
+// mesh, and more far outside.
+TEST(NodeDetector, InAHoleAndFarOutsideTheNearestNodeIsFoundSoon) {
+    const node_detector detector(rings(316, 1264));
+    const double within = seconds_around(detector, 0.7);
+    for (const double radius : {0.2, 0.3, 1.5, 10.0, 1e6})
+        EXPECT_LT(seconds_around(detector, radius), 100 * within + 0.005) << radius;
 }
 
 TEST(NodeDetector, ExhaustedMemoryInCrowdedCellsLeavesItSafe) {
