@@ -11,6 +11,9 @@
 {
     build_packages=(g++ cmake ninja-build liblapack-dev)
     test_packages=(libgtest-dev libgmock-dev pkg-config python3 gdb libvtk9-dev libgmsh-dev libeigen3-dev)
+    python_packages=(pybind11-dev python3-dev python3-numpy python3-pytest python3-hypothesis
+        python3-meshio python3-h5py python3-matplotlib mypy python3-pip python3-venv
+        python3-setuptools python3-wheel)
     bench_packages=(libbenchmark-dev)
     manual_packages=(doxygen python3-sphinx python3-breathe python3-myst-parser furo npm)
 }
@@ -33,6 +36,10 @@ has_package() {
     libgmsh-dev) has_header gmsh.h ;;
     libeigen3-dev) has_header eigen3/Eigen/Core ;;
     gdb) command -v gdb ;;
+    pybind11-dev) has_header pybind11/pybind11.h ;;
+    python3-numpy | python3-pytest | python3-hypothesis | python3-meshio | python3-h5py | \
+        python3-matplotlib | python3-pip | python3-venv | python3-setuptools | python3-wheel) has_module "${1#python3-}" ;;
+    mypy) has_module mypy ;;
     liblapack-dev) has_library liblapack ;;
     libgtest-dev) has_header gtest/gtest.h ;;
     libgmock-dev) has_header gmock/gmock.h ;;
@@ -43,6 +50,14 @@ has_package() {
 
 has_header() {
     [[ -e /usr/include/$1 || -e /usr/local/include/$1 ]]
+}
+
+# A module of the Python that the package is built for, which is Debian's where there is one.
+has_module() {
+    local python=/usr/bin/python3
+    [[ -x $python ]] || python=python3
+    [[ $1 != venv ]] || set -- ensurepip
+    "$python" -c "import $1"
 }
 
 has_library() {

@@ -4,6 +4,7 @@
 // A catalogue of calls that covers every function of the library and of the services beside it. What is
 // true of all functions is proved with it: equal bytes whichever compiler built the library, equal
 // results on many threads at once, and what is promised when memory runs out.
+#include "every_function/listener.h"
 #include "every_function/outcome.h"
 #include "every_function/signature.h"
 
@@ -60,7 +61,9 @@ struct calls_of_function {
     /// `outputs` are what the outputs hold on entry.
     template <class Body, class... Outputs>
     const calls_of_function& with(std::string options, Body body, const Outputs&... outputs) const {
-        const auto bound = [f = function, body](auto&... own) { return body(f, own...); };
+        const auto bound = [f = listened<Signature>{function}, body](auto&... own) {
+            return body(f, own...);
+        };
         calls.push_back({name, std::move(options),
                          [=](const around& at) { return run_on_copies(at, bound, outputs...); }});
         return *this;

@@ -1,0 +1,39 @@
+// zel tessel2d: planar and surface mesh tools.
+
+// Statuses of the library as exceptions.
+#include "call.h"
+
+#include "sentences.h"
+
+#include <string>
+
+namespace tessel2d_python {
+
+namespace {
+
+constexpr int out_of_memory = -199;
+
+[[noreturn]] void raise_named(const char* function, int status, const char* argument) {
+    const std::string sentence = sentence_of(function, status);
+    if (status == out_of_memory) {
+        PyErr_SetString(PyExc_MemoryError, (std::string(function) + ": " + sentence).c_str());
+        throw py::error_already_set();
+    }
+    const py::object type = py::module_::import("tessel2d").attr("Error");
+    const py::object name = *argument ? py::object(py::str(argument)) : py::none();
+    PyErr_SetObject(type.ptr(), type(function, status, name, sentence).ptr());
+    throw py::error_already_set();
+}
+
+} // namespace
+
+void raise(const char* function, int status, std::initializer_list<const char*> arguments) {
+    const auto k = static_cast<std::size_t>(-static_cast<long>(status));
+    raise_named(function, status, k <= arguments.size() ? arguments.begin()[k - 1] : "");
+}
+
+void raise_for(const char* function, int argument, const char* name) {
+    raise_named(function, -argument, name);
+}
+
+} // namespace tessel2d_python
