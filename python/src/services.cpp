@@ -69,6 +69,9 @@ void add_services(py::module_& m) {
     m.def("merge", &merge);
     m.def("adjacency", &adjacency);
     m.def("as_reals", [](py::handle given, const char* name) { return reals(given, name).array; });
+    m.def("as_numbers", [](py::handle given, const char* name) {
+        return numbers(given, name).array.attr("view")("uint32");
+    });
     m.def("as_field", &as_field);
     m.def("test_columns", &test_columns);
     m.def("test_length", &test_length);

@@ -145,8 +145,10 @@ def split_Q4_into_T3(
         return _native.split_all_Q4(connect, pos)
     if pos is None:
         raise TypeError("pos: coordinates are needed to measure qualities")
-    least = [-np.inf if least is None else least for least in (min_quality, min_angle, min_warp)]
-    return Split(*_native.split_bad_Q4(connect, pos, *least, criterion))
+    quality, angle, warp = (
+        -np.inf if least is None else least for least in (min_quality, min_angle, min_warp)
+    )
+    return Split(*_native.split_bad_Q4(connect, pos, quality, angle, warp, criterion))
 
 
 def flip(
@@ -211,7 +213,7 @@ def convert_degenerated_Q4(connect: ArrayLike, *, inplace: bool = False) -> Coun
     connect   (E, 4) node numbers.
     inplace   True: connect itself is changed and returned.
 
-    Returns Counted(connect, count), with -1 (0xFFFFFFFF) in column 3 of the triangles.
+    Returns Counted(connect, changes), with -1 (0xFFFFFFFF) in column 3 of the triangles.
 
     Raises Error: -1 connect has not 4 columns.
 

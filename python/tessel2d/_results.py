@@ -101,7 +101,7 @@ class Counted(NamedTuple):
     """Elements, and how many of them have changed."""
 
     connect: Numbers
-    count: int
+    changes: int
 
 
 class Changed(NamedTuple):

@@ -151,7 +151,7 @@ def again(call, name, args):
         return turned[:2]
     if name == "convert_degenerated_Q4":
         converted = t.convert_degenerated_Q4(args[0])
-        assert converted.count == call["status"]
+        assert converted.changes == call["status"]
         return converted[:1]
     if name == "convert_degenerated_Q":
         return t.convert_degenerated_Q(args[0])
