@@ -5,7 +5,9 @@
 
 #include <cstdint>
 #include <limits>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace tessel2d_python {
 
@@ -133,9 +135,9 @@ zel::dense1D<T, 8> list_over(const py::array& a) {
 
 /// Tests dimensions and kind. An empty list has neither.
 void test_form(const py::array& a, py::handle given, const char* name, py::ssize_t dims,
-               const char* kinds, const char* wanted) {
+               std::string_view kinds, const char* wanted) {
     const bool nothing = a.size() == 0 && a.ptr() != given.ptr();
-    if (!nothing && std::string(kinds).find(a.dtype().kind()) == std::string::npos)
+    if (!nothing && kinds.find(a.dtype().kind()) == kinds.npos)
         refuse(name, std::string(wanted) + " are expected, not " + std::string(py::str(a.dtype())));
     if (a.ndim() != dims && !(nothing && a.ndim() == 1))
         refuse(name, "an array of " + std::to_string(dims) +
@@ -189,13 +191,25 @@ py::array writable_array(py::handle given, const char* name, py::ssize_t dims, c
     return a;
 }
 
-/// Hands a run of numbers over: the array keeps the block.
-template <class T, class Block>
-py::array array_over(const zel::Ptr<Block>& block, const T* first, std::vector<py::ssize_t> shape,
-                     std::vector<py::ssize_t> strides) {
-    const py::capsule keeper(new zel::Ptr<Block>(block),
-                             [](void* held) { delete static_cast<zel::Ptr<Block>*>(held); });
-    return py::array(py::dtype::of<T>(), std::move(shape), std::move(strides), first, keeper);
+/// Hands a run of numbers over: the array keeps the block. Straight to numpy, because small results are
+/// what calls in a loop wait for.
+template <class T, class Block, std::size_t Dims>
+py::array array_over(const zel::Ptr<Block>& block, const T* first, const Py_ssize_t (&shape)[Dims],
+                     const Py_ssize_t (&strides)[Dims]) {
+    PyObject* const keeper =
+        PyCapsule_New(new zel::Ptr<Block>(block), nullptr, [](PyObject* capsule) {
+            delete static_cast<zel::Ptr<Block>*>(PyCapsule_GetPointer(capsule, nullptr));
+        });
+    if (!keeper) throw py::error_already_set();
+    const auto owned = py::reinterpret_steal<py::object>(keeper);
+    PyObject* const made = api::get().PyArray_NewFromDescr_(
+        api::get().PyArray_Type_, py::dtype::of<T>().release().ptr(), Dims, shape, strides,
+        const_cast<T*>(first), api::NPY_ARRAY_WRITEABLE_, nullptr);
+    if (!made) throw py::error_already_set();
+    const auto array = py::reinterpret_steal<py::array>(made);
+    if (api::get().PyArray_SetBaseObject_(made, owned.inc_ref().ptr()) < 0)
+        throw py::error_already_set();
+    return array;
 }
 
 template <class T>
@@ -207,17 +221,18 @@ py::array give_matrix(const zel::dense2D<T>& m, std::size_t rows) {
     if (m.storage->shift == std::decay_t<decltype(*m.storage)>::not_owned)
         return give_matrix(own_copy(m), rows);
     const auto size = static_cast<py::ssize_t>(sizeof(T));
-    return array_over(m.storage, m.data(),
-                      {static_cast<py::ssize_t>(m.cols), static_cast<py::ssize_t>(m.rows)},
-                      {static_cast<py::ssize_t>(m.ld) * size, size});
+    const Py_ssize_t shape[] = {static_cast<Py_ssize_t>(m.cols), static_cast<Py_ssize_t>(m.rows)};
+    const Py_ssize_t strides[] = {static_cast<Py_ssize_t>(m.ld) * size, size};
+    return array_over(m.storage, m.data(), shape, strides);
 }
 template <class T>
 py::array give_list(const zel::dense1D<T, 8>& v) {
     if (v.empty()) return py::array_t<T>(0);
     if (v.storage->shift == std::decay_t<decltype(*v.storage)>::not_owned)
         return give_list(own_copy(v));
-    return array_over(v.storage, v.data(), {static_cast<py::ssize_t>(v.size)},
-                      {static_cast<py::ssize_t>(sizeof(T))});
+    const Py_ssize_t shape[] = {static_cast<Py_ssize_t>(v.size)};
+    const Py_ssize_t strides[] = {sizeof(T)};
+    return array_over(v.storage, v.data(), shape, strides);
 }
 
 } // namespace

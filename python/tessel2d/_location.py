@@ -293,7 +293,8 @@ def _interpolated(
     )
     found = field[nodes:]
     extent = float(np.ptp(carrier.pos, axis=0).max()) if nodes else 0.0
-    distance = np.abs(found[:, :2] - part).max(axis=1, initial=0.0)
+    with np.errstate(invalid="ignore"):
+        distance = np.abs(found[:, :2] - part).max(axis=1, initial=0.0)
     state[:] = np.where(distance <= 1e-9 * extent, INSIDE, NEAREST)
     state[np.isnan(distance)] = UNSERVED
     return found[:, 2:].reshape(count, *values.shape[1:])
