@@ -218,10 +218,28 @@ void transfer(input& in) {
             require(carried[j] == (table.states[j] == 1 ? 3.0 : 5.0), "the state tells the value");
 }
 
+/// Numbers of any size: what is taken comes back.
+void wide_numbers(input& in) {
+    constexpr std::int64_t odd[] = {-1,        -2, INT64_MAX, INT64_MIN, std::int64_t{1} << 32,
+                                    0xFFFFFFFF};
+    std::int64_t numbers[64];
+    for (std::int64_t& number : numbers) number = in.one_in(16) ? odd[in.below(6)] : in.below(7);
+    const unsigned rows = in.below(5), cols = in.below(8), leading = in.below(9);
+    const std::size_t nodes = in.one_in(16) ? ~std::size_t{0} : in.below(9);
+    dense2D<unsigned> connect;
+    if (zel::host::narrow(numbers, rows, cols, leading, nodes, connect) != 0) return;
+    std::int64_t back[64];
+    zel::host::widen(connect, back);
+    for (std::size_t j = 0; j < connect.cols; ++j)
+        for (std::size_t i = 0; i < rows; ++i)
+            require(back[j * rows + i] == numbers[j * (leading == 0 ? rows : leading) + i],
+                    "numbers come back");
+}
+
 } // namespace
 
 void zel_fuzz::run(input& in) {
     constexpr void (*drivers[])(input&) = {build,       edges,  boundary, parts,
-                                           node_orders, locate, transfer};
+                                           node_orders, locate, transfer, wide_numbers};
     drivers[in.below(sizeof drivers / sizeof *drivers)](in);
 }

@@ -6,3 +6,4 @@
 #include "zel/host/adjacency.h"
 #include "zel/host/locator.h"
 #include "zel/host/node_orders.h"
+#include "zel/host/views.h"
