@@ -70,18 +70,59 @@ reference table_alone(const dense2D<unsigned>& connect) {
             }};
 }
 
+/// The same in a plain hash table with open addressing, a hash that mixes well and at most half of the
+/// slots in use.
+reference plain_hash(const dense2D<unsigned>& connect) {
+    return {"hash", [&connect](stopwatch& watch) {
+                struct slot {
+                    std::uint64_t key;
+                    unsigned number;
+                };
+                const auto corners = static_cast<unsigned>(connect.rows);
+                unsigned bits = 4;
+                while ((std::size_t{1} << bits) < connect.cols * corners) ++bits;
+                watch.start();
+                std::vector<slot> table(std::size_t{1} << bits, slot{~std::uint64_t{0}, 0});
+                const auto slot_of = [&](const zel::elfes::edge2& edge) -> slot& {
+                    const auto [low, high] = std::minmax(edge.a, edge.b);
+                    const std::uint64_t key = std::uint64_t{low} << 32 | high;
+                    std::size_t at = (key ^ key >> 29) * 0x9E3779B97F4A7C15U >> (64 - bits);
+                    while (table[at].key != key && ~table[at].key != 0)
+                        at = (at + 1) & (table.size() - 1);
+                    if (~table[at].key == 0) table[at] = {key, ~0U};
+                    return table[at];
+                };
+                unsigned next = 0;
+                for (std::size_t e = 0; e < connect.cols; ++e)
+                    for (unsigned k = 0; k < corners; ++k) {
+                        slot& s = slot_of(edge_nodes(connect[e], corners, k));
+                        if (s.number == ~0U) s.number = next++;
+                    }
+                unsigned sum = 0;
+                for (std::size_t e = 0; e < connect.cols; ++e)
+                    for (unsigned k = 0; k < corners; ++k)
+                        sum += slot_of(edge_nodes(connect[e], corners, k)).number;
+                benchmark::DoNotOptimize(sum);
+                watch.stop();
+            }};
+}
+
+timed_work quadratic_work(benchmark::State& state, const zel_test::mesh& m) {
+    return [&](stopwatch& watch) {
+        auto pos = fresh_copy(m.pos);
+        auto connect = fresh_copy(m.connect);
+        watch.start();
+        const int status = convert_into_quadratic(pos, connect);
+        watch.stop();
+        if (status != 0) state.SkipWithError("failed");
+    };
+}
+
 void quadratic(benchmark::State& state, bool triangles) {
     const auto m =
         grid(triangles, side_for(state.range(0), triangles), static_cast<order>(state.range(1)));
-    measure(state, static_cast<double>(m.connect.cols), {table_alone(m.connect)},
-            [&](stopwatch& watch) {
-                auto pos = fresh_copy(m.pos);
-                auto connect = fresh_copy(m.connect);
-                watch.start();
-                const int status = convert_into_quadratic(pos, connect);
-                watch.stop();
-                if (status != 0) state.SkipWithError("failed");
-            });
+    measure(state, static_cast<double>(m.connect.cols),
+            {table_alone(m.connect), plain_hash(m.connect)}, quadratic_work(state, m));
 }
 void convert_into_quadratic_T3(benchmark::State& state) {
     quadratic(state, true);
@@ -96,6 +137,91 @@ BENCHMARK(convert_into_quadratic_T3)
 BENCHMARK(convert_into_quadratic_Q4)
     ->ArgNames({"elements", "random"})
     ->ArgsProduct({{1000, 30000, 1000000}, {0, 1}})
+    ->UseManualTime();
+
+/// Numbers the nodes of a strip along its outline: there along one side and back along the other.
+zel_test::mesh strip(std::int64_t quads, bool outline) {
+    auto m = zel_test::grid_Q4(static_cast<unsigned>(quads), 1);
+    const auto last = static_cast<unsigned>(m.pos.cols - 1);
+    std::vector<unsigned> number(m.pos.cols);
+    for (std::size_t j = 0; j < m.pos.cols; ++j) {
+        const auto along = static_cast<unsigned>(m.pos(0, j) * static_cast<double>(quads) + 0.5);
+        const bool top = m.pos(1, j) > 0.5;
+        number[j] = outline ? (top ? last - along : along) : 2 * along + (top ? 1 : 0);
+    }
+    const auto old = fresh_copy(m.pos);
+    for (std::size_t j = 0; j < m.pos.cols; ++j) std::copy_n(old[j], m.pos.rows, m.pos[number[j]]);
+    for (unsigned& node : m.connect) node = number[node];
+    return m;
+}
+
+/// The same strip numbered in rows is the reference.
+void convert_into_quadratic_outline(benchmark::State& state) {
+    const auto rows = strip(state.range(0), false);
+    const auto m = strip(state.range(0), true);
+    measure(state, static_cast<double>(m.connect.cols), {{"rows", quadratic_work(state, rows)}},
+            quadratic_work(state, m));
+}
+BENCHMARK(convert_into_quadratic_outline)
+    ->ArgName("quads")
+    ->Arg(10000)
+    ->Arg(65536)
+    ->Arg(1000000)
+    ->UseManualTime();
+
+/// Triangles around one node.
+zel_test::mesh hub(unsigned n) {
+    zel_test::mesh m;
+    m.pos.resize(2, n + 1, 0.0);
+    m.connect.resize(3, n);
+    for (unsigned i = 0; i < n; ++i) {
+        const unsigned cell[3] = {0, 1 + i, 1 + (i + 1) % n};
+        std::copy_n(cell, 3, m.connect[i]);
+    }
+    return m;
+}
+/// Each triangle of a grid cut into three at a node in its middle, with the nodes of the grid first: all of
+/// them have twelve edges and half of these lead to nodes of their kind.
+zel_test::mesh cut_in_three(unsigned n) {
+    const auto grid = zel_test::grid_T3(n, n);
+    zel_test::mesh m;
+    m.pos = fresh_copy(grid.pos);
+    m.pos.resize(2, grid.pos.cols + grid.connect.cols, 0.0);
+    m.connect.resize(3, 3 * grid.connect.cols);
+    for (std::size_t e = 0; e < m.connect.cols; ++e) {
+        const unsigned* const cell = grid.connect[e / 3];
+        const unsigned piece[3] = {static_cast<unsigned>(grid.pos.cols + e / 3), cell[e % 3],
+                                   cell[(e + 1) % 3]};
+        std::copy_n(piece, 3, m.connect[e]);
+    }
+    return m;
+}
+/// A triangle for every third edge of a complete graph: no mesh, and the worst for buckets by node.
+zel_test::mesh complete(unsigned n) {
+    zel_test::mesh m;
+    m.pos.resize(2, n, 0.0);
+    m.connect.resize(3, std::size_t{n} * (n - 1) / 6);
+    std::size_t e = 0;
+    for (unsigned i = 0; i < n && e < m.connect.cols; ++i)
+        for (unsigned k = i + 1; k + 1 < n && e < m.connect.cols; k += 2) {
+            const unsigned cell[3] = {k, i, k + 1};
+            std::copy_n(cell, 3, m.connect[e++]);
+        }
+    return m;
+}
+
+/// Meshes whose edges crowd at few nodes; the reference is the plain hash table.
+void convert_into_quadratic_crowded(benchmark::State& state) {
+    const auto n = static_cast<unsigned>(state.range(0));
+    const auto m = state.range(1) == 0   ? hub(n)
+                   : state.range(1) == 1 ? cut_in_three(side_for(n / 3, true))
+                                         : complete(static_cast<unsigned>(std::sqrt(6.0 * n)));
+    measure(state, static_cast<double>(m.connect.cols), {plain_hash(m.connect)},
+            quadratic_work(state, m));
+}
+BENCHMARK(convert_into_quadratic_crowded)
+    ->ArgNames({"elements", "hub/cut/complete"})
+    ->ArgsProduct({{10000, 1000000}, {0, 1, 2}})
     ->UseManualTime();
 
 /// Cubic elements: two nodes on an edge, four or one inside.

@@ -1,4 +1,19 @@
 // zel tessel2d: planar and surface mesh tools.
+//
+// Raises linear triangles and quadrilaterals to a higher order: each edge gets the same number of nodes,
+// which elements on both sides share, and each element gets nodes inside.
+//
+// 1. A walk over the elements numbers the nodes on edges: an edge gets the next numbers at its first use, in
+//    the direction of that use; edges that the caller gave keep theirs. `edge_table` knows which edges were
+//    met.
+// 2. With the number of nodes known, the positions are resized once.
+// 3. A second walk places the nodes on edges. Numbers ascend in the order of the first walk, so that an
+//    edge whose number is the next one is at its first use: no table is needed any more.
+// 4. A third walk numbers and places the nodes inside. Where an element of order two has a given node on
+//    an edge, it counts as curved, and its inside follows the quadratic shape.
+//
+// Invariant: the numbers do not depend on the table, its size or the order in which it holds the edges.
+#include "conversion/edge_table.h"
 #include "conversion/shape_functions.h"
 #include "foundation/cell_shapes.h"
 #include "foundation/topology.h"
@@ -11,9 +26,6 @@
 namespace zel::tessel2d {
 
 namespace {
-
-/// From an edge to the number of its first node.
-using edge_map = hbuckets<std::pair<elfes::edge2, unsigned>>;
 
 /// What each edge and each element gets, and where it stands in a column: corners, then the nodes of
 /// the edges, then those inside.
@@ -51,31 +63,25 @@ struct element_counts {
 
 // --------------------------------------------------------------------------------- numbers of nodes
 
-/// A table of edges that knows the given ones and has buckets for those of `elements` elements. Short of
-/// memory it starts with fewer buckets and grows as it can.
-void start_map(const dense2D<unsigned>& edges, const element_counts& counts,
-               edge_map& map) noexcept {
-    const std::size_t elements = counts.triangles + counts.quads;
-    const std::size_t wanted = std::max(2 * elements, elements + edges.cols);
-    const std::size_t shared_edges = (3 * counts.triangles + 4 * counts.quads) / 2;
-    if (wanted > map.bucket_count)
-        map.initialise(edges.cols + shared_edges, next_bucket_count(wanted), 1.0);
+/// Puts the given edges into the table. Of an edge that is given twice the first direction and the last
+/// number count.
+void put_given(const dense2D<unsigned>& edges, edge_table& table) noexcept {
     const auto given = columns_of(edges);
     for (std::size_t j = 0; j < edges.cols; ++j) {
-        auto* const slot = map.insert({{given[j][0], given[j][1]}, given[j][2]});
-        if (slot) slot->value.second = given[j][2];
+        const edge_entry entry = table.insert({given[j][0], given[j][1]}, given[j][2]);
+        if (entry.first) *entry.first = given[j][2];
     }
 }
 
-/// Writes the numbers first, first + 1, ... in the direction of `edge`, where the table holds them in
-/// the direction of `stored`, and answers the place behind them. Beyond the last number there is no
-/// node.
-unsigned* put_run(const elfes::edge2& edge, const edge_map::slot& stored, std::size_t count,
-                  unsigned* run) noexcept {
-    const std::uint64_t first = stored.value.second;
+/// Writes the numbers of `count` nodes from the entry's first one on in the direction in which the edge was
+/// asked for, and returns the place behind them. Beyond the last number there is no node, nor where the
+/// edge has no entry.
+inline unsigned* put_run(const edge_entry& entry, std::size_t count, unsigned* run) noexcept {
+    if (!entry.first) return std::fill_n(run, count, no_node);
+    const std::uint64_t first = *entry.first;
     for (std::size_t i = 0; i < count; ++i)
         run[i] = static_cast<unsigned>(std::min<std::uint64_t>(first + i, no_node));
-    if (edge.a != stored.value.first.a) std::reverse(run, run + count);
+    if (count > 1 && entry.against) std::reverse(run, run + count);
     return run + count;
 }
 
@@ -85,31 +91,28 @@ struct edge_numbering {
     columns<const unsigned> cells;
     std::size_t elements;
     std::size_t count; ///< nodes on an edge
-    edge_map& map;
+    edge_table& table;
 
-    /// Numbers from `next` on and answers the number behind the last one, or one that is too large.
+    /// Numbers from `next` on and returns the number behind the last one, or one that is too large.
     ///
-    /// A number is known as soon as its edge has been looked up. So with columns to fill at hand each edge
-    /// of an element is looked up once and its nodes are written at once. `complete` tells whether all
-    /// edges found a place in the table.
+    /// A number is known as soon as its edge has been looked up. So if there are columns to fill, each edge
+    /// of an element is looked up once and its nodes are written at once. Sets `complete` to false if an
+    /// edge found no place in the table.
     template <bool Fill>
     std::uint64_t number(std::uint64_t next, dense2D<unsigned>& raised, bool& complete) noexcept {
         const auto out = columns_of(raised);
         for (std::size_t e = 0; e < elements && next <= most_nodes; ++e) {
-            prefetch(e + look_ahead);
+            prefetch_buckets(e + look_ahead);
             const unsigned* const cell = cells[e];
             const unsigned corners = Shape::corners(cell);
             unsigned* run = Fill ? std::copy_n(cell, corners, out[e]) : nullptr;
             for (unsigned k = 0; k < corners; ++k) {
-                const elfes::edge2 edge = edge_nodes(cell, corners, k);
-                const std::uint64_t before = map.item_count;
-                const auto* const slot = map.insert({edge, static_cast<unsigned>(next)});
-                if (map.item_count > before) next += count;
-                if (!slot) complete = false;
-                if constexpr (Fill) {
-                    run =
-                        slot ? put_run(edge, *slot, count, run) : std::fill_n(run, count, no_node);
-                }
+                const edge_entry entry =
+                    table.insert(edge_nodes(cell, corners, k), static_cast<unsigned>(next));
+                next +=
+                    count * static_cast<unsigned>(entry.fresh); // a branch would be a coin's toss
+                if (!entry.first) complete = false;
+                if constexpr (Fill) run = put_run(entry, count, run);
             }
             if constexpr (Fill) std::fill(run, out[e] + raised.rows, no_node);
         }
@@ -120,40 +123,36 @@ struct edge_numbering {
     void fill(dense2D<unsigned>& raised) const noexcept {
         const auto out = columns_of(raised);
         for (std::size_t e = 0; e < elements; ++e) {
-            prefetch(e + look_ahead);
+            prefetch_buckets(e + look_ahead);
             const unsigned* const cell = cells[e];
             const unsigned corners = Shape::corners(cell);
             unsigned* run = std::copy_n(cell, corners, out[e]);
-            for (unsigned k = 0; k < corners; ++k) {
-                const elfes::edge2 edge = edge_nodes(cell, corners, k);
-                const auto* const slot = map.find(edge);
-                run = slot != map.end_position() ? put_run(edge, *slot, count, run)
-                                                 : std::fill_n(run, count, no_node);
-            }
+            for (unsigned k = 0; k < corners; ++k)
+                run = put_run(table.find(edge_nodes(cell, corners, k)), count, run);
             std::fill(run, out[e] + raised.rows, no_node);
         }
     }
 
 private:
-    // Far enough for memory to answer, near enough for the answers to wait in the cache.
+    // Long enough for the memory to arrive, short enough for it to stay in the cache until then.
     static constexpr std::size_t look_ahead = 8;
 
-    [[gnu::always_inline]] void prefetch(std::size_t e) const noexcept {
-        if (e >= elements || map.used == 0) return;
+    [[gnu::always_inline]] void prefetch_buckets(std::size_t e) const noexcept {
+        if (e >= elements) return;
         const unsigned* const cell = cells[e];
         const unsigned corners = Shape::corners(cell);
-        for (unsigned k = 0; k < corners; ++k) map.prefetch(hash_key(edge_nodes(cell, corners, k)));
+        for (unsigned k = 0; k < corners; ++k) table.prefetch_bucket(edge_nodes(cell, corners, k));
     }
 };
 
-/// How many nodes a raised mesh has: the present ones, then those on edges, then those inside.
+/// The number of nodes of a raised mesh: the present ones, then those on edges, then those inside.
 struct node_counts {
     std::size_t present;
     std::size_t inside = 0;
     std::uint64_t first_inside = 0;
     std::size_t total = 0;
 
-    /// False: 32-bit numbers cannot tell the nodes apart.
+    /// Returns false if 32-bit numbers do not suffice.
     bool count_inside(const element_order& order, const element_counts& counts) noexcept {
         std::size_t in_quads, in_triangles;
         return checked_multiply(counts.quads, order.in_quad, in_quads) &&
@@ -167,19 +166,19 @@ struct node_counts {
     }
 };
 
-/// Numbers the nodes and fills the columns of `raised` with corners and nodes on edges. False: memory is
-/// exhausted, or 32-bit numbers are.
+/// Numbers the nodes and fills the columns of `raised` with corners and nodes on edges. Returns false if
+/// memory or 32-bit numbers are exhausted.
 ///
-/// The columns are filled during the walk if no mesh of this size can run out of numbers. Otherwise
-/// there are none before it is known that they are needed.
+/// The columns are filled during the walk if no mesh of this size can run out of numbers. Otherwise they
+/// are made behind the walk, once it is known that the numbers suffice.
 template <class Shape>
 bool number_edges(const dense2D<unsigned>& connect, const dense2D<unsigned>& edges,
                   const element_counts& counts, const element_order& order, node_counts& nodes,
                   dense2D<unsigned>& raised) noexcept {
     const std::size_t rows = counts.rows(order);
-    edge_map map;
-    start_map(edges, counts, map);
-    edge_numbering<Shape> walk{columns_of(connect), connect.cols, order.edge_nodes, map};
+    edge_table table(nodes.present, 3 * counts.triangles + 4 * counts.quads + edges.cols);
+    put_given(edges, table);
+    edge_numbering<Shape> walk{columns_of(connect), connect.cols, order.edge_nodes, table};
     bool complete = true;
     std::size_t most_on_edges, most;
     const bool enough_numbers = checked_multiply(3 * counts.triangles + 4 * counts.quads,
@@ -208,7 +207,7 @@ bool number_nodes(const dense2D<unsigned>& connect, const dense2D<unsigned>& edg
 
 // ------------------------------------------------------------------------------- positions of nodes
 
-/// Places the new nodes of all elements. `raised` has the columns of `connect` and tells the nodes.
+/// Places the new nodes of all elements. `raised` holds their numbers behind the corners.
 template <class Shape, int Dim>
 struct node_placement {
     columns<const unsigned> cells;
@@ -220,8 +219,17 @@ struct node_placement {
     double* coordinates;
     std::size_t ld;
 
+    static constexpr std::size_t look_ahead = 8; // as for the buckets of edges
+
     void store(std::uint64_t node, const point<Dim>& p) const noexcept {
         std::copy_n(p.begin(), Dim, coordinates + node * ld);
+    }
+    /// The corners of an element may be anywhere; those of one that does not exist are passed over.
+    [[gnu::always_inline]] void prefetch_corners(std::size_t e) const noexcept {
+        if (e >= elements) return;
+        const unsigned* const cell = cells[e];
+        const unsigned corners = Shape::corners(cell);
+        for (unsigned k = 0; k < corners; ++k) prefetch(coordinates + cell[k] * ld);
     }
 
     /// Nodes on edges. The numbers ascend in the order of the walk that gave them, so that the first
@@ -232,6 +240,7 @@ struct node_placement {
         const double step = 2 * (1 / (static_cast<double>(a) + 1));
         std::uint64_t next = first_new;
         for (std::size_t e = 0; e < elements; ++e) {
+            prefetch_corners(e + look_ahead);
             const unsigned* const cell = cells[e];
             const unsigned corners = Shape::corners(cell);
             const unsigned* run = raised[e] + corners;
