@@ -82,6 +82,10 @@ ZEL_FOUR_LANES inline bool none(const lane_mask& a) noexcept {
 ZEL_FOUR_LANES inline lanes choose(const lane_mask& mask, const lanes& a, const lanes& b) noexcept {
     return lanes(mask.bits ? a.x : b.x);
 }
+/// a where the mask is set, 0 elsewhere.
+ZEL_FOUR_LANES inline lanes kept_where(const lane_mask& mask, const lanes& a) noexcept {
+    return lanes(_mm256_and_pd(_mm256_castsi256_pd(mask.bits), a.x));
+}
 /// 0 where the mask is set, a elsewhere.
 ZEL_FOUR_LANES inline lanes zero_where(const lane_mask& mask, const lanes& a) noexcept {
     return lanes(_mm256_andnot_pd(_mm256_castsi256_pd(mask.bits), a.x));

@@ -87,6 +87,9 @@ inline lanes choose(const lane_mask& mask, const lanes& a, const lanes& b) noexc
     for (std::size_t i = 0; i < lane_count; ++i) out.x[i] = mask.holds[i] ? a.x[i] : b.x[i];
     return out;
 }
+inline lanes kept_where(const lane_mask& mask, const lanes& a) noexcept {
+    return choose(mask, a, lanes(0.0));
+}
 inline lanes zero_where(const lane_mask& mask, const lanes& a) noexcept {
     return choose(mask, lanes(0.0), a);
 }

@@ -113,6 +113,17 @@ choose(const Mask& mask, const vector_fixed<Number, N>& a,
     }
 }
 
+/// a where the mask is set, the zero vector elsewhere.
+template <int Dim, class Mask, class Number>
+[[gnu::always_inline]] inline vector_of<Number, Dim>
+kept_where(const Mask& mask, const vector_of<Number, Dim>& a) noexcept {
+    if constexpr (Dim == 2) {
+        return {kept_where(mask, a[0]), kept_where(mask, a[1])};
+    } else {
+        return {kept_where(mask, a[0]), kept_where(mask, a[1]), kept_where(mask, a[2])};
+    }
+}
+
 /// Makes v, whose length is given, a unit vector. One of length 0 stays as it is.
 template <int Dim, class Number>
 [[gnu::always_inline]] inline void make_unit_of_length(const Number& length,

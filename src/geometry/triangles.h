@@ -28,7 +28,8 @@ triangle_double_area(const vector_of<Number, Dim>& p0, const vector_of<Number, D
     const vector_of<Number, Dim> b = difference<Dim>(p1, p2);
     const vector_of<Number, Dim> c = difference<Dim>(b, a);
     const Number shorter = smaller(squared_length<Dim>(a), squared_length<Dim>(b));
-    return cross_size(a, choose(squared_length<Dim>(c) < shorter, c, b));
+    const auto from_c = squared_length<Dim>(c) < shorter;
+    return cross_size(a, difference<Dim>(b, kept_where<Dim>(from_c, a))); // b - a is c
 }
 
 template <int Dim>

@@ -77,9 +77,9 @@ struct quality_of_cut {
 
 /// What a mask does, and the smaller and larger of two numbers.
 struct selections {
-    static constexpr int dim = 2, points = 2, results = 8;
+    static constexpr int dim = 2, points = 2, results = 9;
     template <class N>
-    [[gnu::always_inline]] vector_of<N, 8> operator()(const vector_of<N, 2>* p) const noexcept {
+    [[gnu::always_inline]] vector_of<N, 9> operator()(const vector_of<N, 2>* p) const noexcept {
         const N a = p[0][0];
         const N b = p[0][1];
         const N c = p[1][0];
@@ -90,6 +90,7 @@ struct selections {
                 choose(either(a < b, c == d), b, d),
                 choose(!(a < b), a, b),
                 zero_where(a > c, -a),
+                kept_where(a > c, -a),
                 choose(nowhere(a), a, absolute(b)),
                 choose(either(nowhere(a), a == b), square_root(c), c / d)};
     }
