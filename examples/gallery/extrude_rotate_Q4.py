@@ -1,0 +1,15 @@
+"""A profile swept around an axis in space into quadrilaterals: a vase."""
+
+import numpy as np
+import tessel2d
+from shapes import print_checksum
+
+# [program]
+t = np.arange(13) / 12.0
+pos = np.column_stack([0.3 + 1.2 * t * (1 - t) + 0.2 * t * t, 0 * t, 1.4 * t])
+edges = [(k, k + 1) for k in range(12)]
+# Around the axis z by 5.5 radians.
+vase = tessel2d.extrude_rotate_Q4(pos, edges, (0, 0, 0), (0, 0, 5.5), layers=36)
+# [program]
+
+print_checksum("extrude_rotate_Q4", vase.pos, vase.connect)

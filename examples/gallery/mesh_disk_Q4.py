@@ -1,0 +1,10 @@
+"""A disk in quadrilaterals, without a pole."""
+
+import tessel2d
+from shapes import print_checksum
+
+# [program]
+disk = tessel2d.mesh_disk_Q4(center=(0, 0), radius=1.0, n=5)
+# [program]
+
+print_checksum("mesh_disk_Q4", disk.pos, disk.connect, disk.boundary)

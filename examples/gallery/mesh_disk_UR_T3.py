@@ -1,0 +1,10 @@
+"""A quarter of a disk in triangles."""
+
+import tessel2d
+from shapes import print_checksum
+
+# [program]
+disk = tessel2d.mesh_disk_UR_T3(center=(0, 0), radius=1.0, n=6, pattern=2)
+# [program]
+
+print_checksum("mesh_disk_UR_T3", disk.pos, disk.connect, disk.boundary)

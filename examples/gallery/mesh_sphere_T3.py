@@ -1,0 +1,10 @@
+"""A sphere in triangles with two great circles."""
+
+import tessel2d
+from shapes import print_checksum
+
+# [program]
+sphere = tessel2d.mesh_sphere_T3(center=(0, 0, 0), radius=1.0, n=5, pattern=2, circles=True)
+# [program]
+
+print_checksum("mesh_sphere_T3", sphere.pos, sphere.connect, sphere.circle_z, sphere.circle_y)
