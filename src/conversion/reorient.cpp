@@ -1,4 +1,11 @@
 // zel tessel2d: planar and surface mesh tools.
+//
+// Turns the elements of a surface over until they run as the element `seed` does.
+//
+// A breadth-first search starts at the seed and crosses edges. An element that runs along an edge in the same
+// direction as the element from which it was met is turned over, together with its column of neighbours.
+// An element that has been processed is never turned again, so that each one agrees with the element that met
+// it first; on a surface that has only one side the edges where this closes on itself stay as they are.
 #include "foundation/cell_shapes.h"
 #include "foundation/topology.h"
 #include "zel/tessel.h"

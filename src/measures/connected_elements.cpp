@@ -1,4 +1,15 @@
 // zel tessel2d: planar and surface mesh tools.
+//
+// Lists the elements around each node in turning order.
+//
+// 1. From the ancestor of the node the walk crosses, at each element, the edge that ends at the node. If it
+//    comes back to the ancestor, the star is whole.
+// 2. If it meets the boundary, elements on the other side of the ancestor are missing: a depth-first search
+//    from the last element over all edges at the node lists the star anew, in reverse.
+// 3. Walks of sixteen nodes are made at a time (`side_by_side.h`). A node whose walk does not come round there
+//    is left to steps 1 and 2.
+//
+// Invariant: however a list came about, it is that of steps 1 and 2.
 #include "foundation/cell_shapes.h"
 #include "foundation/topology.h"
 #include "measures/side_by_side.h"
@@ -15,7 +26,7 @@ namespace {
 /// How the list of a node ended. All but `whole` end the loop over the nodes.
 enum class outcome {
     whole,       ///< the walk came round, or the flood had nowhere to go
-    open,        ///< the walk met the border: the other side is missing
+    open,        ///< the walk met the boundary: the other side is missing
     broken,      ///< an element without the node, or neighbours that never close
     out_of_room, ///< memory is exhausted, or 32-bit offsets are
 };
@@ -73,13 +84,13 @@ struct star_walk {
     dense1D<unsigned, 8> stack{};
     star_lists together{};
 
-    /// Room for what nearly every mesh needs. False: memory is exhausted.
+    /// Makes room for what nearly every mesh needs. Returns false if memory is exhausted.
     bool start() noexcept {
         constexpr std::size_t usual_depth = 64;
         return marks.start(elements) && stack.reserve(usual_depth, 1);
     }
 
-    /// Turns around the node from element `first` on until it comes round or meets the border; `last`
+    /// Turns around the node from element `first` on until it comes round or meets the boundary; `last`
     /// is the element there.
     outcome turn(unsigned node, unsigned first, unsigned& last) noexcept {
         unsigned e = first;
@@ -205,7 +216,7 @@ bool list_stars(const dense2D<unsigned>& connect, const dense2D<unsigned>& neigh
     return true;
 }
 
-/// Every entry is an element or none.
+/// Returns true if every entry is an element or none.
 bool are_elements(const dense1D<unsigned, 8>& ancestors, std::size_t elements) noexcept {
     dense2D<unsigned> row;
     row.storage = ancestors.storage;

@@ -1,13 +1,12 @@
 // zel tessel2d: planar and surface mesh tools.
 #pragma once
 
-// Turns around several nodes at a time. Each step of a walk waits for the one before it; several walks
-// side by side leave the processor something to do meanwhile.
+// Turns around several nodes at a time. Each step of a walk waits for the one before it; the steps of
+// several walks overlap.
 #include "foundation/call_frame.h"
 #include "foundation/cell_shapes.h"
 
 #include <algorithm>
-#include <type_traits>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -24,68 +23,6 @@ struct star_lists {
     unsigned size[walks];
     unsigned closed[walks]; // all bits set or none
 };
-
-// ------------------------------------------------------------------------------------ one by one
-
-// Choices by masks of all ones or none: where a walk goes no processor can guess, and of a choice that is
-// written as one the compiler likes to make a jump.
-constexpr unsigned mask_of(bool yes) noexcept {
-    return 0U - static_cast<unsigned>(yes);
-}
-constexpr unsigned pick(unsigned mask, unsigned yes, unsigned no) noexcept {
-    return no ^ ((yes ^ no) & mask);
-}
-
-/// The element beyond the edge that ends at the node, as `local_node_index` and `turn_edge` find it, or
-/// 0xFFFFFFFF when there is none or when the element does not hold the node.
-template <class Shape>
-unsigned next_around(unsigned node, const unsigned* cell, const unsigned* beside) noexcept {
-    if constexpr (std::is_same_v<Shape, triangle_cells>) {
-        const auto at0 = static_cast<unsigned>(cell[0] == node);
-        const auto at1 = static_cast<unsigned>(cell[1] == node);
-        const auto at2 = static_cast<unsigned>(cell[2] == node);
-        const unsigned row = at0 + 2 * (at1 & ~at0); // 1, 2 or 0
-        return beside[row] | ((at0 | at1 | at2) - 1);
-    } else {
-        const unsigned at0 = mask_of(cell[0] == node);
-        const unsigned at1 = mask_of(cell[1] == node) & ~at0;
-        const unsigned at2 = mask_of(cell[2] == node) & ~(at0 | at1);
-        const unsigned triangle = mask_of(cell[3] == no_node);
-        const unsigned at3 = mask_of(cell[3] == node) & ~(at0 | at1 | at2 | triangle);
-        const unsigned found = at0 | at1 | at2 | at3;
-        return (pick(triangle, beside[1], beside[3]) & at0) |
-               (pick(triangle, beside[2], beside[0]) & at1) |
-               (pick(triangle, beside[0], beside[1]) & at2) | (beside[2] & at3) | ~found;
-    }
-}
-
-/// Turns around the nodes `node`, `node` + 1, ... from the elements `first` on, which exist.
-template <class Shape>
-void turn_side_by_side(const columns<const unsigned>& cells, const columns<const unsigned>& across,
-                       std::size_t elements, unsigned node,
-                       const unsigned (&first)[star_lists::walks], star_lists& out) noexcept {
-    unsigned at[star_lists::walks];
-    for (std::size_t k = 0; k < star_lists::walks; ++k) {
-        at[k] = out.list[k][0] = first[k];
-        out.size[k] = 1;
-    }
-    // A walk that has ended makes the same last step again and again.
-    bool going = true;
-    for (std::size_t steps = 1; going && steps < star_lists::longest; ++steps) {
-        going = false;
-        for (std::size_t k = 0; k < star_lists::walks; ++k) {
-            const unsigned next =
-                next_around<Shape>(node + static_cast<unsigned>(k), cells[at[k]], across[at[k]]);
-            const bool round = next == first[k];
-            const bool on = !round & (next < elements);
-            out.closed[k] = mask_of(round);
-            at[k] = pick(mask_of(on), next, at[k]);
-            out.list[k][out.size[k]] = at[k];
-            out.size[k] += on;
-            going |= on;
-        }
-    }
-}
 
 // ---------------------------------------------------------------------------------- four by four
 
@@ -133,7 +70,8 @@ constexpr std::size_t readable_columns(std::size_t elements) noexcept {
     return Shape::rows == 3 ? elements - 1 : elements;
 }
 
-/// `next_around` of four walks.
+/// The elements beyond the edges that end at the nodes of four walks, as `local_node_index` and `turn_edge`
+/// find them; 0xFFFFFFFF if there is none or the element does not hold the node.
 template <class Shape>
 __m128i next_around(__m128i node, const four_rows& cell, const four_rows& beside) noexcept {
     const __m128i none = _mm_set1_epi32(-1);
@@ -151,8 +89,8 @@ __m128i next_around(__m128i node, const four_rows& cell, const four_rows& beside
     }
 }
 
-/// `turn_side_by_side` with four walks a vector, on columns that lie one behind the other and of which
-/// at least one is readable.
+/// Turns around the nodes `node`, `node` + 1, ... with four walks a vector, on columns that lie one behind the
+/// other and of which at least one is readable.
 template <class Shape>
 void turn_by_four(const unsigned* cells, const unsigned* across, std::size_t elements,
                   unsigned node, const unsigned (&first)[star_lists::walks],
@@ -204,11 +142,14 @@ void turn_by_four(const unsigned* cells, const unsigned* across, std::size_t ele
 #endif
 
 /// Turns around the nodes `node`, `node` + 1, ... from the elements `first` on, which exist. Afterwards
-/// `closed` tells which of the walks came round, and `list` and `size` what those met.
+/// `closed` says which of the walks came round, and `list` and `size` what those met. Where the processor or
+/// the layout does not suit, none has come round, and each node is left to a walk of its own.
 template <class Shape>
-void turn_around_nodes(const columns<const unsigned>& cells, const columns<const unsigned>& across,
-                       std::size_t elements, unsigned node,
-                       const unsigned (&first)[star_lists::walks], star_lists& out) noexcept {
+void turn_around_nodes([[maybe_unused]] const columns<const unsigned>& cells,
+                       [[maybe_unused]] const columns<const unsigned>& across,
+                       [[maybe_unused]] std::size_t elements, [[maybe_unused]] unsigned node,
+                       [[maybe_unused]] const unsigned (&first)[star_lists::walks],
+                       star_lists& out) noexcept {
 #if defined(__SSE2__)
     if (cells.ld == Shape::rows && across.ld == Shape::rows &&
         readable_columns<Shape>(elements) > 0) {
@@ -216,7 +157,7 @@ void turn_around_nodes(const columns<const unsigned>& cells, const columns<const
         return;
     }
 #endif
-    turn_side_by_side<Shape>(cells, across, elements, node, first, out);
+    std::fill_n(out.closed, star_lists::walks, 0U);
 }
 
 } // namespace zel::tessel2d
