@@ -46,14 +46,13 @@ struct space_rotation {
     rotation_about at(double s) const noexcept { return {centre, s, vector}; }
 };
 
-// The length of a sweep is the way of the first node of the first edge. A node of two rows lies at z = 0.
+// The length of a sweep is the way of the first node of the first edge.
 double way(const dense2D<double>& pos, unsigned node, const plane_rotation& turn) noexcept {
     const point<2> d = difference<2>({pos(0, node), pos(1, node)}, turn.centre);
     return length<2>(d) * std::fabs(turn.angle);
 }
 double way(const dense2D<double>& pos, unsigned node, const space_rotation& turn) noexcept {
-    const double z = pos.rows == 3 ? pos(2, node) : 0.0;
-    const point<3> d = difference<3>({pos(0, node), pos(1, node), z}, turn.centre);
+    const point<3> d = difference<3>({pos(0, node), pos(1, node), pos(2, node)}, turn.centre);
     return length<3>(cross(d, turn.vector));
 }
 
@@ -96,6 +95,7 @@ int extrude_sized(dense2D<double>& pos, const dense2D<unsigned>& profile, const 
     if (!(h1 > 0)) return -6;
     if (table::tests_pattern_sized && !sides.valid()) return -7;
     if (!takes_rows(connect, table::output_rows)) return table::output_sized;
+    if (!pos.resize(dimension, pos.cols, 0.0)) return status_memory;
     layer_plan plan{0, h0, h1};
     if (!layer_count(way(pos, profile(0, 0), turn), h0, h1, force_even, plan.layers))
         return status_memory;

@@ -45,7 +45,7 @@ int extrude_sized(dense2D<double>& pos, const dense2D<unsigned>& profile, const 
     if (!takes_rows(connect, Sides::rows)) return -9 - Sides::more_arguments;
     layer_plan plan{0, h0, h1};
     if (!layer_count(length<3>(motion.translation), h0, h1, force_even, plan.layers))
-        return status_memory;
+        return failed_sweep(pos, profile.rows);
     return sweep<3>(pos, profile, motion, plan, sides, profile.rows, connect);
 }
 

@@ -193,27 +193,24 @@ bool outgrown(const sweep_frame& frame, std::size_t present_nodes, std::size_t p
 
 } // namespace
 
+int failed_sweep(dense2D<double>& pos, std::size_t rows) noexcept {
+    pos.resize(rows, pos.cols, 0.0);
+    return status_memory;
+}
+
 int prepare_sweep(const sweep_frame& frame, dense2D<double>& pos, const dense2D<unsigned>& profile,
                   dense2D<unsigned>& connect, swept_profile& swept) noexcept {
     if (swept.layers == 0)
         return connect.resize(frame.side_rows, connect.cols, no_node) ? status_ok : status_memory;
-    swept.edges = profile;
-    swept.first_new = pos.cols;
-    if (!separate(swept.edges, connect)) {
-        pos.resize(frame.rows_after_failure, pos.cols, 0.0);
-        return status_memory;
-    }
     std::size_t nodes = 0;
     std::size_t elements = 0;
-    const bool numbered =
-        number_nodes<edge_cells>(swept.edges, pos.cols, swept.nodes, swept.places);
-    if (numbered && outgrown(frame, pos.cols, connect.cols, swept, nodes, elements))
-        return status_memory;
-    if (!numbered || !pos.reserve(frame.dimension, nodes, 1) ||
-        !connect.reserve(frame.side_rows, elements, 1)) {
-        pos.resize(frame.rows_after_failure, pos.cols, 0.0);
-        return status_memory;
-    }
+    swept.edges = profile;
+    swept.first_new = pos.cols;
+    if (!separate(swept.edges, connect) ||
+        !number_nodes<edge_cells>(swept.edges, pos.cols, swept.nodes, swept.places) ||
+        outgrown(frame, pos.cols, connect.cols, swept, nodes, elements) ||
+        !pos.reserve(frame.dimension, nodes, 1) || !connect.reserve(frame.side_rows, elements, 1))
+        return failed_sweep(pos, frame.rows_after_failure);
     // Present columns first: rows that they gain are filled. New columns are all written later.
     pos.resize(frame.dimension, pos.cols, 0.0);
     pos.resize(frame.dimension, nodes);

@@ -99,12 +99,15 @@ struct sweep_frame {
     std::size_t dimension;          ///< rows that `pos` gets
     std::size_t side_rows;          ///< rows that the connectivity gets
     std::size_t per_cell;           ///< columns for an edge in a layer
-    std::size_t rows_after_failure; ///< that `pos` is left with when memory runs out
+    std::size_t rows_after_failure; ///< that `pos` is left with when the sweep fails
 };
 
+/// Leaves `pos` with so many rows, new ones zero, and returns the status of exhausted memory. This is how
+/// every sweep ends that has too many layers or nodes, or no memory for them.
+int failed_sweep(dense2D<double>& pos, std::size_t rows) noexcept;
+
 /// Numbers the profile, reserves what the sweep needs and resizes both outputs; the new columns wait to
-/// be written. On failure the connectivity is as it was, and so is `pos` if a number overflows; if
-/// memory runs out `pos` is left with `rows_after_failure`.
+/// be written. On failure the connectivity is as it was, and `pos` is left with `rows_after_failure`.
 int prepare_sweep(const sweep_frame& frame, dense2D<double>& pos, const dense2D<unsigned>& profile,
                   dense2D<unsigned>& connect, swept_profile& swept) noexcept;
 

@@ -43,6 +43,7 @@ int extrude_sized(dense2D<double>& pos, const dense2D<unsigned>& profile, const 
     if (!(h1 > 0)) return -5;
     if (!sides.valid()) return -6;
     if (!takes_rows(connect, Sides::rows)) return -7 - Sides::more_arguments;
+    if (!pos.resize(Dim, pos.cols, 0.0)) return status_memory;
     layer_plan plan{0, h0, h1};
     if (!layer_count(length<Dim>(vector), h0, h1, force_even, plan.layers)) return status_memory;
     return sweep<Dim>(pos, profile, translation<Dim>{vector}, plan, sides, Dim, connect);

@@ -71,7 +71,11 @@ TEST(ExtrudeTranslate, ThirdRowStaysWhenMemoryRunsOutOnce) {
         if (status == 0) continue;
         ++refused;
         EXPECT_EQ(-199, status);
-        EXPECT_THAT(columns(pos), ElementsAre(point(0, 0, 0), point(0, 1, 0))) << k;
+        if (k == 1) { // that of the third row itself
+            EXPECT_THAT(columns(pos), ElementsAre(point(0, 0), point(0, 1)));
+        } else {
+            EXPECT_THAT(columns(pos), ElementsAre(point(0, 0, 0), point(0, 1, 0))) << k;
+        }
         EXPECT_TRUE(out.empty());
     }
     EXPECT_GE(refused, 3U);
