@@ -30,11 +30,17 @@ template <class T>
 class Ptr;
 template <class T, int Align>
 class vector_num;
+template <class Block>
+union __lasting_block;
 
 namespace numera {
 
+/// Asks a constructor for a lasting object.
+struct __lasting {};
+
 /// Base of the storage blocks: an intrusive, atomic 32-bit reference counter that starts at 0.
-/// The first owner raises it to 1; the owner that lowers it from 1 destroys the object.
+/// The first owner raises it to 1; the owner that lowers it from 1 destroys the object. A lasting object
+/// has no counter that anyone writes, and is never destroyed.
 class ZEL_TESSEL2D_API ref_counted {
 public:
     constexpr ref_counted() noexcept : __references(0) {}
@@ -51,9 +57,19 @@ private:
     template <class T, int Align>
     friend class zel::vector_num;
 
-    void __acquire() noexcept { __references.fetch_add(1, std::memory_order_relaxed); }
+    // A counter from here on belongs to a lasting object; owners never come to so many.
+    static constexpr std::uint32_t __lasting_references = 0x80000000u;
+
+    constexpr explicit ref_counted(__lasting) noexcept : __references(__lasting_references) {}
+
+    bool __lasts() const noexcept {
+        return __references.load(std::memory_order_relaxed) >= __lasting_references;
+    }
+    void __acquire() noexcept {
+        if (!__lasts()) __references.fetch_add(1, std::memory_order_relaxed);
+    }
     void __release() noexcept {
-        if (__references.fetch_sub(1, std::memory_order_acq_rel) == 1) __destroy();
+        if (!__lasts() && __references.fetch_sub(1, std::memory_order_acq_rel) == 1) __destroy();
     }
     // Out of line: where gcc sees which block a moved-from view holds, but not that its counter stays
     // above 0, it warns of a delete that never happens.
@@ -128,6 +144,24 @@ class dense1D;
 template <class T>
 class dense2D;
 
+/// Holds a block that stands for "no block". It is initialised at compile time, and no destructor runs on
+/// it.
+template <class Block>
+union __lasting_block {
+    Block block;
+
+    constexpr __lasting_block() noexcept : block(numera::__lasting{}) {}
+    ~__lasting_block() {} // NOLINT(modernize-use-equals-default): the default one is deleted
+};
+
+/// The one such block for each type of elements.
+template <class Block>
+struct ZEL_TESSEL2D_API __no_block {
+    static __lasting_block<Block> value;
+};
+template <class Block>
+__lasting_block<Block> __no_block<Block>::value;
+
 /// The storage block that views share: a run of elements with its capacity.
 ///
 /// An empty block has all three fields zero. The views reserve and resize; a block by itself only
@@ -135,6 +169,7 @@ class dense2D;
 template <class T, int Align = 8>
 class ZEL_TESSEL2D_API vector_num final : public numera::ref_counted {
     static_assert(std::is_trivially_destructible_v<T>, "elements are dropped without destruction");
+    static_assert(sizeof(T) <= 256, "`shift` holds up to 255 bytes");
 
 public:
     /// Value of `shift` that marks memory which the block does not own and never frees.
@@ -156,12 +191,13 @@ public:
     /// The block that stands for "no block": it has no memory, owns none and is never grown or
     /// freed. Views hold it after a move, or when not even an empty block could be had, and take
     /// a block of their own before they grow.
-    static vector_num& none() noexcept {
-        static keeper kept;
-        return kept.block;
-    }
-    bool is_none() const noexcept { return data == nullptr && shift == not_owned; }
+    static vector_num& none() noexcept { return __no_block<vector_num>::value.block; }
+    bool is_none() const noexcept { return __lasts(); }
 
+    static void* operator new(std::size_t bytes) {
+        if (void* const memory = __vector_num_alloc(bytes)) return memory;
+        throw std::bad_alloc();
+    }
     static void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
         return __vector_num_alloc(bytes);
     }
@@ -172,16 +208,10 @@ public:
 
 private:
     friend struct __block_access;
+    friend union __lasting_block<vector_num>;
 
-    // Holds the block `none()`: its counter starts at 1 and no destructor runs on it.
-    union keeper {
-        vector_num block;
-        keeper() noexcept : block() {
-            block.shift = not_owned;
-            block.__acquire();
-        }
-        ~keeper() {}
-    };
+    constexpr explicit vector_num(numera::__lasting lasting) noexcept
+        : numera::ref_counted(lasting), shift(not_owned) {}
 
     bool __grow(std::size_t min_capacity, std::size_t keep, std::size_t factor);
     void __drop() noexcept;
@@ -244,6 +274,12 @@ void vector_num<T, Align>::__drop() noexcept {
     capacity = 0;
     shift = 0;
 }
+
+template <>
+ZEL_TESSEL2D_API __lasting_block<vector_num<unsigned, 8>>
+    __no_block<vector_num<unsigned, 8>>::value;
+template <>
+ZEL_TESSEL2D_API __lasting_block<vector_num<double, 8>> __no_block<vector_num<double, 8>>::value;
 
 extern template class vector_num<unsigned, 8>;
 extern template class vector_num<double, 8>;

@@ -3,6 +3,11 @@
 
 namespace zel {
 
+template <>
+__lasting_block<vector_num<unsigned, 8>> __no_block<vector_num<unsigned, 8>>::value{};
+template <>
+__lasting_block<vector_num<double, 8>> __no_block<vector_num<double, 8>>::value{};
+
 template class vector_num<unsigned, 8>;
 template class vector_num<double, 8>;
 template class dense1D<unsigned, 8>;

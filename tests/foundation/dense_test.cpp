@@ -7,9 +7,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <new>
 #include <thread>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -50,6 +53,54 @@ TEST(RefCounted, ObjectsStartWithoutOwnerAndGoWithTheLast) {
     EXPECT_TRUE(gone);
 }
 
+TEST(VectorNum, NobodyWritesTheBlockThatStandsForNone) {
+    const auto image = [] {
+        std::vector<unsigned char> bytes(sizeof(block_u));
+        std::memcpy(bytes.data(), static_cast<const void*>(&block_u::none()), bytes.size());
+        return bytes;
+    };
+    const auto before = image();
+    {
+        dense2D<unsigned> held(2, 3, 1U);
+        const dense2D<unsigned> taken(std::move(held)); // leaves the block in `held`
+        const std::vector<dense2D<unsigned>> many(100, held);
+        EXPECT_TRUE(many.back().storage->is_none());
+        EXPECT_FALSE(many.back().storage->is_unique());
+        EXPECT_EQ(before, image());
+    }
+    EXPECT_EQ(before, image());
+}
+TEST(VectorNum, EachTypeHasOneBlockThatStandsForNone) {
+    struct odd {
+        char bytes[3];
+    };
+    auto& none = vector_num<odd, 8>::none();
+    EXPECT_TRUE(none.is_none());
+    EXPECT_EQ(nullptr, none.data);
+    EXPECT_EQ(0U, none.capacity);
+    EXPECT_EQ(&none, (&vector_num<odd, 8>::none()));
+    EXPECT_TRUE((vector_num<double, 8>::none().is_none()));
+    EXPECT_FALSE((vector_num<double, 8>().is_none()));
+}
+TEST(VectorNum, TheThrowingFormOfNewServesToo) {
+    {
+        const Ptr<vector_num<double, 8>> block(new vector_num<double, 8>);
+        EXPECT_TRUE(block->is_unique());
+    }
+    arm_allocator(1);
+    EXPECT_THROW(delete new block_u, std::bad_alloc);
+    EXPECT_TRUE(disarm_allocator());
+}
+TEST(VectorNum, ElementsMayHave256Bytes) {
+    struct large {
+        unsigned char bytes[256];
+    };
+    vector_num<large, 8> block;
+    ASSERT_TRUE((zel::__block_access::grow(block, 3, 0, 1)));
+    EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(block.data) % 256);
+    EXPECT_LT(block.shift, 256U);
+    EXPECT_GE(block.capacity, 3U);
+}
 TEST(RefCounted, TheValueTwinCountsNothing) {
     struct by_value : zel::ref_counted {};
     const by_value a;
@@ -549,6 +600,21 @@ TEST(Dense2D, AsVectorWalksTheColumns) {
     EXPECT_EQ(m.storage.get(), v.storage.get());
 }
 
+TEST(Dense2D, WrapOfNothingHasItsRows) {
+    double mine[3] = {};
+    for (double* const memory : {mine, static_cast<double*>(nullptr)}) {
+        auto view = dense2D<double>::wrap(memory, 3, 0);
+        EXPECT_EQ(3U, view.rows);
+        EXPECT_EQ(0U, view.cols);
+        EXPECT_EQ(3U, view.ld);
+        EXPECT_TRUE(view.empty());
+        ASSERT_TRUE(view.resize(3, 2, 1.5));
+        EXPECT_EQ(1.5, view(2, 1));
+    }
+    auto list = dense1D<double, 8>::wrap(nullptr, 0);
+    list.push_back(2.5);
+    EXPECT_THAT(values(list), ElementsAre(2.5));
+}
 TEST(Dense2D, WrapUsesTheCallersMemory) {
     double mine[7] = {0, 1, -1, 2, 3, -1, 77};
     auto view = dense2D<double>::wrap(mine, 2, 2, 3);
