@@ -167,6 +167,11 @@ void expect_refused(int status, const dense1D<unsigned, 8>& boundary, unsigned n
     }
 }
 
+TEST(MetricsStruct, AnEmptyLoopIsASuccessOnAMatrixWithoutMemory) {
+    auto tensors = dense2D<double>::wrap(nullptr, 6, 0);
+    EXPECT_EQ(0, metrics_struct(dense1D<unsigned, 8>(), 2, tensors));
+    EXPECT_EQ(6U, tensors.rows);
+}
 TEST(MetricsStruct, NothingToDoIsASuccess) {
     expect_refused(0, plain_loop(2, 2), 0, 8);
     expect_refused(0, {}, 3, 8);
