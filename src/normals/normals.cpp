@@ -31,6 +31,14 @@ struct surface_elements {
     static constexpr unsigned corners(const unsigned* nodes) noexcept {
         return Shape::corners(nodes);
     }
+    /// Of a triangle, and of a quadrilateral whose last corner is the very last node that there can be: its
+    /// normal is that of its first three corners, though it counts at all four.
+    static bool has_normal_of_triangle(const unsigned* nodes) noexcept {
+        if constexpr (std::is_same_v<Shape, triangle_cells>)
+            return true;
+        else
+            return nodes[3] >= no_node - 1;
+    }
 
     auto corners_of(std::size_t e) const noexcept {
         const unsigned* const n = cells[e];
@@ -40,13 +48,13 @@ struct surface_elements {
             static constexpr double origin[3] = {0, 0, 0}; // an element with a gap collapses in it
             const auto p = [&](std::size_t k) { return points.first + n[k] * points.ld; };
             if (has_gap(n)) return any_corners{{origin, origin, origin, origin, origin}};
-            if (Shape::corners(n) == 3) return any_corners{{p(0), p(2), p(1), p(2), p(0)}};
+            if (has_normal_of_triangle(n)) return any_corners{{p(0), p(2), p(1), p(2), p(0)}};
             return any_corners{{p(2), p(0), p(3), p(1), p(1)}};
         }
     }
     point<3> normal(const unsigned* n) const noexcept {
         if (has_gap(n)) return {};
-        if (Shape::corners(n) == 3) return triangle_normal(n[0], n[1], n[2], points);
+        if (has_normal_of_triangle(n)) return triangle_normal(n[0], n[1], n[2], points);
         return cross(difference<3>(points[n[2]], points[n[0]]),
                      difference<3>(points[n[3]], points[n[1]]));
     }

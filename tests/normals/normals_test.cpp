@@ -10,8 +10,13 @@
 
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <vector>
+
+#if __has_include(<sys/mman.h>)
+#include <sys/mman.h>
+#endif
 
 namespace {
 
@@ -636,5 +641,62 @@ TEST(Normals, OfASphereAreItsRadii) {
         EXPECT_LT(cosine, -0.999) << "the parameters turn clockwise seen from outside";
     }
 }
+
+#if defined(MAP_NORESERVE)
+
+// Coordinates of so many nodes that the very last number below 0xFFFFFFFF is one, in memory that is only
+// there where it is touched.
+class ElementNormalsOfAllNumbers : public testing::Test {
+protected:
+    static constexpr std::size_t most = 4294967295;
+    static constexpr std::size_t bytes = 3 * most * sizeof(double);
+
+    void SetUp() override {
+        if (sizeof(void*) < 8) GTEST_SKIP() << "so many nodes have no room";
+        memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
+                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (memory == MAP_FAILED) GTEST_SKIP() << "no address space for 103 GB";
+        pos = dense2D<double>::wrap(static_cast<double*>(memory), 3, most);
+    }
+    void TearDown() override {
+        if (memory != MAP_FAILED) munmap(memory, bytes);
+    }
+    void set(std::size_t node, double x, double y, double z) {
+        pos(0, node) = x;
+        pos(1, node) = y;
+        pos(2, node) = z;
+    }
+
+    void* memory = MAP_FAILED;
+    dense2D<double> pos;
+};
+
+TEST_F(ElementNormalsOfAllNumbers, TheLastNodeInRow3GivesTheNormalOfTheFirstThree) {
+    constexpr unsigned last = 0xFFFFFFFEu;
+    set(0, 0, 0, 0);
+    set(1, 2, 0, 0);
+    set(2, 2, 2, 0);
+    set(3, 0, 2, 1);
+    set(last, 0, 2, 1);
+    set(last - 1, 0, 2, 1);
+    for (const std::size_t count : {std::size_t{1}, std::size_t{3}, std::size_t{150}}) {
+        for (const unsigned fourth : {3U, last - 1, last, no_node}) {
+            dense2D<unsigned> connect(4, count);
+            for (std::size_t e = 0; e < count; ++e)
+                for (unsigned k = 0; k < 4; ++k) connect(k, e) = k < 3 ? k : fourth;
+            dense2D<double> N;
+            ASSERT_EQ(0, normals(pos, connect, false, N));
+            // (2, 0, 0) x (2, 2, 0), or that of the diagonals, (2, 2, 0) x (-2, 2, 1)
+            const auto expected = fourth >= last ? point(0, 0, 4) : point(2, -2, 8);
+            for (std::size_t e = 0; e < count; ++e) ASSERT_EQ(expected, column(N, e)) << fourth;
+            ASSERT_EQ(0, normals(pos, connect, true, N));
+            if (fourth >= last) {
+                for (std::size_t e = 0; e < count; ++e) ASSERT_EQ(point(0, 0, 1), column(N, e));
+            }
+        }
+    }
+}
+
+#endif
 
 } // namespace

@@ -14,6 +14,9 @@ namespace zel::tessel2d {
 /// as twice the area of the element (of a plane one), and that is the element's size s. A node's normal
 /// is the sum of the unit normals of the elements around it, each weighted by s^power.
 ///
+/// With 4294967295 nodes 0xFFFFFFFE is one too. In row 3 it gives a quadrilateral the normal of the
+/// triangle of its first three corners; it still adds to the normals of all four.
+///
 /// @param pos      3 x N coordinates, one node per column.
 /// @param connect  3 x E node numbers below N, or 4 x E, where 0xFFFFFFFF in row 3 marks a triangle. An
 ///                 element with 0xFFFFFFFF in one of the first three rows has no normal and adds to no
