@@ -84,8 +84,11 @@ void curvature_chapter(book& b) {
         b, "Curvatures",
         "At every node the angles between the triangles nearby give two principal curvatures with "
         "their directions. What bends away from its normal counts negative: a sphere of radius 1 "
-        "has a mean curvature of -1. Sides on the rim of what counts as nearby are left out, so "
-        "that the estimate is a little too small.");
+        "has a mean curvature of -1. Sides on the rim of what counts as nearby are left out, and "
+        "what "
+        "counts as nearby is bent itself: within the distance r on a sphere of radius R, 1 - "
+        "r²/(4R²) of "
+        "the curvature is seen. So the estimate is a little too small.");
     s.columns = 3;
     const examples::mesh& m = b.surface;
     const curvatures found = curvatures_of(m, 0.04 * examples::extent(m));

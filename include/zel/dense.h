@@ -220,6 +220,10 @@ public:
     /// Makes the matrix nrows x ncols. An element (i, j) that existed stays at (i, j), new ones are
     /// undefined; ld may change. False: memory is exhausted, or the count overflows, and the matrix is
     /// unchanged.
+    ///
+    /// Rows are counted from the first one of the view. A view that begins in row r of another matrix has
+    /// ld - r rows before the next column begins; more rows, as long as they fit into ld, are those that
+    /// stand first in the next column, and are written there.
     bool resize(std::size_t nrows, std::size_t ncols) noexcept;
     /// The same, and all new elements take the value `fill`, in new rows of old columns too.
     bool resize(std::size_t nrows, std::size_t ncols, T fill) noexcept;
@@ -234,7 +238,8 @@ public:
 
     bool empty() const noexcept { return rows * cols == 0; }
     bool contiguous() const noexcept { return ld == rows; }
-    /// Number of columns that the block can hold at the present ld.
+    /// Number of columns that the block can hold at the present ld, each with all of its leading dimension;
+    /// behind them there may be room for the rows of one more.
     std::size_t column_capacity() const noexcept {
         return (storage->capacity - start) / (ld == 0 ? 1 : ld);
     }

@@ -120,7 +120,7 @@ public:
     Ptr<block_type> storage;        ///< the block with all slots; never null
     std::uint64_t used = 0;         ///< slots in use: home buckets and overflow slots
     std::uint64_t start = 0;        ///< index in the block of slot 0
-    std::uint64_t bucket_count = 0; ///< number of home buckets
+    std::uint64_t bucket_count = 0; ///< number of home buckets; not to be written
     std::uint64_t item_count = 0;   ///< occupied slots
     double load_factor = 1.0;       ///< enters the estimate of slots, nothing else
 
@@ -139,8 +139,8 @@ public:
     /// values. False: memory is exhausted, and the table has 23 buckets.
     bool initialise(std::uint64_t expected, std::uint64_t requested, double load) noexcept;
 
-    /// Moves the values to a table of `next_bucket_count(requested)` buckets. False: memory is exhausted
-    /// and the table is as it was.
+    /// Moves the values to a table of `next_bucket_count(requested)` buckets, at least 23. False: memory is
+    /// exhausted, or 32-bit numbers cannot count so many slots, and the table is as it was.
     bool rehash(std::uint64_t requested) noexcept;
 
     /// The slot that holds the key of `value`, which is filled now unless there was one: then its

@@ -8,7 +8,7 @@
 namespace zel::tessel2d {
 
 /// Completes a direction u and a normal n to a frame of unit vectors at right angles: w = u x n, and n
-/// becomes w x u, so that (u, w, n) turns left where u and n did. u keeps its direction.
+/// becomes w x u, so that (u, n, w) is right-handed. u keeps its direction.
 ///
 /// A zero u becomes the first axis. An n along u gives way to the axis that is farthest from u.
 inline void tangent_frame(point<3>& u, point<3>& n, point<3>& w) noexcept {

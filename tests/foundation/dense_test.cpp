@@ -945,4 +945,19 @@ TEST(AppendReversed, ARunBelowOrAboveTheBlockIsNoPartOfIt) {
     EXPECT_EQ((std::vector<unsigned>{3, 2, 1}), values(none));
 }
 
+TEST(Dense2D, MoreRowsOfAViewRunIntoTheNextColumnOfItsMatrix) {
+    dense2D<double> all(3, 3, 1.0);
+    dense2D<double> view = all.sub_matrix(1, 0, 2, 2);
+    ASSERT_TRUE(view.resize(3, 2, 5.0));
+    EXPECT_EQ(3U, view.ld);
+    EXPECT_EQ(5.0, all(0, 1));
+    EXPECT_EQ(5.0, all(0, 2));
+    EXPECT_EQ(1.0, all(0, 0));
+}
+TEST(Dense2D, ColumnCapacityCountsFullLeadingDimensions) {
+    double mine[5] = {};
+    EXPECT_EQ(
+        1U, dense2D<double>::wrap(mine, 2, 2, 3).column_capacity()); // though two columns are there
+}
+
 } // namespace

@@ -527,4 +527,19 @@ TEST(MeshDiskOnNodes, TheSkeletonStandsBehindThem) {
     EXPECT_EQ(columns(cells({{1, 2, 3, 4}, {2, 5, 6, 3}})), columns(d.connect));
 }
 
+TEST(MeshDisk, ANegativeRadiusTurnsTheMeshByHalfATurn) {
+    const disk quarter = quarter_Q4(3), turned = quarter_Q4(3, origin, -1);
+    ASSERT_EQ(quarter.pos.cols, turned.pos.cols);
+    EXPECT_EQ(columns(quarter.connect), columns(turned.connect));
+    for (std::size_t j = 0; j < quarter.pos.cols; ++j)
+        for (std::size_t i = 0; i < 2; ++i) EXPECT_EQ(-quarter.pos(i, j), turned.pos(i, j));
+}
+TEST(MeshDisk, ARadiusThatIsNotFiniteIsNotRefused) {
+    for (const double radius : {zel_test::nan, zel_test::infinity, -zel_test::infinity}) {
+        const disk d = disk_Q4(2, origin, radius);
+        EXPECT_EQ(48U, d.connect.cols);
+        for (const unsigned id : d.connect) EXPECT_LT(id, d.pos.cols);
+    }
+}
+
 } // namespace

@@ -519,4 +519,32 @@ TEST(MeshSphere, OneMatrixForBothCirclesIsSafe) {
     for (const unsigned id : s.circle_z) EXPECT_LT(id, s.pos.cols);
 }
 
+TEST(MeshSphereT3, ABadPatternLeavesNoNodeOrThoseOfTheCircles) {
+    for (const int pattern : {-1, 3, 5}) {
+        sphere s;
+        EXPECT_EQ(0, mesh_sphere_T3(s.pos, origin, 1, 3, pattern, s.connect));
+        EXPECT_TRUE(s.pos.empty());
+        EXPECT_TRUE(s.connect.empty());
+        s = sphere_T3(3, pattern);
+        EXPECT_TRUE(s.connect.empty());
+        EXPECT_EQ(24U, s.circle_z.cols);
+        EXPECT_EQ(46U, s.pos.cols); // two circles of 24 that share two nodes
+        for (std::size_t j = 0; j < s.pos.cols; ++j)
+            EXPECT_TRUE(s.pos(1, j) == 0 || std::abs(s.pos(2, j)) < 1e-15 ||
+                        std::abs(s.pos(1, j)) < 1e-15);
+    }
+}
+TEST(MeshSphere, ARadiusBelowZeroOrNotFiniteIsNotRefused) {
+    for (const double radius : {-1.0, zel_test::nan, zel_test::infinity, -zel_test::infinity}) {
+        sphere s;
+        EXPECT_EQ(0, mesh_sphere_Q4(s.pos, origin, radius, 2, s.connect));
+        EXPECT_EQ(96U, s.connect.cols);
+        for (const unsigned id : s.connect) EXPECT_LT(id, s.pos.cols);
+    }
+    const sphere octant = octant_Q4(2, origin, -1);
+    EXPECT_EQ(point(-1, 0, 0), column(octant.pos, 0));
+    for (std::size_t j = 16; j < 19; ++j)
+        EXPECT_GT(octant.pos(0, j), 0); // the interior of the patches
+}
+
 } // namespace

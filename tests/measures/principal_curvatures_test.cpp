@@ -6,6 +6,7 @@
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
 #include "zel/tessel2d/curvatures.h"
+#include "zel/tessel2d/spheres.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -609,6 +610,42 @@ TEST(PrincipalCurvatures, AHardEdgeThatFindsNoMemoryIsReported) {
             }
             if (!failed) break;
         }
+    }
+}
+
+// The angle at a fold is pi or -pi.
+TEST(PrincipalCurvatures, AFoldAlongAnAxisCountsPositiveAndAnyOtherEitherWay) {
+    const auto folded = [](const std::vector<double>& a, const std::vector<double>& b,
+                           const std::vector<double>& c) {
+        mesh m;
+        m.pos = dense2D<double>(3, 4, 0.0);
+        const std::vector<double>* const nodes[] = {&a, &b, &c, &c};
+        for (std::size_t j = 0; j < 4; ++j) std::copy_n(nodes[j]->begin(), 3, m.pos[j]);
+        m.connect = cells({{0, 1, 2}, {1, 0, 3}});
+        return curvatures_of(m, {})(6, 0);
+    };
+    EXPECT_DOUBLE_EQ(pi, folded({0, 0, 0}, {1, 0, 0}, {0, 1, 0})); // over the area, twice 1/2
+    EXPECT_DOUBLE_EQ(pi, folded({0, 0, 0}, {0, 1, 0}, {0, 0, -1}));
+    random_numbers random(7);
+    for (int k = 0; k < 100; ++k) {
+        std::vector<double> p[3];
+        for (auto& q : p) q = {random.between(-1, 1), random.between(-1, 1), random.between(-1, 1)};
+        const double k1 = folded(p[0], p[1], p[2]);
+        EXPECT_NEAR(std::abs(k1), std::abs(folded(p[1], p[0], p[2])), 1e-9 * std::abs(k1));
+        EXPECT_GT(std::abs(k1), 0);
+    }
+}
+// A round patch of radius r on a sphere of radius R sees 1 - r^2/(4 R^2) of the curvature, less what its
+// border cuts off.
+TEST(PrincipalCurvatures, ABentPatchSeesLessHoweverFineTheMesh) {
+    for (const unsigned n : {12U, 24U}) {
+        mesh m;
+        ASSERT_EQ(0, zel::tessel2d::mesh_sphere_T3(m.pos, {0, 0, 0}, 1, n, 2, m.connect));
+        const auto k = curvatures_of(m, {0.8, pi, 1U << 30, {}});
+        double mean = 0;
+        for (std::size_t j = 0; j < k.cols; ++j) mean -= (k(6, j) + k(7, j)) / 2;
+        mean /= static_cast<double>(k.cols);
+        EXPECT_NEAR(1 - 0.8 * 0.8 / 4, mean, 0.01) << n;
     }
 }
 

@@ -17,8 +17,14 @@ namespace zel::tessel2d {
 /// cylinder u1 lies along the axis.
 ///
 /// A surface that bends toward its normal counts positive: a sphere of radius R with outward normals has
-/// k1 and k2 near -1/R. Edges on the border of a patch count for nothing, so that values fall short
-/// of the limit by a share that shrinks as patches hold more triangles; docs/curvatures.md has numbers.
+/// k1 and k2 near -1/R. Two things make values too small; docs/curvatures.md has numbers. Edges on the
+/// border of a patch count for nothing, which costs a share that shrinks as patches hold more triangles. And
+/// a patch is not flat: one of radius r on a sphere of radius R sees 1 - r^2/(4 R^2) of 1/R, however fine
+/// the mesh is.
+///
+/// At an exact fold, where two triangles lie on one another, the sign of the angle pi is that of a product
+/// that should be 0 and is up to its rounding. Along an axis, in a plane of two axes, the angle comes out
+/// positive; elsewhere either way.
 ///
 /// @param pos         3 x N coordinates, one node per column.
 /// @param connect     3 x E node numbers below N.
@@ -29,8 +35,10 @@ namespace zel::tessel2d {
 ///                    the unit of `pos`. 0, not a number, or so small that its square is 0: only the
 ///                    first triangle that holds the node. A negative radius acts as its magnitude.
 /// @param max_angle   in radians: a patch does not grow from a triangle to a neighbour whose normal
-///                    is turned by this or more. 0 stops at every edge, pi at none, nor does what has
-///                    no cosine; any other number acts as the angle from 0 to pi of the same cosine.
+///                    is turned by this or more. 0 stops at every edge as far as the rounding of
+///                    the formula allows it: on a plane some edges let a patch pass. pi stops at none,
+///                    nor does what has no cosine; any other number acts as the angle from 0 to pi of
+///                    the same cosine.
 /// @param max_elements  a patch of this many triangles or more grows no further; up to two more may
 ///                    come in with the last step.
 /// @param hard_edges  2 x H node numbers below N, or empty: edges that a patch does not cross.

@@ -21,7 +21,9 @@ namespace zel::tessel2d {
 /// @param[in,out] pos  2 x N coordinates, one node per column, or empty. Grows by 3n(n+1) + 1 nodes. The
 ///                  functions for quarters and disks are made for an empty `pos`: see below.
 /// @param center    the centre (cx, cy).
-/// @param radius    the radius. With 0 all nodes lie at the centre, within rounding.
+/// @param radius    the radius. With 0 all nodes lie at the centre, within rounding. It is not tested: a
+///                  negative one gives the quarter of -radius turned by half a turn, NaN and infinity give
+///                  nodes with coordinates that are not finite. The result is 0.
 /// @param n         cells along the side of a patch; 0 means nothing to do.
 /// @param[in,out] connect  4 x E node numbers, or empty. Grows by 3n^2 anticlockwise columns, patch after
 ///                  patch.
@@ -75,7 +77,10 @@ ZEL_TESSEL2D_API int mesh_disk_UR_T3(dense2D<double>& pos, const vector_fixed<do
 ///                  that are there it does as `mesh_disk_UR_Q4` says.
 /// @param center    the centre (cx, cy). A centre that is far away, measured in radii, takes digits from
 ///                  the nodes; from about 1000 radii on nodes may fail to meet within the tolerance.
-/// @param radius    the radius. With 0 only nodes with equal coordinates become one.
+/// @param radius    the radius. With 0 only nodes with equal coordinates become one. It is not tested: a
+///                  negative one gives the disk of -radius turned by half a turn, with seams where nodes
+///                  may stay apart; NaN and infinity give nodes with coordinates that are not finite. The
+///                  result is 0.
 /// @param n         cells along the side of a patch; the circle gets 8n edges. 0 means nothing to do.
 /// @param[in,out] connect  4 x E node numbers, or empty. Grows by 12n^2 anticlockwise columns, quarter by
 ///                  quarter. Numbers that were there are rewritten too where nodes have been joined.

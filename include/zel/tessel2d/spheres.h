@@ -22,7 +22,10 @@ namespace zel::tessel2d {
 /// @param[in,out] pos  3 x N coordinates, one node per column, or empty. Grows by 3n(n+1) + 1 nodes behind
 ///                  the present ones.
 /// @param center    the centre (cx, cy, cz).
-/// @param radius    the radius. With 0 all nodes lie at the centre.
+/// @param radius    the radius. With 0 all nodes lie at the centre. It is not tested: a negative one puts
+///                  skeleton and arcs beyond the centre, where -radius would have them reflected, but the
+///                  interior of the patches on the side where it was, which is no mesh of an octant; NaN
+///                  and infinity give nodes with coordinates that are not finite. The result is 0.
 /// @param n         cells along the side of a patch; 0 means nothing to do.
 /// @param[in,out] connect  4 x E node numbers, or empty. Grows by 3n^2 columns, patch after patch,
 ///                  anticlockwise when seen from outside.
@@ -70,7 +73,9 @@ ZEL_TESSEL2D_API int mesh_sphere_UR_T3(dense2D<double>& pos, const vector_fixed<
 /// @param[in,out] pos  3 x N coordinates, or empty. Grows by the nodes of the sphere; the N nodes stay.
 /// @param center    the centre. One that is far away, measured in radii, takes digits from the nodes;
 ///                  from about 1000 radii on nodes may fail to meet within the tolerance.
-/// @param radius    the radius. With 0 all nodes lie at the centre and become one.
+/// @param radius    the radius. With 0 all nodes lie at the centre and become one. It is not tested: with
+///                  a negative one, NaN or an infinity the octants are what `mesh_sphere_UR_Q4` makes of
+///                  it, nodes that should become one may stay apart, and the result is 0.
 /// @param n         cells along the side of a patch; a great circle has 8n edges. 0 means nothing to do.
 /// @param[in,out] connect  4 x E node numbers, or empty. Grows by 24n^2 columns, anticlockwise when seen
 ///                  from outside. Numbers that were there are rewritten too where nodes have been joined.
@@ -106,7 +111,8 @@ ZEL_TESSEL2D_API int mesh_sphere_Q4(dense2D<double>& pos, const vector_fixed<dou
 
 /// The same sphere with 48n^2 triangles.
 ///
-/// @param pattern   as for `mesh_sphere_UR_T3`.
+/// @param pattern   the diagonals: 0, 1 or 2 as for `mesh_struct_T3`. It is not tested: with any other
+///                  value there is no triangle and no new node remains, and the result is 0.
 /// @param[in,out] connect  empty, or 4 x E node numbers: a matrix of 3 rows that is not empty is refused
 ///                  with -5. It always ends with 3 rows when triangles are added: a matrix of 4 rows
 ///                  loses its last one.
@@ -117,7 +123,8 @@ ZEL_TESSEL2D_API int mesh_sphere_T3(dense2D<double>& pos, const vector_fixed<dou
                                     double radius, unsigned n, int pattern,
                                     dense2D<unsigned>& connect);
 
-/// The same with two great circles, as for `mesh_sphere_Q4`.
+/// The same with two great circles, as for `mesh_sphere_Q4`. With a bad `pattern` the circles are made all
+/// the same, and of the new nodes those on them remain.
 /// @snippet examples/sphere.cpp great_circles
 ZEL_TESSEL2D_API int mesh_sphere_T3(dense2D<double>& pos, const vector_fixed<double, 3>& center,
                                     double radius, unsigned n, int pattern,
