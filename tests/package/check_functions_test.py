@@ -64,7 +64,8 @@ class names(unittest.TestCase):
 
     def test_descriptions_of_types_and_statics_need_no_row(self):
         self.expect_rows([], "vtable for zel::vector_num<double, 8>", "zel::tessel2d::f()::cache",
-                         "guard variable for zel::tessel2d::f()::cache", "zel::tessel2d::limit")
+                         "guard variable for zel::tessel2d::f()::cache", "zel::tessel2d::limit",
+                         "zel::block<zel::list<double> >::value")
 
 
 class functions(unittest.TestCase):
