@@ -236,10 +236,56 @@ void wide_numbers(input& in) {
                     "numbers come back");
 }
 
+void outlines(input& in) {
+    dense2D<double> pos = some_points(in);
+    dense1D<unsigned, 8> line = node_list(in, in.below(6), 9);
+    const unsigned a = in.node(pos.cols, true);
+    const unsigned b = in.node(pos.cols, true);
+    const zel::vector_fixed<double, 2> centre{in.number(), in.number()};
+    const unsigned n = in.count();
+    call(
+        in, "arc", {-1, -2, -3, -4},
+        [&](auto& p, auto& l) { return zel::host::arc(p, a, b, centre, n, l); }, grows(pos),
+        grows(line));
+    const dense1D<unsigned, 8> sides[3] = {node_list(in, in.below(6), 9),
+                                           node_list(in, in.below(6), 9),
+                                           node_list(in, in.below(6), 9)};
+    dense1D<unsigned, 8> loop = node_list(in, in.below(6), 9);
+    const int closed = call(
+        in, "patch_loop", {-1, -2, -3, -4},
+        [](const auto& s, const auto& t, const auto& u, const auto& v, auto& l) {
+            return zel::host::patch_loop(s, t, u, v, l);
+        },
+        reads(line), reads(sides[0]), reads(sides[1]), reads(sides[2]), makes(loop));
+    if (closed == 0) require(loop[0] == loop[loop.size - 1], "the loop is closed");
+    dense1D<unsigned, 8> corners = node_list(in, in.below(6), 9);
+    dense2D<unsigned> given = elements(in, 9);
+    const unsigned between = in.below(4);
+    call(
+        in, "curved_edges", {-1, -2, -4},
+        [&](const auto& l, auto& c, auto& e) { return zel::host::curved_edges(l, between, c, e); },
+        reads(line), makes(corners), grows(given));
+}
+
+void appending(input& in) {
+    dense2D<double> pos = some_points(in);
+    dense2D<unsigned> connect = elements(in, pos.cols);
+    const dense2D<double> pos2 = in.one_in(4) ? pos : some_points(in);
+    const dense2D<unsigned> connect2 = in.one_in(4) ? connect : elements(in, pos2.cols);
+    const std::size_t present = pos.empty() ? 0 : pos.cols;
+    const int status = call(
+        in, "append", {-1, -3, -4},
+        [](auto& p, auto& c, const auto& q, const auto& d) {
+            return zel::host::append(p, c, q, d);
+        },
+        grows(pos), grows(connect), reads(pos2), reads(connect2));
+    if (status == 0 && !pos2.empty()) require(pos.cols >= present, "nodes have been added");
+}
+
 } // namespace
 
 void zel_fuzz::run(input& in) {
-    constexpr void (*drivers[])(input&) = {build,       edges,  boundary, parts,
-                                           node_orders, locate, transfer, wide_numbers};
+    constexpr void (*drivers[])(input&) = {build,  edges,    boundary,     parts,    node_orders,
+                                           locate, transfer, wide_numbers, outlines, appending};
     drivers[in.below(sizeof drivers / sizeof *drivers)](in);
 }

@@ -6,4 +6,5 @@
 #include "zel/host/adjacency.h"
 #include "zel/host/locator.h"
 #include "zel/host/node_orders.h"
+#include "zel/host/outlines.h"
 #include "zel/host/views.h"
