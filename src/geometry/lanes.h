@@ -33,6 +33,13 @@ using lane_columns = T* [lane_count];
 
 namespace zel::tessel2d {
 
+/// The corners of the four triangles from column `first` on: corner k of lane i is `n[k][i]`.
+ZEL_FOUR_LANES_INLINED void read_triangles(const columns<const unsigned>& cells, std::size_t first,
+                                           unsigned (&n)[3][lane_count]) noexcept {
+    for (std::size_t lane = 0; lane < lane_count; ++lane)
+        for (std::size_t k = 0; k < 3; ++k) n[k][lane] = cells[first + lane][k];
+}
+
 /// The nodes of four elements: component k of lane i is that of node `nodes[i]`. `Leading` is the leading
 /// dimension where it is known at compile time; 0 stands for that of the view.
 template <int Dim, std::size_t Leading = 0>

@@ -21,8 +21,7 @@ add_triangles_by_four(const columns<const unsigned>& cells, std::size_t first, s
     double total = sum;
     for (; last - first >= lane_count; first += lane_count) {
         unsigned n[3][lane_count];
-        for (std::size_t lane = 0; lane < lane_count; ++lane)
-            for (std::size_t k = 0; k < 3; ++k) n[k][lane] = cells[first + lane][k];
+        read_triangles(cells, first, n);
         double sizes[lane_count];
         const vector_of<lanes, Dim> p0 = load_nodes(pos, n[0]);
         const vector_of<lanes, Dim> p1 = load_nodes(pos, n[1]);

@@ -33,9 +33,7 @@ ZEL_FOUR_LANES std::size_t place_centers_by_four(const dense2D<double>& pos,
         const std::size_t count = std::min(fetched_groups, groups - first);
         for (std::size_t g = 0; g < count; ++g) {
             unsigned n[3][lane_count];
-            for (std::size_t lane = 0; lane < lane_count; ++lane)
-                for (std::size_t k = 0; k < 3; ++k)
-                    n[k][lane] = cells[(first + g) * lane_count + lane][k];
+            read_triangles(cells, (first + g) * lane_count, n);
             fetched[g] = {
                 {load_nodes(points, n[0]), load_nodes(points, n[1]), load_nodes(points, n[2])}};
         }
