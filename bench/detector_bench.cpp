@@ -247,6 +247,33 @@ void detector_build(benchmark::State& state, bool clustered) {
     });
 }
 
+/// Points around nodes that lie in a ring: in its hole, and outside.
+void detector_around(benchmark::State& state, double inner, double outer) {
+    random_numbers random{11};
+    const auto between = [&random](double low, double high) {
+        const double radius = low + (high - low) * random.unit();
+        const double angle = 6.283185307179586 * random.unit();
+        return place{radius * std::cos(angle), radius * std::sin(angle)};
+    };
+    std::vector<place> nodes(points_of_mesh);
+    for (auto& p : nodes) p = between(0.4, 1);
+    std::vector<place> within(10000);
+    for (auto& p : within) p = between(0.45, 0.95);
+    std::vector<place> around(10000);
+    for (auto& p : around) p = between(inner, outer);
+    const node_detector detector(as_matrix(nodes));
+    const auto ask = [&detector](const std::vector<place>& places, stopwatch& watch) {
+        unsigned sum = 0;
+        watch.start();
+        for (const place& p : places) sum += detector.find_closest(p);
+        watch.stop();
+        benchmark::DoNotOptimize(sum);
+    };
+    measure(state, static_cast<double>(around.size()),
+            {{"within", [&](stopwatch& watch) { ask(within, watch); }}},
+            [&](stopwatch& watch) { ask(around, watch); });
+}
+
 void few_runs(benchmark::internal::Benchmark* b) {
     b->Iterations(5)->UseManualTime()->Unit(benchmark::kMillisecond);
 }
@@ -259,6 +286,9 @@ BENCHMARK_CAPTURE(detector_close, uniform_random, false, false)->Apply(few_runs)
 BENCHMARK_CAPTURE(detector_close, uniform_in_order, false, true)->Apply(few_runs);
 BENCHMARK_CAPTURE(detector_close, clustered_random, true, false)->Apply(few_runs);
 BENCHMARK_CAPTURE(detector_close, clustered_in_order, true, true)->Apply(few_runs);
+BENCHMARK_CAPTURE(detector_around, hole, 0, 0.38)->Apply(few_runs);
+BENCHMARK_CAPTURE(detector_around, outside, 1.1, 3)->Apply(few_runs);
+BENCHMARK_CAPTURE(detector_around, far_outside, 1e5, 1e6)->Apply(few_runs);
 BENCHMARK_CAPTURE(detector_build, uniform, false)->Apply(few_runs);
 BENCHMARK_CAPTURE(detector_build, clustered, true)->Apply(few_runs);
 

@@ -44,7 +44,8 @@ bool curve_order::sort(const node_grid& grid, const points_view<2>& pos,
     unsigned sum = 0;
     for (std::size_t c = 0; c <= cells; ++c) sum += std::exchange(begin[c], sum);
     for_each_with_lookahead(
-        n, [=](std::size_t i) { return sorted + begin[at[i]]; },
+        n, [=](std::size_t i) { return begin + at[i]; },
+        [=](std::size_t i) { return sorted + begin[at[i]]; },
         [=](std::size_t i) { sorted[begin[at[i]]++] = ids[i]; });
     // Each begin has moved to the end of its run, which is where the next one begins.
     std::copy_backward(begin, begin + cells, begin + cells + 1);

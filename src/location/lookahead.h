@@ -9,12 +9,23 @@
 
 namespace zel::tessel2d {
 
+constexpr std::size_t lookahead = 24; // more than the loads that a processor keeps on their way
+
 /// Calls work(i) for each i below n, and prefetches address(i) 24 items before.
 template <class Address, class Work>
 void for_each_with_lookahead(std::size_t n, Address address, Work work) noexcept {
-    constexpr std::size_t ahead = 24; // more than the loads that a processor keeps on their way
     for (std::size_t i = 0; i < n; ++i) {
-        if (n - i > ahead) prefetch(address(i + ahead));
+        if (n - i > lookahead) prefetch(address(i + lookahead));
+        work(i);
+    }
+}
+
+/// The same where address(i) is itself read from memory: that is prefetched 48 items before.
+template <class Source, class Address, class Work>
+void for_each_with_lookahead(std::size_t n, Source source, Address address, Work work) noexcept {
+    for (std::size_t i = 0; i < n; ++i) {
+        if (n - i > 2 * lookahead) prefetch(source(i + 2 * lookahead));
+        if (n - i > lookahead) prefetch(address(i + lookahead));
         work(i);
     }
 }
