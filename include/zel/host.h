@@ -5,6 +5,7 @@
 /// library of their own, `zel::tessel2d_host`, which uses the other one and is unknown to it.
 #include "zel/host/adjacency.h"
 #include "zel/host/locator.h"
+#include "zel/host/messages.h"
 #include "zel/host/node_orders.h"
 #include "zel/host/outlines.h"
 #include "zel/host/views.h"
