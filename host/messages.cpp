@@ -19,7 +19,7 @@ struct row {
 };
 
 constexpr row table[] = {
-#include "messages_table.inc"
+#include "host/messages_table.inc"
 };
 
 const char* skip_blanks(const char* text) noexcept {
