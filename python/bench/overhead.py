@@ -13,6 +13,7 @@ import tessel2d as t
 pos = np.array([[0.0, 0, 0], [1, 0, 0], [1, 1, 0]])
 plane = pos[:, :2].copy()
 connect = np.array([[0, 1, 2]], np.uint32)
+connect64 = connect.astype(np.int64)
 
 calls: Dict[str, Callable[[], object]] = {
     "nothing": lambda: None,
@@ -23,7 +24,6 @@ calls: Dict[str, Callable[[], object]] = {
     "angles": lambda: t.angles(plane, connect),
     "area, integers of 64 bits": lambda: t.area(plane, connect64),
 }
-connect64 = connect.astype(np.int64)
 
 
 def microseconds(call: Callable[[], object], number: int = 20000) -> float:

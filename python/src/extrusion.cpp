@@ -8,6 +8,8 @@
 #include "call.h"
 #include "families.h"
 
+#include <string>
+
 namespace tessel2d_python {
 
 namespace {
@@ -76,9 +78,9 @@ py::tuple translated(sweep& s, const zel::vector_fixed<double, Dim>& T) {
     return strip(s);
 }
 
-py::tuple extrude_translate(const char* name, py::handle pos, py::handle edges, py::handle T,
+py::tuple extrude_translate(const std::string& name, py::handle pos, py::handle edges, py::handle T,
                             const py::tuple& how) {
-    sweep s = sweep_of(name, pos, edges, how);
+    sweep s = sweep_of(name.c_str(), pos, edges, how);
     if (dimension(T) == 2) return translated(s, vector<2>(T, "T"));
     return translated(s, vector<3>(T, "T"));
 }
@@ -104,9 +106,9 @@ py::tuple turned(sweep& s, const Center& C, const Turn& A) {
     return strip(s);
 }
 
-py::tuple extrude_rotate(const char* name, py::handle pos, py::handle edges, py::handle center,
-                         py::handle angle, const py::tuple& how) {
-    sweep s = sweep_of(name, pos, edges, how);
+py::tuple extrude_rotate(const std::string& name, py::handle pos, py::handle edges,
+                         py::handle center, py::handle angle, const py::tuple& how) {
+    sweep s = sweep_of(name.c_str(), pos, edges, how);
     if (dimension(center) == 3)
         return turned(s, vector<3>(center, "center"), vector<3>(angle, "angle"));
     // In the plane a third row of nodes is dropped, in the memory where they are.
@@ -114,9 +116,10 @@ py::tuple extrude_rotate(const char* name, py::handle pos, py::handle edges, py:
     return turned(s, vector<2>(center, "center"), real(angle, "angle"));
 }
 
-py::tuple extrude_spiral(const char* name, py::handle pos, py::handle edges, py::handle center,
-                         py::handle angle, py::handle way, const py::tuple& how) {
-    sweep s = sweep_of(name, pos, edges, how);
+py::tuple extrude_spiral(const std::string& name, py::handle pos, py::handle edges,
+                         py::handle center, py::handle angle, py::handle way,
+                         const py::tuple& how) {
+    sweep s = sweep_of(name.c_str(), pos, edges, how);
     const auto C = vector<3>(center, "center");
     const auto A = vector<3>(angle, "angle");
     const auto T = vector<3>(way, "T");
@@ -170,9 +173,9 @@ py::tuple along_normals(sweep& s, double H) {
     return strip(s);
 }
 
-py::tuple extrude_normal(const char* name, py::handle pos, py::handle edges, py::handle by,
+py::tuple extrude_normal(const std::string& name, py::handle pos, py::handle edges, py::handle by,
                          const py::tuple& how) {
-    sweep s = sweep_of(name, pos, edges, how);
+    sweep s = sweep_of(name.c_str(), pos, edges, how);
     return dimensions(by) == 0 ? along_normals(s, real(by, "by")) : along_vectors(s, by);
 }
 

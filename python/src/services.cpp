@@ -9,6 +9,8 @@
 #include "zel/tessel.h"
 #include "zel/tessel2d/version.h"
 
+#include <string>
+
 namespace tessel2d_python {
 
 namespace {
@@ -36,10 +38,11 @@ py::tuple build_adjacency(py::handle connect_, py::handle nodes_) {
 }
 
 /// Both tables, as given or built, for the layer of Python.
-py::tuple adjacency(const char* function, py::handle connect_, py::handle nodes_,
+py::tuple adjacency(const std::string& function, py::handle connect_, py::handle nodes_,
                     py::handle neighbors_, py::handle ancestors_) {
     const auto connect = numbers(connect_, "connect");
-    adjacent a = adjacency_of(function, connect, count(nodes_, "nodes"), neighbors_, ancestors_, 2);
+    adjacent a =
+        adjacency_of(function.c_str(), connect, count(nodes_, "nodes"), neighbors_, ancestors_, 2);
     const auto back = [](const py::object& given, const auto& built) {
         return given ? given : py::object(built());
     };
@@ -49,17 +52,20 @@ py::tuple adjacency(const char* function, py::handle connect_, py::handle nodes_
 }
 
 /// The array as one of float64 in one or two dimensions.
-py::array as_field(py::handle given, const char* name) {
-    return dimensions(given) == 1 ? real_list(given, name).array : reals(given, name).array;
+py::array as_field(py::handle given, const std::string& name) {
+    return dimensions(given) == 1 ? real_list(given, name.c_str()).array
+                                  : reals(given, name.c_str()).array;
 }
 
-void test_columns(const char* function, py::array given, py::ssize_t columns, int argument,
-                  const char* name) {
-    if (given.ndim() != 2 || given.shape(1) != columns) raise_for(function, argument, name);
+void test_columns(const std::string& function, py::array given, py::ssize_t columns, int argument,
+                  const std::string& name) {
+    if (given.ndim() != 2 || given.shape(1) != columns)
+        raise_for(function.c_str(), argument, name.c_str());
 }
-void test_length(const char* function, py::array given, py::ssize_t length, int argument,
-                 const char* name) {
-    if (given.shape(0) != length) raise_for(function, argument, name);
+void test_length(const std::string& function, py::array given, py::ssize_t length, int argument,
+                 const std::string& name) {
+    if (given.ndim() == 0 || given.shape(0) != length)
+        raise_for(function.c_str(), argument, name.c_str());
 }
 
 } // namespace
@@ -68,9 +74,11 @@ void add_services(py::module_& m) {
     m.def("version", &zel::tessel2d::version);
     m.def("merge", &merge);
     m.def("adjacency", &adjacency);
-    m.def("as_reals", [](py::handle given, const char* name) { return reals(given, name).array; });
-    m.def("as_numbers", [](py::handle given, const char* name) {
-        return numbers(given, name).array.attr("view")("uint32");
+    m.def("as_reals", [](py::handle given, const std::string& name) {
+        return reals(given, name.c_str()).array;
+    });
+    m.def("as_numbers", [](py::handle given, const std::string& name) {
+        return numbers(given, name.c_str()).array.attr("view")("uint32");
     });
     m.def("as_field", &as_field);
     m.def("test_columns", &test_columns);
