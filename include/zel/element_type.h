@@ -9,14 +9,14 @@ namespace zel {
 
 /// Kinds of mesh elements. Node order within a column of a connectivity, corners first:
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///     T3                 T6                  Q4               Q8 (Q9: node 8 at the centre)
 ///          2                  2              3-------2          3---6---2
 ///         / \                / \             |       |          |       |
 ///        /   \              4   3            |       |          7  (8)  5
 ///       /     \            /     \           |       |          |       |
 ///      0-------1          0---5---1          0-------1          0---4---1
-/// @endverbatim
+/// @endcode
 ///
 /// In a T6 node 3 lies opposite corner 0, node 4 opposite corner 1, node 5 opposite corner 2. The
 /// generators number corners anticlockwise. In a 4-row matrix a column with 0xFFFFFFFF in row 3 is a

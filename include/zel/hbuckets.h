@@ -94,11 +94,11 @@ struct __hbuckets_node_type {
 ///
 /// `Value` is one of
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///     std::pair<elfes::edge2, unsigned>          map from edge to node number
 ///     std::pair<unsigned, unsigned long long>    map from number to position
 ///     elfes::edge2, unsigned                     set of edges, set of numbers
-/// @endverbatim
+/// @endcode
 ///
 /// A table answers null or false when memory is exhausted, or when a chain would have to span 2^31
 /// slots, and stays usable with what it held. It belongs to one call and is not copied.

@@ -275,11 +275,13 @@ void vector_num<T, Align>::__drop() noexcept {
     shift = 0;
 }
 
+/// @cond
 template <>
 ZEL_TESSEL2D_API __lasting_block<vector_num<unsigned, 8>>
     __no_block<vector_num<unsigned, 8>>::value;
 template <>
 ZEL_TESSEL2D_API __lasting_block<vector_num<double, 8>> __no_block<vector_num<double, 8>>::value;
+/// @endcond
 
 extern template class vector_num<unsigned, 8>;
 extern template class vector_num<double, 8>;

@@ -9,14 +9,14 @@
 /// Raised elements have their nodes in this order: corners, then the `a` nodes of each edge, then those
 /// inside. A triangle numbers its edges by the opposite corner, a quadrilateral by the first corner:
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///     T6 (T7: node 6 at the centre)       Q8 (Q9: node 8 at the centre)       T, a = 2
 ///            2                                  3---6---2                          2
 ///           / \                                 |       |                         5 4
 ///          4   3                                7  (8)  5                        6   3
 ///         /     \                               |       |                       0-7-8-1
 ///        0---5---1                              0---4---1
-/// @endverbatim
+/// @endcode
 ///
 /// In a 4-row matrix a column with 0xFFFFFFFF in row 3 is a triangle; in an 8- or 9-row matrix row 6
 /// marks a T6 in the same way. Views with a leading dimension larger than their rows are fine
@@ -163,7 +163,7 @@ ZEL_TESSEL2D_API int convert_into_high_order(dense2D<double>& pos,
 
 /// Cuts quadratic elements into four linear ones each, on the nodes that they have.
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///            2                     3---6---2
 ///           / \                    |   |   |
 ///          4---3                   7---8---5
@@ -172,7 +172,7 @@ ZEL_TESSEL2D_API int convert_into_high_order(dense2D<double>& pos,
 ///
 ///     T6: (0,5,4) (1,3,5) (2,4,3) (3,4,5)
 ///     Q9: (0,4,8,7) (1,5,8,4) (2,6,8,5) (3,7,8,6)
-/// @endverbatim
+/// @endcode
 ///
 /// Pieces turn as their element does and start at its corner, but for the middle one of a triangle.
 ///
@@ -197,7 +197,7 @@ ZEL_TESSEL2D_API int split_into_linear(const dense2D<unsigned>& connect_in,
 /// Makes an all-quadrilateral mesh of any linear one: each quadrilateral is cut into four, each triangle
 /// into three, on a new node on each edge and one in each element.
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///            2                     3---6---2
 ///           / \                    |   |   |
 ///          4-6-3                   7---8---5
@@ -206,7 +206,7 @@ ZEL_TESSEL2D_API int split_into_linear(const dense2D<unsigned>& connect_in,
 ///
 ///     triangle:      (0,5,6,4) (1,3,6,5) (2,4,6,3)
 ///     quadrilateral: (0,4,8,7) (1,5,8,4) (2,6,8,5) (3,7,8,6)
-/// @endverbatim
+/// @endcode
 ///
 /// @param[in,out] pos  2 x N or 3 x N coordinates. Grows as by `convert_into_high_order` with a, b, c = 1.
 /// @param connect_in   3 x E or 4 x E node numbers below N.
@@ -286,7 +286,7 @@ ZEL_TESSEL2D_API int split_Q4_into_T3(const dense2D<double>& pos,
 ///
 /// Those that are not kept are cut along one of the diagonals of the form above, by the higher score:
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///     criterion   score of a diagonal
 ///     1           smaller shape quality of its triangles
 ///     2           smaller angle quality: largest angle in units of 90 degrees, v or 2 - v if v > 1
@@ -295,7 +295,7 @@ ZEL_TESSEL2D_API int split_Q4_into_T3(const dense2D<double>& pos,
 ///     5           in space, minus the angle between the normals of the triangles
 ///     6           in space, minus that angle times the length of the diagonal
 ///     else        none: always q0-q2, as with 5 and 6 in the plane
-/// @endverbatim
+/// @endcode
 ///
 /// With 5 and 6 a score above -1e-6 means coplanar triangles, and criterion 1 takes its place.
 ///

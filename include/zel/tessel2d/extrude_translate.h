@@ -9,13 +9,13 @@ namespace zel::tessel2d {
 /// Sweeps a profile of edges along a straight vector into quadrilaterals, with layers sized from h0 to
 /// h1.
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///      +-----+---+--+
 ///      |     |   |  |
 ///      |     |   |  |
 ///      +-----+---+--+
 ///        h0   -T->  h1
-/// @endverbatim
+/// @endcode
 ///
 /// Sizes run from `h0` at the profile to `h1` at the far end in a geometric progression. With L = |T| the
 /// number of layers N is L*ln(h1/h0)/(h1 - h0), or L/h for equal sizes, rounded up or down at the

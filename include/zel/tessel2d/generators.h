@@ -9,13 +9,13 @@ namespace zel::tessel2d {
 
 /// Fills a four-sided patch with a structured grid of quadrilaterals.
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///            top
 ///        C3------C2
 ///   left |  i ->  | right
 ///        C0------C1
 ///          bottom
-/// @endverbatim
+/// @endcode
 ///
 /// The closed loop runs bottom, right, top, left. `n` cells lie along right and left; the loop's length
 /// fixes the count m along bottom and top: m = (size - 1)/2 - n. Interior nodes are the bilinearly blended
@@ -23,10 +23,10 @@ namespace zel::tessel2d {
 /// counterclockwise loop gives counterclockwise elements. With B the loop, u = i/m and v = j/n, node
 /// (i, j) is this sum, formed in this order:
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///   (1 - v)*B[i] + u*B[m+j] + v*B[2m+n-i] + (1 - u)*B[2(m+n)-j] +
 ///   (v - 1)(1 - u)*C0 + (v - 1)u*C1 - v u*C2 + (u - 1)v*C3
-/// @endverbatim
+/// @endcode
 ///
 /// Nodes that coincide or are not finite need no care: the formula is evaluated as it stands.
 ///
@@ -58,12 +58,12 @@ ZEL_TESSEL2D_API int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned
 /// Fills a four-sided patch with a structured grid of triangles: the grid of `mesh_struct_Q4`, each
 /// cell (a, b, c, d) cut along a diagonal.
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///     pattern 0: d---c   pattern 1: d---c   pattern 2: pattern 1 where i + j is even,
 ///                |\  |              |  /|              pattern 0 where it is odd,
 ///                | \ |              | / |              like a chess board
 ///                a---b              a---b
-/// @endverbatim
+/// @endcode
 ///
 /// @param[in,out] pos   2 x N or 3 x N coordinates, one node per column. Grows by (m-1)*(n-1)
 ///                      interior nodes behind the present ones, i outer and j inner. Present columns

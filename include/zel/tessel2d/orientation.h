@@ -12,13 +12,13 @@
 /// k of element e, or 0xFFFFFFFF. Edge k of a triangle lies opposite corner k, edge k of a
 /// quadrilateral runs from corner k to the next one:
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///          2                3---2---2
 ///         / \               |       |
 ///        1   0              3       1
 ///       /     \             |       |
 ///      0---2---1            0---0---1
-/// @endverbatim
+/// @endcode
 ///
 /// Row 3 of a triangle in a mixed mesh is 0xFFFFFFFF. Views with a leading dimension larger than
 /// their rows are fine everywhere.
@@ -26,11 +26,11 @@ namespace zel::tessel2d {
 
 /// Turns all elements over: nodes 0 and 2 of each column change places.
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///         2            0            3---2           3---0
 ///        / \    ->    / \           |   |    ->     |   |
 ///       0---1        2---1          0---1           2---1
-/// @endverbatim
+/// @endcode
 ///
 /// @param[in,out] connect  3 x E or 4 x E node numbers, triangles and quadrilaterals in any mix. A
 ///                         matrix with more rows is treated in the same way, which leaves the mid-side
@@ -124,12 +124,12 @@ ZEL_TESSEL2D_API int mesh_reorient(dense2D<unsigned>& connect, dense2D<unsigned>
 
 /// Turns quadrilaterals with a collapsed edge into triangles, in place.
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///       3                      (a, a, c, d)  becomes  (a, c, d, -)
 ///       | \          2         (a, b, b, d)  becomes  (a, b, d, -)
 ///       |  \   ->    | \       (a, b, c, c)  becomes  (a, b, c, -)
 ///       0===1--2     0---1     (a, b, c, a)  becomes  (a, b, c, -)
-/// @endverbatim
+/// @endcode
 ///
 /// Here - stands for 0xFFFFFFFF. The first line that fits is applied, so that four equal nodes become
 /// (a, a, a, -).
@@ -153,13 +153,13 @@ ZEL_TESSEL2D_API int convert_degenerated_Q4(dense2D<unsigned>& connect);
 /// 5 of its column; the mid-side node of the collapsed edge and the centre are dropped, and the other
 /// rows take 0xFFFFFFFF.
 ///
-/// @verbatim
+/// @code{.unparsed}
 ///     collapsed edge   corners      mid-side nodes, by the rows that held them
 ///     0-1              n0, n2, n3   6, 7, 5
 ///     1-2              n0, n1, n3   6, 7, 4
 ///     2-3              n0, n1, n2   5, 7, 4
 ///     3-0              n0, n1, n2   5, 6, 4
-/// @endverbatim
+/// @endcode
 ///
 /// @param[in,out] connect  4 x E, 8 x E or 9 x E node numbers. Columns that hold 0xFFFFFFFF in any row
 ///                         are left alone.
