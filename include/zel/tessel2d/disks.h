@@ -12,8 +12,8 @@ namespace zel::tessel2d {
 /// @code{.unparsed}
 ///     S-.__
 ///     |    Q
-///     B---M \
-///     |   |  \
+///     B---M \    each line
+///     |   |  \   has n cells
 ///     O---A---P
 /// @endcode
 ///

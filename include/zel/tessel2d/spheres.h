@@ -12,9 +12,9 @@ namespace zel::tessel2d {
 ///
 /// @code{.unparsed}
 ///             Z
-///           /   \
+///           /   \       each arc
 ///        XZ-.   .-YZ
-///        /   'C'   \
+///        /   'C'   \    has n cells
 ///       X-----XY----Y
 /// @endcode
 ///
