@@ -146,7 +146,7 @@ template <class T>
 void dense2D<T>::__move_columns(std::size_t nrows, std::size_t ncols,
                                 std::size_t leading) noexcept {
     const std::size_t bytes = nrows * sizeof(T);
-    if (bytes == 0) return;
+    if (bytes == 0) return; // mutation (0 -> 1): an element has more than one byte
     if (leading > ld) {
         for (std::size_t j = ncols; j-- > 1;)
             std::memmove(data() + j * leading, data() + j * ld, bytes);

@@ -68,6 +68,7 @@ struct element_counts {
 void put_given(const dense2D<unsigned>& edges, edge_table& table) noexcept {
     const auto given = columns_of(edges);
     for (std::size_t j = 0; j < edges.cols; ++j) {
+        // mutation (2 -> 1, 2 -> 3): the next line writes the number that counts
         const edge_entry entry = table.insert({given[j][0], given[j][1]}, given[j][2]);
         if (entry.first) *entry.first = given[j][2];
     }
@@ -135,6 +136,7 @@ struct edge_numbering {
 
 private:
     // Long enough for the memory to arrive, short enough for it to stay in the cache until then.
+    // mutation: speed only
     static constexpr std::size_t look_ahead = 8;
 
     [[gnu::always_inline]] void prefetch_buckets(std::size_t e) const noexcept {
@@ -181,6 +183,7 @@ bool number_edges(const dense2D<unsigned>& connect, const dense2D<unsigned>& edg
     edge_numbering<Shape> walk{columns_of(connect), connect.cols, order.edge_nodes, table};
     bool complete = true;
     std::size_t most_on_edges, most;
+    // mutation (4 -> 5): an upper bound, which decides when the columns are made
     const bool enough_numbers = checked_multiply(3 * counts.triangles + 4 * counts.quads,
                                                  order.edge_nodes, most_on_edges) &&
                                 checked_add(most_on_edges, nodes.total, most) && most <= most_nodes;

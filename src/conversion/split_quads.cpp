@@ -216,6 +216,7 @@ ZEL_FOUR_LANES std::size_t find_starts_by_four(const points_view<Dim>& pos, cons
 }
 
 /// Elements that are judged before any of them is cut.
+// mutation: speed only
 constexpr std::size_t cut_run = 64;
 
 /// Calls `use(cell, start)` for each of `count` columns, where `start` is the corner from which it is cut.

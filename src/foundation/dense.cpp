@@ -71,6 +71,7 @@ bool push_back_column(const unsigned* ids, std::size_t height, dense2D<unsigned>
     std::copy_n(ids, height, column); // `ids` may lie in the block that grows
     if (!dst.empty() && dst.rows != height) return false;
     const std::size_t m = dst.cols;
+    // mutation (1 -> 2): twice the capacity is what is asked for anyway
     if (m == dst.column_capacity()) dst.reserve(height, std::max<std::size_t>(2 * m, 4), 1);
     if (!dst.resize(height, m + 1)) return false;
     std::copy_n(column, height, dst[m]);
@@ -92,6 +93,7 @@ unsigned max_index(const dense2D<unsigned>& m) noexcept {
     const bool in_one_run = m.contiguous();
     const std::size_t runs = in_one_run ? 1 : m.cols;
     const std::size_t length = in_one_run ? m.rows * m.cols : m.rows;
+    // mutation (0 -> 1): zero and one both answer zero
     unsigned largest = 0; // of the entries plus one, where 0xFFFFFFFF wraps to 0
     for (std::size_t j = 0; j < runs; ++j) {
         const unsigned* const entries = m[j];

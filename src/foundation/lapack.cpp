@@ -46,6 +46,7 @@ int dspev(char jobz, char uplo, long n, double* ap, double* w, double* z, long l
             const int fortran_n = static_cast<int>(n);
             const int fortran_ldz = static_cast<int>(ldz);
             int fortran_info = 0;
+            // mutation: the lengths of strings of one character, which nobody reads
             dspev_(&jobz, &uplo, &fortran_n, ap, w, z, &fortran_ldz, work, &fortran_info, 1, 1);
             info = fortran_info;
         } else {

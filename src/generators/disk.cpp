@@ -72,6 +72,7 @@ void place_arc(columns<double> points, const point<2>& center, double radius, st
 void disk_quarter_skeleton(dense2D<double>& pos, const point<2>& center, double radius,
                            std::size_t n, node_line (&lines)[9]) noexcept {
     const std::size_t c = pos.cols;
+    // mutation (2 -> 3): the next line gives the matrix its two rows, and what is filled is zero
     if (pos.empty()) grow_columns(pos, 2, c, 0.0);
     pos.resize(2, 2 * n + 5);
     const columns<double> points = columns_of(pos);
@@ -127,6 +128,7 @@ int mesh_disk(dense2D<double>& pos, const point<2>& center, double radius, unsig
         !scratch.reserve(quarter.nodes) ||
         !reserve_more(connect, Patches::rows(connect), 4 * elements) ||
         !reserve_more(boundary, 2, 4 * arc_edges) ||
+        // mutation (1 -> 2, 1 -> 0): twice nothing is nothing: the matrix is empty
         !quarter_connect.reserve(Patches::least_rows, elements, 1) ||
         !quarter_boundary.reserve(2, quarter.edges, 1)) {
         return status_memory;

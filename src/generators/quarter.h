@@ -49,7 +49,7 @@ struct quarter_counts {
 /// How the cells of a patch become elements, and the sphere on which the patch lies, if any.
 struct quad_patches {
     const ball* onto = nullptr;
-    static constexpr std::size_t elements_per_cell = 1;
+    static constexpr std::size_t elements_per_cell = 1; // mutation (1 -> 2): how much is reserved
     static constexpr std::size_t least_rows = 4;
 
     static bool fit(const dense2D<unsigned>& connect) noexcept { return takes_rows(connect, 4); }

@@ -167,11 +167,13 @@ int mesh_sphere(dense2D<double>& pos, const point<3>& center, double radius, uns
     dense2D<unsigned> octant_connect, hemisphere_connect, octant_boundary;
     dense1D<unsigned, 8> loop;
     tessel::copy_scratch scratch;
+    // mutation (1 -> 2 #2): twice nothing is nothing: the list is empty
     if (n > most_divisions || !loop.reserve(std::size_t{4} * n + 1, 1) ||
         !reserve_nodes(pos, 3, 8 * octant.nodes + circle_nodes) ||
         !scratch.reserve(4 * octant.nodes) || !reserve_more(connect, 4, 8 * elements) ||
         !circles.reserve(4 * arc_edges) ||
         !octant_connect.reserve(Patches::least_rows, elements, 1) ||
+        // mutation (2 -> 3): how much is reserved
         !octant_boundary.reserve(2, octant.edges, 1) ||
         !hemisphere_connect.reserve(Patches::least_rows, 4 * elements, 1)) {
         return status_memory;

@@ -171,6 +171,7 @@ void place_interior_nodes(const struct_patch& patch, const ball* onto,
 // grid. `columns` is what it writes per cell and `rows` the height of a column.
 struct quad_writer {
     static constexpr std::size_t columns = 1;
+    // mutation: tells whether cells may be copied with the layout of their neighbours
     static constexpr std::size_t rows = 4;
 
     static void write(unsigned* out, std::size_t, std::size_t, std::size_t, unsigned a, unsigned b,
@@ -277,6 +278,7 @@ int check_patch(const dense2D<double>& pos, const dense1D<unsigned, 8>& boundary
     if (s < 5) return -2;
     if (boundary[0] != boundary[s - 1]) return -2;
     if (!tessel::check_IDs(boundary, node_bound(pos))) return -2;
+    // mutation (> -> >=): the next line refuses it with the same status
     if (2 * n > s) return -3;
     if ((n + n1) * 2 != s - 1) return -3;
     return status_ok;

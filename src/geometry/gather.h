@@ -11,7 +11,7 @@
 namespace zel::tessel2d {
 
 /// Elements that are fetched in one go; their corners fit into the first cache.
-constexpr std::size_t gather_run = 64;
+constexpr std::size_t gather_run = 64; // mutation: speed only
 
 /// The corners of an element in a connectivity of so many rows; a triangle among quadrilaterals has its
 /// first once more as the fourth.

@@ -25,7 +25,7 @@ inline void tangent_frame(point<3>& u, point<3>& n, point<3>& w) noexcept {
         for (std::size_t i = 1; i < 3; ++i)
             if (std::abs(u[i]) < std::abs(u[least])) least = i;
         n = {0, 0, 0};
-        n[least] = 1;
+        n[least] = 1; // mutation (1 -> 2): only the direction counts
         w = cross(u, n);
     }
     make_unit<3>(w);

@@ -42,6 +42,7 @@ bool curve_order::sort(const node_grid& grid, const points_view<2>& pos,
     for_each_with_lookahead(
         n, [=](std::size_t i) { return begin + at[i]; }, [=](std::size_t i) { ++begin[at[i]]; });
     unsigned sum = 0;
+    // mutation (<= -> <): the last entry is written again below
     for (std::size_t c = 0; c <= cells; ++c) sum += std::exchange(begin[c], sum);
     for_each_with_lookahead(
         n, [=](std::size_t i) { return begin + at[i]; },

@@ -29,7 +29,7 @@ struct node_grid {
     static std::uint32_t cell_of(double x, double origin, double scale) noexcept {
         constexpr double last = 4294967295.0;
         const double w = (x - origin) * scale;
-        if (!(w >= 0)) return 0;
+        if (!(w >= 0)) return 0; // mutation (0 -> 1, >= -> >): what is below 1 is in cell 0 as well
         return w > last ? 0xFFFFFFFFu : static_cast<std::uint32_t>(w);
     }
     grid_point operator()(const point<2>& p) const noexcept {

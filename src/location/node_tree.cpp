@@ -316,7 +316,9 @@ bool node_tree::insert_below(std::size_t cell, unsigned depth, unsigned node) no
 bool node_tree::add_children(std::size_t cell) noexcept {
     const std::size_t first = cell_count;
     const std::size_t after = first + 4;
+    // mutation: a tree of so many cells takes 64 GB
     if (after > no_node) return false;
+    // mutation (8 -> 7, 8 -> 9, 2 -> 3): speed only
     if (after > cells.cols && !cells.resize(4, std::max<std::size_t>(2 * cells.cols, 8)))
         return false;
     unsigned* const words = cells.data();

@@ -58,6 +58,7 @@ int angles(const dense2D<double>& pos, const dense2D<unsigned>& connect, bool no
     min_angles.resize(elements); // every entry is written
     max_angles.resize(elements);
     const auto find = pos.rows == 2 ? (connect.rows == 3 ? find_angles<3, 2> : find_angles<4, 2>)
+                                    // mutation (3 -> 2 #2): undefined, found by the sanitizers
                                     : (connect.rows == 3 ? find_angles<3, 3> : find_angles<4, 3>);
     find(pos, connect, normalise, min_angles.data(), max_angles.data());
     return status_ok;

@@ -58,6 +58,7 @@ void add_double_areas(const dense2D<double>& pos, const dense2D<unsigned>& conne
 
 // Columns that are tested and measured in one go: the node numbers are still in the first cache
 // when they are read again.
+// mutation: speed only
 constexpr std::size_t run = 512;
 
 /// Tests the nodes of some elements and adds the doubled areas to `sum`. Returns false if a node does not

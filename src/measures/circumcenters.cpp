@@ -18,6 +18,7 @@ struct lane_triangles {
 
 /// Triangles whose corners are fetched before anything is computed with them, in groups of four: where the
 /// nodes are in no order, the processor waits for many of them at a time. They fit into the first cache.
+// mutation: speed only
 constexpr std::size_t fetched_groups = 16;
 
 /// Writes the centres of the first triangles, four by four; returns the first one that is left over.

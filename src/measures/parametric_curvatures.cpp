@@ -198,6 +198,7 @@ void start_nodes(const chart& c, std::size_t count) noexcept {
 void add_triangles(const chart& c, std::size_t count) noexcept {
     std::size_t e = 0;
     if (has_four_lanes()) {
+        // mutation (6 -> 5): the way for any layout gives the same bits, more slowly
         const bool tight = c.points.ld == 2 && c.slopes.ld == 6 && c.cells.ld == 3;
         e = tight ? add_triangles_by_four<true>(c, e, count)
                   : add_triangles_by_four<false>(c, e, count);

@@ -151,7 +151,7 @@ inline bool cholesky_inverse(const tensor3& a, double (&u)[3][3], double& g) noe
     const double columns[3][3] = {{l11 * l22, 0, 0},
                                   {-l10 * l22, l00 * l22, 0},
                                   {l10 * l21 - l20 * l11, -l00 * l21, l00 * l11}};
-    for (int k = 0; k < 3; ++k)
+    for (int k = 0; k < 3; ++k) // mutation (3 -> 4, < -> <=): runs behind arrays on the stack
         for (int i = 0; i < 3; ++i) u[k][i] = columns[k][i];
     return true;
 }

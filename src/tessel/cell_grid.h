@@ -38,7 +38,7 @@ struct cell_grid {
         if (std::isfinite(given)) std::frexp(given, &exponent);
         const int scale = bits - exponent;
         constexpr int half = 600;
-        if (scale <= 0) {
+        if (scale <= 0) { // mutation (<= -> <): at zero both ways scale by one
             shrink = std::ldexp(1.0, scale);
         } else {
             enlarge = std::ldexp(1.0, std::min(scale, half));

@@ -101,6 +101,7 @@ bool run_of_columns_passes(const unsigned* first, std::size_t ld, std::size_t n,
         const unsigned* const column = first + j * (Leading == 0 ? ld : Leading);
         bad0 |= r.broken_by(column[0]);
         if constexpr (Rows > 2) bad1 |= r.broken_by(column[1]);
+        // mutation (3 -> 2): of three rows the third is the last one, under the same rule
         if constexpr (Rows > 3) bad2 |= r.broken_by(column[2]);
         bad_last |= last.broken_by(column[Rows - 1]);
     }

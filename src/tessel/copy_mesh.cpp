@@ -110,6 +110,7 @@ int append_copies(dense2D<double>& pos, dense2D<unsigned>& connect, const point<
         const double multiple = static_cast<double>(k);
         const std::size_t first_new = first_node + (k - 1) * used.count;
         point<Dim> way;
+        // mutation (< -> <=): runs behind arrays on the stack
         for (std::size_t i = 0; i < Dim; ++i) way[i] = multiple * translation[i];
         copy_nodes<Dim>(pos, used, turns(multiple), center, way, first_new);
         copy_elements(source, used, first_new,

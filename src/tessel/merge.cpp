@@ -28,6 +28,7 @@ using namespace tessel2d;
 
 namespace {
 
+// mutation: speed only
 constexpr int coarse = -6; // a tolerance is 2^-7 to 2^-6 cells: few nodes are near a border
 constexpr int fine = -1;
 
@@ -75,8 +76,11 @@ unsigned key_of(std::uint64_t hash) noexcept {
 /// The entries, key and node, of all buckets. A bucket is a chain of chunks, so that nobody has to count
 /// its entries first; they stand in ascending order of the nodes.
 struct node_buckets {
+    // mutation: speed only
     static constexpr unsigned most_bits = 11;
-    static constexpr std::size_t aim = 8192;  // entries in a bucket
+    // mutation: speed only
+    static constexpr std::size_t aim = 8192; // entries in a bucket
+    // mutation: speed only
     static constexpr std::size_t chunk = 256; // entries
 
     unsigned bits = 0;
@@ -219,6 +223,7 @@ std::size_t pick_members(const node_buckets& buckets, std::size_t b, std::size_t
                          bucket_scratch& scratch) noexcept {
     const unsigned bits = power_of_two(8 * count, 31 - buckets.bits);
     unsigned char* const company = scratch.company;
+    // mutation (1 -> 2): clears more of the scratch memory, which is written before it is read
     std::fill_n(company, std::size_t{1} << bits, static_cast<unsigned char>(0));
     const auto slot = [bits, skip = buckets.bits](unsigned key) {
         return key << skip >> (32 - bits);
@@ -295,6 +300,7 @@ void fuse_group(unsigned first, columns<const double> points, const closeness<Di
 template <int Dim>
 void fuse_groups(std::size_t groups, columns<const double> points, const closeness<Dim>& close,
                  bucket_scratch& scratch, fusion_result& result) noexcept {
+    // mutation: speed only
     constexpr unsigned small = 16;
     constexpr std::size_t ahead = 8;
     for (std::size_t g = 0; g < groups; ++g) {

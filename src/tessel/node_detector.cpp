@@ -247,6 +247,7 @@ private:
             away[i] = difference<Measure>(p[i], std::clamp(p[i], b.low[i], b.high[i]));
         if (beyond(away[0], away[1])) return;
         const node_run halves[2] = {{run.first, b.first_begin}, {b.first_begin, run.last}};
+        // mutation (>= -> >): which half comes first for a point at the cut
         const std::size_t near = p[b.cut_axis] >= b.cut_place ? 1 : 0;
         visit(halves[near], b.first_child + near);
         if (beyond(difference<Measure>(p[b.cut_axis], b.cut_place), 0)) return;
@@ -367,6 +368,7 @@ node_run descend(const node_index& index, const vector_fixed<double, 2>& p) noex
         if (b.is_grid()) {
             const std::size_t cell = b.cell_at(p.begin());
             const unsigned* const begins = index.numbers.data() + b.first_begin + cell;
+            // mutation (0 -> 1): an empty run is followed by a search for the nearest node
             run = {begins[0], begins[1]};
             if (run.crowded()) number = index.numbers[b.first_child + cell];
         } else if (b.is_point()) {

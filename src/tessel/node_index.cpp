@@ -11,6 +11,7 @@ using namespace tessel2d;
 
 namespace {
 
+// mutation: speed only
 constexpr double nodes_per_cell = 2.5; // of a grid over even nodes
 constexpr std::size_t few_cells = 16;  // a grid has as many at least, even if they are mostly empty
 
@@ -46,6 +47,7 @@ bool lay_grid(branch& b, std::size_t count) noexcept {
     for (std::size_t i = 0; i < 2; ++i) {
         const double extent = b.high[i] - b.low[i];
         b.per_length[i] = extent > 0 ? cells[i] / extent : 1;
+        // mutation (< -> >=): without grids the nodes are cut into halves
         if (!(b.per_length[i] > 1e-290 && b.per_length[i] < 1e290)) return false;
     }
     b.cells[0] = static_cast<unsigned>(cells[0]);

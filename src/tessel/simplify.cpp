@@ -66,6 +66,7 @@ std::size_t end_of(const dense2D<unsigned>& m) noexcept {
     return m.start + (m.cols - 1) * m.ld + m.rows;
 }
 bool overlap(const dense2D<unsigned>& a, const dense2D<unsigned>& b) noexcept {
+    // mutation (&& -> ||): asks whether the slower way is needed, which asks each entry again
     return a.storage == b.storage && !a.empty() && !b.empty() && begin_of(a) < end_of(b) &&
            begin_of(b) < end_of(a);
 }

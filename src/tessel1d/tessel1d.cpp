@@ -69,6 +69,7 @@ int mesh_straight(dense2D<double>& pos, unsigned node0, unsigned node1, unsigned
     place_line(columns_of(pos), pos.rows, node0, node1, n, first_new);
     unsigned* const list = indices.data() + first_entry;
     list[0] = node0;
+    // mutation (< -> <=): the last entry is written by the next line
     for (unsigned k = 1; k < n; ++k) list[k] = static_cast<unsigned>(first_new + k - 1);
     list[n] = node1;
     return status_ok;
