@@ -5,10 +5,10 @@
 // 1. Sweep over all pairs p < q; turn the plane (p, q) so that the entry at (p, q) vanishes.
 // 2. Stop when all entries beside the diagonal are zero, or after 60 sweeps.
 // 3. Sort by eigenvalue. The signs of vectors are those that the turns give.
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <numeric>
-#include <algorithm>
 #include <vector>
 
 namespace {
@@ -50,11 +50,11 @@ bool counts(matrix& a, std::size_t p, std::size_t q) {
 
 } // namespace
 
-extern "C" void dspev_(const char* jobz, const char* uplo, const int* n, double* ap, double* w, double* z,
-                       const int* ldz, double*, int* info, std::size_t, std::size_t);
+extern "C" void dspev_(const char* jobz, const char* uplo, const int* n, double* ap, double* w,
+                       double* z, const int* ldz, double*, int* info, std::size_t, std::size_t);
 
-extern "C" void dspev_(const char* jobz, const char* uplo, const int* n, double* ap, double* w, double* z,
-                       const int* ldz, double*, int* info, std::size_t, std::size_t) {
+extern "C" void dspev_(const char* jobz, const char* uplo, const int* n, double* ap, double* w,
+                       double* z, const int* ldz, double*, int* info, std::size_t, std::size_t) {
     const auto order = static_cast<std::size_t>(*n);
     const bool upper = *uplo == 'U' || *uplo == 'u';
     matrix a(order), vectors(order);
