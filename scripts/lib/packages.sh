@@ -10,10 +10,12 @@
 # shellcheck disable=SC2034 # for the scripts that source this
 {
     build_packages=(g++ cmake ninja-build liblapack-dev)
-    test_packages=(libgtest-dev libgmock-dev pkg-config python3 gdb libvtk9-dev libgmsh-dev libeigen3-dev)
+    test_packages=(libgtest-dev libgmock-dev pkg-config python3 gdb libeigen3-dev)
     python_packages=(pybind11-dev python3-dev python3-numpy python3-pytest python3-hypothesis
         python3-meshio python3-h5py python3-matplotlib mypy python3-pip python3-venv
         python3-setuptools python3-wheel)
+    # Hundreds of packages, for one program of tests that compares node orders with theirs.
+    format_packages=(libvtk9-dev libgmsh-dev)
     bench_packages=(libbenchmark-dev)
     manual_packages=(doxygen python3-sphinx python3-breathe python3-myst-parser furo npm)
 }
