@@ -3,7 +3,7 @@
 // Statuses of the library as exceptions.
 #include "call.h"
 
-#include "sentences.h"
+#include "zel/host/messages.h"
 
 #include <string>
 
@@ -14,7 +14,7 @@ namespace {
 constexpr int out_of_memory = -199;
 
 [[noreturn]] void raise_named(const char* function, int status, const char* argument) {
-    const std::string sentence = sentence_of(function, status);
+    const std::string sentence = zel::host::explain(function, status);
     if (status == out_of_memory) {
         PyErr_SetString(PyExc_MemoryError, (std::string(function) + ": " + sentence).c_str());
         throw py::error_already_set();

@@ -17,7 +17,8 @@ class Error(ValueError):
     """An argument that a function refuses.
 
     ``function`` is its name, ``status`` the negative number that the library returned, ``argument`` the
-    name of the argument, or None where it is not a single one, and ``sentence`` what is wrong with it.
+    name of the argument, or None where it is not a single one, and ``sentence`` what is wrong with it, as
+    the header of the library says it. There nodes and elements are columns, so its rows are our columns.
     """
 
     def __init__(
@@ -31,7 +32,7 @@ class Error(ValueError):
 
     def __str__(self) -> str:
         where = f"{self.function}, {self.argument}" if self.argument else self.function
-        return f"{where}: {self.sentence} (status {self.status})"
+        return f"{where}: {self.sentence.rstrip('.')} (status {self.status})"
 
 
 class CopyWarning(UserWarning):
