@@ -9,3 +9,4 @@
 #include "zel/host/node_orders.h"
 #include "zel/host/outlines.h"
 #include "zel/host/views.h"
+#include "zel/host/volume.h"
