@@ -1,5 +1,13 @@
-# Install rules: both libraries, the public headers below one include root of the package's own, and
-# the files by which CMake and pkg-config find them.
+# Install rules: the libraries, the public headers below one include root of the package's own, the files by
+# which CMake and pkg-config find them, and what there is to read. All of it, or by component:
+#
+#     runtime      what programs need that are linked with the shared library
+#     development  headers, archives, CMake and pkg-config
+#     host         the shared library of host tools
+#     python       the Python package, if it is built
+#     manual       the pages of build/manual if they are there, and the texts of docs/
+#
+# The target "uninstall" removes what the last installation from this build folder has put in place.
 
 include(CMakePackageConfigHelpers)
 
@@ -15,29 +23,31 @@ if(NOT ZEL_BUILD_HOST)
   list(APPEND zel_without REGEX "/zel/host(\\.h)?$" EXCLUDE)
 endif()
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/zel" DESTINATION "${zel_include_root}"
-        FILES_MATCHING PATTERN "*.h" ${zel_without})
+        COMPONENT development FILES_MATCHING PATTERN "*.h" ${zel_without})
 
 # -- libraries ------------------------------------------------------------------------------------
 
-# zel_install_library(<target> <export set>)
-function(zel_install_library library set)
+# zel_install_library(<target> <export set> <component of the shared library>)
+function(zel_install_library library set component)
   install(
     TARGETS ${library}
     EXPORT tessel2d-${set}-targets
-    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${component}
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${component}
+                                                  NAMELINK_COMPONENT development
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development
     INCLUDES DESTINATION "${zel_include_root}")
-  install(EXPORT tessel2d-${set}-targets NAMESPACE zel:: DESTINATION "${zel_config_dir}")
+  install(EXPORT tessel2d-${set}-targets NAMESPACE zel:: DESTINATION "${zel_config_dir}"
+          COMPONENT development)
 endfunction()
 
 # An export set for each: who links the shared library must not be asked for LAPACK, and nobody for a
 # companion that he does not use.
-zel_install_library(zel_tessel2d shared)
-zel_install_library(zel_tessel2d_static static)
+zel_install_library(zel_tessel2d shared runtime)
+zel_install_library(zel_tessel2d_static static development)
 if(ZEL_BUILD_HOST)
-  zel_install_library(zel_tessel2d_host host)
-  zel_install_library(zel_tessel2d_host_static host-static)
+  zel_install_library(zel_tessel2d_host host host)
+  zel_install_library(zel_tessel2d_host_static host-static development)
 endif()
 
 # -- CMake ----------------------------------------------------------------------------------------
@@ -49,7 +59,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/tessel2d-config-version.
                                  COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/tessel2d-config.cmake"
               "${PROJECT_BINARY_DIR}/tessel2d-config-version.cmake"
-        DESTINATION "${zel_config_dir}")
+        DESTINATION "${zel_config_dir}" COMPONENT development)
 
 # -- gdb ------------------------------------------------------------------------------------------
 
@@ -103,10 +113,40 @@ string(STRIP "${zel_pc_libs_private}" zel_pc_libs_private)
 # zel_install_pc(<name>): from cmake/<name>.pc.in.
 function(zel_install_pc name)
   configure_file("${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
-  install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${zel_pc_dir}")
+  install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${zel_pc_dir}"
+          COMPONENT development)
 endfunction()
 
 zel_install_pc(zel-tessel2d)
 if(ZEL_BUILD_HOST)
   zel_install_pc(zel-tessel2d-host)
+endif()
+
+# -- Python ---------------------------------------------------------------------------------------
+
+if(TARGET zel_python_native)
+  set(ZEL_PYTHON_INSTALL_DIR "lib/python3/dist-packages"
+      CACHE STRING "Where the Python package is installed, relative to the prefix or absolute")
+  install(TARGETS zel_python_native LIBRARY DESTINATION "${ZEL_PYTHON_INSTALL_DIR}/tessel2d"
+                                            COMPONENT python)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/python/tessel2d" DESTINATION "${ZEL_PYTHON_INSTALL_DIR}"
+          COMPONENT python FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed")
+endif()
+
+# -- what there is to read ------------------------------------------------------------------------
+
+install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+              "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/NOTICE"
+        DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT manual)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT manual)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/build/manual/html" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+        COMPONENT manual OPTIONAL)
+
+# -- the way back ---------------------------------------------------------------------------------
+
+if(zel_top_level)
+  add_custom_target(
+    uninstall COMMAND "${CMAKE_COMMAND}" "-DZEL_BUILD_DIR=${PROJECT_BINARY_DIR}" -P
+                      "${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake"
+    COMMENT "Removing what has been installed" VERBATIM)
 endif()

@@ -17,6 +17,7 @@
     # Hundreds of packages, for one program of tests that compares node orders with theirs.
     format_packages=(libvtk9-dev libgmsh-dev)
     bench_packages=(libbenchmark-dev)
+    package_packages=(debhelper lintian autopkgtest fakeroot git)
     manual_packages=(doxygen python3-sphinx python3-breathe python3-myst-parser furo npm)
 }
 
