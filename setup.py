@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Builds the native module of the Python package by CMake, which needs pybind11 and LAPACK.
 
 TESSEL2D_BUILD may name a build directory that exists already; without it the module is built anew.

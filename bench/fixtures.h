@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Benchmarks with their references in one run: each iteration runs the references and the work in turn,

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // The hash tables alone, beside the standard library's.
 #include "fixtures.h"
 

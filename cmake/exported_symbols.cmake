@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # zel_restrict_exported_symbols(<target> <map>): a shared library that exports only the symbols that the
 # version script allows, a file below the root of the project, and leaves none undefined that its own dependencies do not provide.
 function(zel_restrict_exported_symbols target map)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # zel_own_code(<target>): how every target of ours is compiled: library, tests, benchmarks, examples.
 #
 # Results are reproducible to the bit. No multiplication and addition is fused behind our back, and

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Install rules: the libraries, the public headers below one include root of the package's own, the files by
 # which CMake and pkg-config find them, and what there is to read. All of it, or by component:
 #

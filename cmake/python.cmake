@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Looks for what the Python package needs: an interpreter with numpy, its headers, and pybind11. Sets
 # zel_python_found; with ZEL_BUILD_PYTHON=ON it is an error if something is missing.
 

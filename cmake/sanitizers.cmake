@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # ZEL_SANITIZE names the sanitizers our own code is built with: "address;undefined" or "thread".
 # A finding ends the program, so that a test fails.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Defaults that are ours to choose only when this is the project being built.
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Removes the files that the last installation from a build folder has put in place, of all components, and
 # the folders below them that are empty then.
 #

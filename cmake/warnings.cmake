@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Warnings of our own code. Headers of other libraries come in as system headers and are not judged.
 
 set(zel_warnings

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Host tools: neighbours, edges, boundary loops, components and orientation of a plate with a hole.
 #include "zel/host/adjacency.h"

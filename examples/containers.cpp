@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // The containers that carry a mesh: lists and matrices are views on shared storage.
 #include "zel/dense.h"
 #include "zel/tessel.h"

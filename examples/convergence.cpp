@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // How fast estimated curvatures approach those of the surface: a sphere, a cylinder, a torus and a
 // saddle, each on four meshes. Prints the tables of docs/curvatures.md.

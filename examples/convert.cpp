@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Conversion: raising and lowering the order of elements, cutting elements into linear ones.
 // Ends with status 1 if a result is not the expected one.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // The elements around a node, and curvatures of surfaces.
 // Ends with status 1 if a result is not the expected one.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // The demonstration: meshes generated, converted and measured, written as files that ParaView opens
 // (.vtu) and as pictures that a browser opens (.svg), in one folder with an index page.

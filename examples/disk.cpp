@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // A quarter of a disk and a whole disk, with the edges along their border.
 // Ends with status 1 if a result is not the expected one.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Host tools: meshes of higher order in the node order of a file format, and back.
 #include "zel/host/node_orders.h"

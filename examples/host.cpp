@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // A complete small program: it places nodes around the unit square, fills the square with triangles
 // and measures them. Prints

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Location and fields: the element that holds a point, and a field carried onto other points.
 // Ends with status 1 if a result is not the expected one.

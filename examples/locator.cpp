@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Host tools: which elements hold many points, and two fields carried onto them.
 #include "zel/host/locator.h"

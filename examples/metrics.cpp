@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Size fields: inside a patch from those of its outline, from the edges of a surface, and
 // carried onto nodes of no element.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Normals at nodes and elements of a small surface, and offsets along them.
 // Ends with status 1 if a result is not the expected one.

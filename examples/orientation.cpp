@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Orientation: turning elements over, making a surface agree with itself, collapsed quadrilaterals.
 // Ends with status 1 if a result is not the expected one.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Host tools: a quarter of a ring out of arcs and straight lines, raised along its curved sides, and twice.
 #include "zel/host/outlines.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Structured patches: the unit square in quadrilaterals and in the three patterns of triangles.
 // Ends with status 1 if a result is not the expected one.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Services for programs that host the library: joining and copying meshes, nearest nodes, size tensors,
 // line meshes, eigenvalues. Ends with status 1 if a result is not the expected one.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // An octant of a sphere, a whole sphere, and its great circles.
 // Ends with status 1 if a result is not the expected one.

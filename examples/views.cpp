@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Host tools: memory that a program has already, handed to the library without copies.
 #include "zel/host/views.h"

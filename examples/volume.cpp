@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Host tools: a sphere is turned outward by the sign of its volume.
 #include "zel/host/volume.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Elements with what lies beside them, as the host would hand them in: in order, in order but for a few

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The allocator of the fuzz drivers. It takes the place of the library's own: a call that asks for more

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Conversions the slow way: what the drivers compare with, one element at a time on lists that grow.
 #pragma once
 

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Calls a function of the library and checks what every function promises. A check that fails says what

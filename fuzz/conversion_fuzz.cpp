@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Conversion: order of elements, splitting, orientation and collapsed quadrilaterals.
 #include "fuzz/adjacency.h"
 #include "fuzz/by_hand.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Crowds: meshes so large that the library takes them in portions. A driver of its own, since an input takes
 // a hundred times as long as those of the others.
 #include "fuzz/checks.h"

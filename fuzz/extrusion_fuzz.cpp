@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 
 // All sweeps: which status comes back, what stays as it was, every number of the new elements, and where
 // the new nodes lie, from a plain calculation in extended precision.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Foundation: services for hosts, line meshes, containers and hash tables.
 #include "fuzz/checks.h"
 #include "fuzz/input.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Generators: structured patches with their metrics, disks and spheres.
 #include "fuzz/checks.h"
 #include "fuzz/input.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Fuzz driver of the host tools.
 #include "fuzz/adjacency.h"

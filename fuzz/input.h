@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Turns the bytes of an input into arguments. Coordinates are mostly 0 to 9 and there are few nodes, so

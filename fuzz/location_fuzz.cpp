@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Location: the element that holds a point, the node nearest to one, and fields that are carried onto nodes
 // without element.
 #include "fuzz/checks.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // The entry of every driver: one input of libFuzzer is one or a few calls of the library.
 #include "fuzz/allocator.h"
 #include "fuzz/checks.h"

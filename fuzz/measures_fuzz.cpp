@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Measures: areas, angles, circumcentres, the elements around a node and curvatures, beside plain
 // calculations in extended precision and searches by comparison.
 #include "fuzz/adjacency.h"

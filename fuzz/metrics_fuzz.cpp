@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Metrics: sizes and size tensors carried onto nodes without element, tensors between two, and the sizes of
 // a surface.
 #include "fuzz/checks.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Normals and offsets: statuses in their order, normals from a plain sum in extended precision, and every
 // node that an offset moves or copies.
 #include "fuzz/adjacency.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Neighbours and ancestors, edges, boundaries, components and orientation of a mesh, from its connectivity.
 #include "zel/host/adjacency.h"

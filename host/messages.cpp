@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Statuses in words: a table that scripts/make-messages takes from the comments of the headers.
 #include "zel/host/messages.h"
 

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Node orders of file formats: tables, found by coordinates, and columns permuted by them.
 //
 // The library numbers the edges of a triangle by the opposite corner, VTK and gmsh by the first one; so the

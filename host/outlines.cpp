@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Outlines: arcs, loops of four sides, edges of curved lines, and meshes put together.
 #include "zel/host/outlines.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Connectivities of 64-bit numbers: tested first, then copied number by number.
 #include "zel/host/views.h"
 

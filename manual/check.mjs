@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opens every page of the manual in a browser and proves that it works: no message on the console, no failed
 // request and none to another host, links and anchors that resolve, pictures that show something and say what,
 // a search that finds every function, surfaces that draw and turn, and no sideways scrolling when narrow.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """How Sphinx builds the manual. Nothing on a page asks another host for anything."""
 
 import os

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Writes the source of the manual: a page for each function, the gallery and the guides.
 
     make_pages.py <root> <doxygen xml> <gallery output> <where to>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the manual says of each function beside its header: family, one sentence, what one has, what next."""
 
 families = {

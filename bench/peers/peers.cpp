@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Runs the library and other libraries in turn on the same inputs, checks that both computed the same, and
 // prints a row of a table for each task and size.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The smallest corner angle of each element."""
 
 import tessel2d

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The area of a mesh, element by element and in all."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The circumcentres of triangles: the corners of the dual mesh."""
 
 import tessel2d

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Runs each program of the gallery and its twin in Python: both must print the same checksum.
 
     compare_twins.py <folder of the programs> <folder of the Python package>

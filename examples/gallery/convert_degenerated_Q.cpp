@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Quadratic quadrilaterals with a collapsed edge become quadratic triangles.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

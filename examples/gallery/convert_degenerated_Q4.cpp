@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Quadrilaterals with a collapsed edge become triangles.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Quadrilaterals with a collapsed edge become triangles."""
 
 import tessel2d

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Linear elements raised to any order: here two nodes on each edge and four in each quadrilateral.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Quadratic elements made linear: their mid-side nodes fall out.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Linear elements raised to quadratic ones, with nodes on edges and in centres.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A parallel surface: a copy moved along the normals of the original."""
 
 import tessel2d

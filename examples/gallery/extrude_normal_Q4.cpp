@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A boundary layer: a profile swept along its own normals into quadrilaterals.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

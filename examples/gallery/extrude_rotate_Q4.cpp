@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A profile swept around an axis in space into quadrilaterals: a vase.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

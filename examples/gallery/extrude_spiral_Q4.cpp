@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A profile swept along a screw into quadrilaterals.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

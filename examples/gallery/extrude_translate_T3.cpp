@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A profile swept along a vector into triangles, with layers that grow.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

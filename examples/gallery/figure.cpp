@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The picture and the checksum of a program of the gallery.
 #include "gallery/figure.h"
 

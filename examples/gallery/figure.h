@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the programs of the gallery share: one picture for each, and the digest of its results.
 #pragma once
 

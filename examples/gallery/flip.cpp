@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // All elements turned over: the order of their corners is reversed.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

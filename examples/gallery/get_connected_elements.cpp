@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The star of each node, in the order of a turn.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

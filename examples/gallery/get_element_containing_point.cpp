@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The element of a mesh that contains a point.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

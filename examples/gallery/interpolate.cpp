@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A field carried from one mesh onto another.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

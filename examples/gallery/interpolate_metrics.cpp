@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Size tensors carried onto nodes of no element.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A disk in quadrilaterals, without a pole."""
 
 import tessel2d

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A quarter of a disk in triangles."""
 
 import tessel2d

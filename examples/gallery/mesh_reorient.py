@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """One orientation for a whole surface."""
 
 import tessel2d

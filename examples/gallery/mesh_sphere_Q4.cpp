@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A sphere in quadrilaterals with two great circles.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

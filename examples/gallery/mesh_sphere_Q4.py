@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A sphere in quadrilaterals with two great circles."""
 
 import tessel2d

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An octant of a sphere in quadrilaterals.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """An octant of a sphere in quadrilaterals."""
 
 import tessel2d

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """An octant of a sphere in triangles."""
 
 import tessel2d

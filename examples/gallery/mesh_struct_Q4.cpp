@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A patch with bent sides, filled with a structured grid of quadrilaterals.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A patch with bent sides in each of the three patterns of triangles.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Size tensors derived from a surface of triangles.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sizes inside a patch, from the sizes at the nodes of its outline.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Unit normals at the nodes of a surface.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

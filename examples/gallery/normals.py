@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Unit normals at the nodes of a surface."""
 
 import tessel2d

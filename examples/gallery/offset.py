@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A surface moved along its own normals."""
 
 import tessel2d

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The second fundamental form of a surface that is known by its derivatives."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Principal curvatures of a surface from its triangles alone."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the programs of the gallery begin with: an outline, a profile, a grid and a hill; and their checksum."""
 
 import zlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Quadrilaterals cut along the diagonal that gives the better triangles."""
 
 import tessel2d

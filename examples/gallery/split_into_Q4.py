@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Any linear mesh made all-quadrilateral."""
 
 import tessel2d

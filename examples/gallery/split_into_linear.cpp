@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Quadratic elements cut into four linear ones each.
 #include "gallery/figure.h"
 #include "gallery/shapes.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Quadratic elements cut into four linear ones each."""
 
 import tessel2d

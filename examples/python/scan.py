@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads a scanned surface from an STL file, repairs its orientation, computes curvatures and shows them.
 
     python3 scan.py [scan.stl [picture.png]]

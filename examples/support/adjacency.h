@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Which elements lie beside an element, and which element holds a node: the two inputs that point

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Host tools: what a program around the library needs besides the functions on meshes. They stand in a

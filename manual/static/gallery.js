@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The gallery shows the pictures of the kind whose button is pressed.
 document.addEventListener("DOMContentLoaded", () => {
     const buttons = [...document.querySelectorAll(".filters button")];

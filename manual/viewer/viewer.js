@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lets the surfaces of the manual be turned: each picture with a mesh gets a canvas in its place, where the
 // browser can draw one. Without it the still picture stays.
 import {

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The recipe for Conan 2, for this checkout: conan create packaging/conan. It has not been run with Conan."""
 from pathlib import Path
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """How gdb prints the containers of the library: shape first, then the elements.
 
     (gdb) print pos

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The port for vcpkg, as an overlay of this checkout:
 #
 #     vcpkg install tessel2d --overlay-ports=packaging/vcpkg

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """How long calls take on one triangle, beside a call of Python that does nothing.
 
     PYTHONPATH=build/release/python python3 python/bench/overhead.py

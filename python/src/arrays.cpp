@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 
 // Arrays of numpy as matrices of the library, and back; see the header.
 #include "arrays.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 
 // Sweeps of a profile of edges. The overloads of one sweep differ in the dimension of its vectors and in
 // how layers are asked for, by number or by size.

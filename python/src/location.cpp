@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 
 // Location of points, and fields and sizes carried onto nodes that belong to no element.
 #include "zel/tessel2d/location.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 
 // Measures, elements around a node, curvatures and sizes derived from a surface.
 #include "zel/tessel2d/measures.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 
 // Normals and offsets. The overloads of an offset differ in how far nodes move, by a distance or a tensor,
 // and along what, given vectors or the normals of the surface.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 
 // The orientation of elements, and quadrilaterals that have collapsed to triangles.
 #include "zel/tessel2d/orientation.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 
 // Services that hosts and the library share, the host tools, and the version.
 #include "adjacency.h"

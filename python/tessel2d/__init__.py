@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Mesh tools for planar and surface meshes of triangles and quadrilaterals, on arrays of numpy.
 
 Arrays: nodes and elements along the first axis. `pos` is (N, 2) or (N, 3) coordinates, `connect` is (E, k)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The order and the orientation of elements, and their splitting."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Sweeps of a profile of edges into a strip of quadrilaterals or triangles.
 
 Layers are asked for by their number, ``layers=``, or by their sizes: ``h0=`` that of the first layer and

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Patches, disks and spheres from their outlines."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Location of points, and fields and sizes carried from one mesh to another."""
 
 from __future__ import annotations

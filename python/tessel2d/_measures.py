@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Areas, angles, circumcentres, stars, curvatures."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Normals and offsets of surfaces in space."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the functions return: named tuples of arrays, and the exception that they raise."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Tools around the functions: adjacency, fusing of nodes, search of nodes."""
 
 from __future__ import annotations

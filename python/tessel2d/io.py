@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Mesh files, by meshio: VTU, MSH 4.1, STL, PLY, OBJ, OFF, XDMF, MED and what else it knows.
 
 Higher orders come and go by maps of the order in which each format lists the nodes of an element.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Pictures of meshes by matplotlib, and meshes for VTK.
 
 Every function draws into `ax` and returns it; without one it makes a new picture, in the plane or in space

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Runs the catalogue of calls and writes down what goes in and what comes out, for the tests that repeat
 // the calls from Python:

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Which arrays come in, without a copy where that is possible, and what comes of those that do not fit."""
 
 import gc

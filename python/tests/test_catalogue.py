@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Every call of the C++ catalogue, repeated from Python on arrays, gives the same bytes.
 
 `record_calls` writes down what goes into each call and what comes out. Inputs come as read-only arrays with

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Every function has a docstring with an example, and every example gives what it says."""
 
 import doctest

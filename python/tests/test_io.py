@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Meshes written to files of every format and read back."""
 
 import numpy as np

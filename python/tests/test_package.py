@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Types, stubs, and the package as users install it."""
 
 import ast

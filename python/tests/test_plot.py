@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What pictures hold, and meshes handed to VTK without copying."""
 
 import gc

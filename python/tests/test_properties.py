@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Properties on arrays that hypothesis makes up: layout and type never change a result, and nothing that
 comes in can do harm."""
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Keeps the inputs of a fuzz driver in one file: a line per input, in base64, short ones first.
 
     scripts/lib/corpus.py pack <folder> <file>      the files of the folder into one; the same inputs give

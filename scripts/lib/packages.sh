@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash
 # Makes sure that the Debian packages a script needs are there. To be sourced after steps.sh.
 #

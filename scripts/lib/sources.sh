@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash
 # Which C++ files are ours. To be sourced; paths are relative to the root of the project.
 

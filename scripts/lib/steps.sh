@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash
 # Step headings with the elapsed time, for scripts that take a while. To be sourced.
 

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Raises linear triangles and quadrilaterals to a higher order: each edge gets the same number of nodes,
 // which elements on both sides share, and each element gets nodes inside.

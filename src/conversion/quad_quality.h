@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How good a triangle or a quadrilateral is.
 #pragma once
 

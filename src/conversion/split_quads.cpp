@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cuts quadrilaterals into two triangles each.
 //
 // A quadrilateral is cut along one of its diagonals: always from its first corner, or along the diagonal

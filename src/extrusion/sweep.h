@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // What all sweeps of a profile share: the number of layers, their spacing, the nodes of the profile, the

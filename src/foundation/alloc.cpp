@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // All memory of the library comes from here. The file holds nothing else, so that a program that
 // links the static library can bring its own pair.
 #include "zel/storage.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // How many corners a column of a connectivity has, as a type, so that triangles, quadrilaterals and

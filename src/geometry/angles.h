@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The corner angles of triangles and quadrilaterals.
 #pragma once
 

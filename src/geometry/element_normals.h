@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The normals of surface elements in space, four at a time where the processor has lanes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The look at the processor that four_lanes.h declares.
 //
 // Alone in its object, so that the tests can put another one in its place and see both ways.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whether the processor works on four doubles at a time.
 #pragma once
 

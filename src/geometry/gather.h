@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A loop over elements that fetches the corners of many before it computes with them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A number type of four doubles, on which a processor with AVX2 works at a time.
 #pragma once
 

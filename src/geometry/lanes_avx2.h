@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The four doubles of lanes.h for processors with AVX2.
 #pragma once
 

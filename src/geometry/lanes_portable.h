@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The four doubles of lanes.h in plain C++, for processors without AVX2.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Normals at nodes as weighted sums over the elements around them.
 #pragma once
 

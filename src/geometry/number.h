@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What formulas ask of a number besides arithmetic and comparison.
 #pragma once
 

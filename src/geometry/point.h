@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Vector arithmetic in two and three dimensions, each operation in one fixed order of terms.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Right-angled frames from a direction and a normal.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The areas, normals and circumcircles of triangles.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Turns about a point in the plane and about an axis in space.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sorts nodes along a Z curve: a counting sort by the cell of the curve.
 #include "location/curve_order.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Nodes in Morton order: the order of a Z curve through the cells of a grid.
 #pragma once
 

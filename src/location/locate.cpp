@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The public search for the element that holds a point, with the node detector of a host.
 #include "location/locate.h"
 

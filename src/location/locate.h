@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finds the element of a planar mesh that holds a point, by walks from element to element.
 #pragma once
 

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Loops over lists whose items lie far apart in memory: each item is prefetched some items ahead of its

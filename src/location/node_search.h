@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Queries of the node tree: a usable node near a point, and the nearest one.
 #pragma once
 

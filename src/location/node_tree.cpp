@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Builds the node tree of a mesh.
 //
 // 1. The nodes of the mesh are listed once each, in ascending order (`mesh_nodes`), and the box is fitted.

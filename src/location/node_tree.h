@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A bucket quadtree over the nodes of a planar mesh, built once per call of an interpolation.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Carries what the nodes of a mesh hold onto orphans: nodes that belong to no element.
 #pragma once
 

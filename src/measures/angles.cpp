@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The smallest and largest corner angles of elements.
 #include "geometry/angles.h"
 #include "geometry/gather.h"

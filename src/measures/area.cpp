@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The area of a mesh of triangles and quadrilaterals.
 #include "geometry/gather.h"
 #include "geometry/lanes.h"

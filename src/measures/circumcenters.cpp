@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The circumcentres of triangles.
 #include "geometry/lanes.h"
 #include "geometry/triangles.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The second fundamental form of a surface at the nodes of a mesh of its parameters.
 //
 // From first derivatives: the derivatives of Su . n and Sv . n, where n is held fast at the node, are

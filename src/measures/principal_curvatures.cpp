@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The principal curvatures and their directions at the nodes of a triangulated surface.
 //
 // The normal-cycle tensor of a patch of triangles: the sum over its inner edges of

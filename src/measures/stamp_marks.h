@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Marks on the elements of a mesh that are taken off all at once.
 #pragma once
 

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Simultaneous reduction of two symmetric tensors of order 2 or 3: a basis in which both are diagonal.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #include "metrics/metric_reduction.h"
 #include "zel/tessel.h"
 

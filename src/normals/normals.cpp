@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Normals of surface meshes, one per element or one per node.
 //
 // Elements are worked on in runs: the nodes of a run are tested, its normals found, four at a time where the

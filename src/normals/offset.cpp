@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Moves the nodes of a surface along vectors, in place or as a copy.
 //
 // A node moves once, however many elements have it: the nodes are listed first, each once.

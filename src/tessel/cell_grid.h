@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Space cut into cells of a size that suits a tolerance, so that points closer than it meet in a cell.

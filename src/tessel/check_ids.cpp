@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tests whether all node numbers of a connectivity or a list exist.
 //
 // Where the processor has AVX2, eight numbers are tested at a time.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Searches for nodes near a point, among those that a node detector holds.
 //
 // 1. In a grid the cells around that of the point are looked at first, then the rest of their rows, then the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Builds the search structure of a node detector; node_index.h tells what it is.
 #include "tessel/node_index.h"
 

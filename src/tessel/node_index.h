@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The search structure of a node detector: grids within grids over the nodes of a planar mesh.
 #pragma once
 

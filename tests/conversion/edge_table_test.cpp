@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #include "conversion/edge_table.h"
 #include "support/failing_alloc.h"
 

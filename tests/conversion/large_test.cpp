@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A strip of more than 2^16 elements through every conversion, checked by formula: a number that is held in
 // too few bits on the way shows here.
 #include "support/checks.h"

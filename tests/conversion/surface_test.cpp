@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 //
 // Conversions of a scanned surface: closed but for its base, 1839 nodes and 3674 triangles.
 #include "zel/tessel2d/conversion.h"

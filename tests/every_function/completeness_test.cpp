@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // The catalogue covers every line of functions.txt, which in turn is compared with what the library
 // exports by scripts/check-functions.
 #include "every_function/calls.h"

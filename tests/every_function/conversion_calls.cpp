@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #include "every_function/calls.h"
 #include "every_function/inputs.h"
 #include "zel/tessel2d/conversion.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Prints a line for each call of the catalogue: function and options, status, digest of the outputs;
 // and once more as on a processor that works on one double at a time. Two libraries that
 // give the same lines give the same bytes.

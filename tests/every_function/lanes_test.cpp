@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // A processor that works on one double at a time gives the same bits as one that works on four.
 #include "every_function/calls.h"
 #include "support/lanes.h"

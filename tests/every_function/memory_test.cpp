@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Exhausted memory, in every function and at every allocation: the status, what becomes of the outputs,
 // that nothing leaks, and that the next call is as good as ever.
 #include "every_function/calls.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Calls on several threads at once, on inputs that all of them share. The program has the allocator of
 // the library and no counters of its own that threads could meet at, so that the thread sanitizer sees
 // them as they are.

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // The services for meshes and lines that stand beside the library: zel::tessel and zel::tessel1d.
 #include "every_function/calls.h"
 #include "every_function/inputs.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Runs the demonstration in an empty directory and checks what it leaves there.
 
     demo_files.py <demo program>

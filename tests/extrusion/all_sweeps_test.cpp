@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // What all sweeps promise alike: statuses in their order, numbering, views, shared storage, exhausted
 // memory.
 #include "extrusion/sweeps.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // The library's own allocator; this program does not replace it, as the other tests do.
 #include "zel/dense.h"
 #include "zel/tessel2d/measures.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #include "support/checks.h"
 #include "support/meshes.h"
 #include "zel/lapack.h"

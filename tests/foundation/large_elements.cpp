@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Does not compile: elements of more than 256 bytes have no place in a storage block.
 #include "zel/dense.h"
 

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Range checks of element access. This file is compiled without NDEBUG in all builds and linked with the
 // library as it was built, so that it also shows that a program has its checks over a release library.
 #undef NDEBUG

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Meshes with more nodes in a row than 16 bits count, checked by formula: a number that is held in too few
 // bits on the way shows here.
 #include "support/checks.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Checks of whole disks and spheres that stay quick for many sizes: counts of edges, Euler number,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tests of the formulas of triangles and quadrilaterals.
 #include "geometry/angles.h"
 #include "geometry/quadrilaterals.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every formula gives the same bits over four lanes as over `double`.
 #include "geometry/lanes.h"
 

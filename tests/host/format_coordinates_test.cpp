@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // The node orders of file formats against the coordinates that VTK and gmsh give to the nodes of their own
 // elements. Each of the two is asked only where it was found when this was configured.
 #include "zel/host/node_orders.h"

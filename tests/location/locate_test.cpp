@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tests of walks, stars of nodes and the search for an element, with fixed and with real searchers.
 #include "location/locate.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tests of the node tree: its cells, its queries beside a search through all nodes, and short memory.
 #include "location/node_search.h"
 

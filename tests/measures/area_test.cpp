@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tests of `area`.
 #include "support/checks.h"
 #include "support/failing_alloc.h"

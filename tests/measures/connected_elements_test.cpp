@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 #include "examples/support/adjacency.h"
 #include "measures/side_by_side.h"
 #include "measures/stamp_marks.h"

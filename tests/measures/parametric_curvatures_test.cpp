@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tests of `parametric_curvatures`.
 #include "support/checks.h"
 #include "support/failing_alloc.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tests of `principal_curvatures`.
 #include "examples/support/adjacency.h"
 #include "geometry/tangent_frame.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Tests of scripts/check-functions on a small project of its own."""
 
 import importlib.util

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Tests of scripts/lib/corpus.py, and that the corpora in the tree are as it packs them."""
 
 import subprocess

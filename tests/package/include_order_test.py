@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Reads the include lines of the library and proves that its arrows go one way.
 
 A public header includes public headers only. A source or private header of a room includes public headers,

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Tests of scripts/mutate on lines and a small tree of its own."""
 
 import importlib.util

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Checks what gdb prints for the containers: a program with the installed library, stopped in batch mode.
 
     printers_test.py <stage> <libdir> <compiler> <gdb> <directory to build in>

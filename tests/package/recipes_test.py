@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """The recipes in packaging/ and the Debian files agree with the project: version, options, licence."""
 import ast
 import json

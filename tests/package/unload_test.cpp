@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // A program that loads the shared library given as its argument can get rid of it again.
 #include <dlfcn.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tests of the node detector beside a search through all nodes, with ties settled exactly.
 #include "support/checks.h"
 #include "support/failing_alloc.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Matrices of Eigen as containers of the library and back, without copies. Needs Eigen 3.4 and nothing else;
 // who does not include this header does not need Eigen.
 #pragma once

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // Views of memory that a program has already: pointers, vectors and arrays as matrices and lists.
 #pragma once
 

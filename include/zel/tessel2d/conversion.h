@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The order of elements up and down, all-quadrilateral meshes, and quadrilaterals cut into triangles.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sweeps of a planar line mesh along its own normals or given vectors.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sweeps of a line mesh around a centre in the plane or an axis in space.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sweeps of a line mesh along a screw: around an axis and along a vector.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sweeps of a line mesh along a straight vector, in the plane and in space.
 #pragma once
 

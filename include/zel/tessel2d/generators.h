@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Structured grids on four-sided patches, and sizes for their nodes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Areas, corner angles and circumcentres of elements, and the stars of nodes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Size tensors derived from a surface, and sizes and size tensors carried onto nodes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Normals of the nodes and elements of a surface in space, and surfaces moved or copied along them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Elements turned over, one orientation for a whole surface, and quadrilaterals that have collapsed.
 #pragma once
 

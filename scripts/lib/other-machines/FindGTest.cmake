@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # In place of CMake's module of this name: GoogleTest built for the target from Debian's sources.
 if(NOT TARGET GTest::gmock_main)
   set(INSTALL_GTEST OFF)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # In place of CMake's module of this name: the one routine that the library calls, from the file beside this
 # one, so that all machines compute with the same.
 if(NOT TARGET LAPACK::LAPACK)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Eigenvalues of small symmetric matrices by Jacobi's method (C. G. J. Jacobi, 1846), under the name and with
 // the arguments of LAPACK's dspev: sums, products, divisions and square roots alone, in a fixed order, so that
 // every machine gives the same bits. Only for comparing machines.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Builds the adjacency of two triangles with the host tools and hands it to the library.
 //
 //     consumer_host <version the library must have>

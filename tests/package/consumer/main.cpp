@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Fills the unit square with four quadrilaterals and asks LAPACK for two eigenvalues, through the
 // installed headers and library.
 //

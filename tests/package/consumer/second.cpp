@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A second file with the same headers: what they define must be allowed to occur twice in a program.
 #include "zel/dense.h"
 #include "zel/tessel2d.h"

@@ -1,4 +1,4 @@
-// zel tessel2d: planar and surface mesh tools.
+// SPDX-License-Identifier: Apache-2.0
 // What the debugger prints; printers_test.py stops in `look`.
 #include <zel/dense.h>
 
