@@ -14,6 +14,7 @@ void add_conversion(pybind11::module_& m);
 void add_orientation(pybind11::module_& m);
 void add_measures(pybind11::module_& m);
 void add_location(pybind11::module_& m);
+void add_host_tools(pybind11::module_& m);
 void add_services(pybind11::module_& m);
 
 } // namespace tessel2d_python

@@ -13,5 +13,6 @@ PYBIND11_MODULE(_native, m) {
     families::add_orientation(m);
     families::add_measures(m);
     families::add_location(m);
+    families::add_host_tools(m);
     families::add_services(m);
 }
