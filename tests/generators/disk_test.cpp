@@ -176,6 +176,20 @@ TEST(MeshDiskUR, ElementsAndEdgesAreAppended) {
     EXPECT_EQ(cell(4, 5), column(d.boundary, 1));
 }
 
+TEST(MeshDiskUR, AnEmptyMatrixOfFiveRowsOrMoreTakesTheTrianglesOfOnePatch) {
+    const disk whole = quarter_T3(3, 0);
+    for (const std::size_t rows : {5U, 6U, 9U}) {
+        disk d;
+        d.connect = dense2D<unsigned>(rows, 0);
+        ASSERT_EQ(0, mesh_disk_UR_T3(d.pos, origin, 1, 3, 0, d.connect, d.boundary));
+        EXPECT_EQ(rows, d.connect.rows);
+        ASSERT_EQ(18U, d.connect.cols);
+        EXPECT_EQ(columns(whole.connect.sub_matrix(0, 0, 3, 18)),
+                  columns(d.connect.sub_matrix(0, 0, 3, 18)));
+        EXPECT_EQ(columns(whole.boundary), columns(d.boundary));
+    }
+}
+
 TEST(MeshDiskUR, ViewsWithALargerLeadingDimension) {
     const disk plain = quarter_Q4(3);
     auto connect = framed(cells({{9, 9, 9, 9}}));

@@ -180,6 +180,20 @@ TEST(MeshSphereUR, RadiusZeroLeavesAllNodesAtTheCentre) {
     for (std::size_t i = 0; i < s.pos.cols; ++i) EXPECT_EQ(point(0.1, -0.7, 1e6), column(s.pos, i));
 }
 
+TEST(MeshSphereUR, AnEmptyMatrixOfFiveRowsOrMoreTakesTheTrianglesOfOnePatch) {
+    const sphere whole = octant_T3(3, 0);
+    for (const std::size_t rows : {5U, 6U, 9U}) {
+        sphere s;
+        s.connect = dense2D<unsigned>(rows, 0);
+        ASSERT_EQ(0, mesh_sphere_UR_T3(s.pos, origin, 1, 3, 0, s.connect, s.circle_z));
+        EXPECT_EQ(rows, s.connect.rows);
+        ASSERT_EQ(18U, s.connect.cols);
+        EXPECT_EQ(columns(whole.connect.sub_matrix(0, 0, 3, 18)),
+                  columns(s.connect.sub_matrix(0, 0, 3, 18)));
+        EXPECT_EQ(columns(whole.circle_z), columns(s.circle_z));
+    }
+}
+
 TEST(MeshSphereUR, ViewsWithALargerLeadingDimension) {
     const sphere plain = octant_Q4(3);
     auto pos = framed(points({{9, 9, 9}}));

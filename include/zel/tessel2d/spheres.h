@@ -68,7 +68,9 @@ ZEL_TESSEL2D_API int mesh_sphere_UR_Q4(dense2D<double>& pos, const vector_fixed<
 ///                  value the nodes of the arcs and the boundary are made, but no triangle and no interior
 ///                  node, and the result is 0.
 /// @param[in,out] connect  3 x E or 4 x E node numbers, or empty. Grows by 6n^2 columns; an empty matrix
-///                  takes 3 rows, and a fourth row is 0xFFFFFFFF.
+///                  takes 3 rows, and a fourth row is 0xFFFFFFFF. An empty matrix of 5 or more rows is
+///                  not refused, but not served either: it keeps its rows and takes the 2n^2
+///                  triangles of the first patch alone, and the result is 0. Clear it first.
 /// @param[in,out] boundary  2 x B node numbers, or empty. Grows by the 6n edges around the octant: 2n each
 ///                  from X to Y, from Y to Z and from Z to X.
 ///
