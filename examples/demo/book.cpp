@@ -5,9 +5,10 @@
 
 namespace zel::demo {
 
-examples::section& begin_chapter(book& b, const std::string& title, const std::string& text) {
+examples::section& begin_chapter(book& b, const std::string& title, const std::string& text,
+                                 const std::vector<std::string>& functions) {
     std::printf("\n%s\n", title.c_str());
-    b.page.sections.push_back({title, text, {}, 2, {}});
+    b.page.sections.push_back({title, text, {}, 2, {}, functions});
     return b.page.sections.back();
 }
 

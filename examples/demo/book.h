@@ -20,8 +20,9 @@ struct book {
     examples::index_page page;
 };
 
-/// Begins a chapter on the page and on the console.
-examples::section& begin_chapter(book& b, const std::string& title, const std::string& text);
+/// Begins a chapter on the page and on the console. `functions` are those that make its meshes and numbers.
+examples::section& begin_chapter(book& b, const std::string& title, const std::string& text,
+                                 const std::vector<std::string>& functions);
 
 /// Prints a table and puts it on the page.
 void add_table(examples::section& s, const examples::table& t);

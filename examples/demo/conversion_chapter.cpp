@@ -97,7 +97,9 @@ void conversion_chapter(book& b) {
         "A coarse patch of triangles gets nodes on its sides, those of the outline on the curves; "
         "it "
         "is cut into linear elements again, or into quadrilaterals alone. Of a mesh of "
-        "quadrilaterals only the bad ones are cut, or all of them, along the better diagonal.");
+        "quadrilaterals only the bad ones are cut, or all of them, along the better diagonal.",
+        {"angles", "area", "convert_into_quadratic", "mesh_struct_Q4", "mesh_struct_T3",
+         "split_Q4_into_T3", "split_into_Q4", "split_into_linear"});
     s.columns = 4;
     examples::table t = areas_table();
     const picture_size size{280, 220};

@@ -88,7 +88,8 @@ void curvature_chapter(book& b) {
         "what "
         "counts as nearby is bent itself: within the distance r on a sphere of radius R, 1 - "
         "r²/(4R²) of "
-        "the curvature is seen. So the estimate is a little too small.");
+        "the curvature is seen. So the estimate is a little too small.",
+        {"mesh_sphere_T3", "normals", "principal_curvatures"});
     s.columns = 3;
     const examples::mesh& m = b.surface;
     const curvatures found = curvatures_of(m, 0.04 * examples::extent(m));

@@ -152,7 +152,8 @@ void field_chapter(book& b) {
         "the field from there; a node "
         "in the sea takes the value of the closest node ashore and is drawn pale. A search walks "
         "from triangle to triangle, so that beside a narrow inlet it may end on the wrong shore "
-        "without a result.");
+        "without a result.",
+        {"get_element_containing_point", "interpolate", "mesh_struct_Q4"});
     s.columns = 3;
     examples::mesh m = examples::deep_copy(b.island);
     const auto beside_alone = examples::adjacency_of(m.connect, m.pos.cols);

@@ -80,7 +80,8 @@ void metric_chapter(book& b) {
         "A tensor at a node asks for element sizes by direction; the ellipse around the node shows "
         "them. Given along the sides of a patch, they are blended into its interior, in the "
         "numbering "
-        "of the structured mesh.");
+        "of the structured mesh.",
+        {"mesh_struct_Q4", "metrics_struct"});
     const auto straight = [](double x0, double y0, double x1, double y1) {
         return [=](double t) { return point{x0 + t * (x1 - x0), y0 + t * (y1 - y0), 0}; };
     };

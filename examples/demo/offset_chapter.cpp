@@ -39,7 +39,8 @@ void offset_chapter(book& b) {
         b, "Normals and an offset copy",
         "Every node gets the mean normal of the triangles around it, weighted by their area. Along "
         "these normals a copy of the surface is placed outwards, 2 % of the diagonal of its box "
-        "away.");
+        "away.",
+        {"angles", "area", "copy_with_offset", "normals"});
     s.columns = 3;
     examples::mesh m = examples::deep_copy(b.surface);
     const double distance = 0.02 * examples::extent(m);

@@ -36,7 +36,8 @@ void patch_chapter(book& b) {
         "Four curved sides, 16 cells along two of them and 10 along the others, filled with "
         "quadrilaterals or with one of the three patterns of triangles. The colours show the "
         "smallest angle of each element. Straight edges run between the same nodes on the outline, "
-        "so that all four meshes have the area of the outline.");
+        "so that all four meshes have the area of the outline.",
+        {"angles", "area", "mesh_struct_Q4", "mesh_struct_T3"});
     s.columns = 4;
     examples::table t = measures_table();
     for (const kind& k : kinds) {

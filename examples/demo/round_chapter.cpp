@@ -80,7 +80,8 @@ void round_chapter(book& b) {
         "Of radius 1, from three structured patches per quarter of a disk and per eighth of a "
         "sphere, with 6 cells along each of their sides. There is no pole: no fan of triangles "
         "meets "
-        "in the centre. The orange lines are the two great circles that come with a sphere.");
+        "in the centre. The orange lines are the two great circles that come with a sphere.",
+        {"angles", "area", "mesh_disk_Q4", "mesh_disk_T3", "mesh_sphere_Q4", "mesh_sphere_T3"});
     s.columns = 4;
     examples::table t = areas_table();
 

@@ -34,7 +34,8 @@ void surface_chapter(book& b) {
     examples::section& s = begin_chapter(
         b, "A scanned surface",
         "A closed surface from a scanner, read from a file and measured: its area, the "
-        "angles of its triangles and their circumradii.");
+        "angles of its triangles and their circumradii.",
+        {"angles", "area", "circumcenters"});
     s.columns = 3;
     examples::paint clay = examples::surface_paint();
     clay.hide_backs = true;

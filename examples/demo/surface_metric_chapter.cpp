@@ -69,7 +69,8 @@ void surface_metric_chapter(book& b) {
         "in "
         "the planes of the triangles around it, and a fifth of that along their normals. Where the "
         "surface bends, the tensors of the triangles disagree and the smaller size counts: the "
-        "ellipses become narrow across the bend.");
+        "ellipses become narrow across the bend.",
+        {"metrics_gen_aniso3d", "normals"});
     const examples::mesh& m = b.surface;
     dense2D<double> tensors;
     require(tessel2d::metrics_gen_aniso3d(m.pos, m.connect, -0.2, tensors), "metrics_gen_aniso3d");

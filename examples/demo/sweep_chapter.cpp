@@ -130,7 +130,9 @@ void sweep_chapter(book& b) {
         "A line of edges becomes a strip: moved along a vector, turned around a centre or an axis, "
         "screwed up, or grown along its normals. The number of layers is given, or follows from "
         "the "
-        "sizes that elements shall have where the sweep starts and where it ends.");
+        "sizes that elements shall have where the sweep starts and where it ends.",
+        {"angles", "area", "extrude_normal_Q4", "extrude_rotate_Q4", "extrude_rotate_T3",
+         "extrude_spiral_Q4", "extrude_spiral_T3", "extrude_translate_Q4"});
     s.columns = 3;
     const examples::camera down = examples::from_above();
     const examples::camera aside = examples::with_z_upright(55, 24);

@@ -87,6 +87,16 @@ void write_section(std::ostream& out, const section& s, std::size_t chapter) {
         out << "</div>\n";
     }
     for (const table& t : s.tables) write_html_table(out, t);
+    if (!s.functions.empty()) {
+        out << "<p class=\"made-by\">Made by ";
+        const char* comma = "";
+        for (const std::string& name : s.functions) {
+            out << comma << "<a href=\"../manual/html/functions/" << name << ".html\">" << name
+                << "</a>";
+            comma = ", ";
+        }
+        out << ", whose pages <code>scripts/manual</code> builds.</p>\n";
+    }
     out << "</section>\n";
 }
 

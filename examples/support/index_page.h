@@ -22,6 +22,8 @@ struct section {
     std::vector<figure> figures;
     unsigned columns = 2; ///< figures side by side, where the window is wide enough
     std::vector<table> tables;
+    std::vector<std::string>
+        functions; ///< those that made the figures, each with a page in the manual
 };
 
 struct index_page {

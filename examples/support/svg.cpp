@@ -3,6 +3,7 @@
 
 #include "support/require.h"
 
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 
@@ -24,11 +25,20 @@ std::string attribute(const char* name, const std::string& value) {
     return std::string(" ") + name + "=\"" + value + '"';
 }
 
+/// A line through points: the first place, then steps, in hundredths of a unit.
 std::string path_of(const std::vector<dot>& points) {
     std::string path;
-    for (const dot& p : points) {
-        path += path.empty() ? "M" : "L";
-        path += number(p[0]) + ' ' + number(p[1]);
+    long long last[2] = {0, 0};
+    for (std::size_t k = 0; k < points.size(); ++k) {
+        if (k < 2) path += k == 0 ? 'M' : 'l';
+        const dot& p = points[k];
+        for (std::size_t i = 0; i < 2; ++i) {
+            const long long place = std::llround(100 * p[i]);
+            const std::string step = number(static_cast<double>(place - last[i]) / 100);
+            const bool joined = path.back() == 'M' || path.back() == 'l' || step[0] == '-';
+            path += joined ? step : ' ' + step;
+            last[i] = place;
+        }
     }
     return path;
 }
@@ -71,16 +81,41 @@ svg::svg(double width_, double height_, const std::string& title)
 
 void svg::polygon(const std::vector<dot>& corners, const colour& fill, const colour& line,
                   double line_width, double opacity, const char* kind) {
-    body += "<path" + class_of(kind) + attribute("d", path_of(corners) + 'Z') +
-            attribute("fill", hex(fill)) + see_through(opacity);
-    if (line_width > 0) {
-        body += attribute("stroke", hex(line)) + attribute("stroke-width", number(line_width));
+    // What neighbours share stands once, around them: pictures of large meshes are half as long.
+    const bool one_colour = line_width > 0 && hex(fill) == hex(line);
+    const std::string shared =
+        class_of(kind) + (line_width > 0 ? attribute("stroke-width", number(line_width)) : "") +
+        (one_colour ? attribute("fill", "currentColor") + attribute("stroke", "currentColor")
+                    : "") +
+        ' ';
+    if (shared != group) {
+        begin_group(shared, one_colour ? "" : attribute("fill", hex(fill)),
+                    one_colour || line_width == 0 ? "" : attribute("stroke", hex(line)));
+    }
+    body += "<path" + attribute("d", path_of(corners) + 'z') + see_through(opacity);
+    if (one_colour) {
+        body += attribute("color", hex(fill));
+    } else {
+        if (attribute("fill", hex(fill)) != group_fill) body += attribute("fill", hex(fill));
+        if (line_width > 0 && attribute("stroke", hex(line)) != group_line)
+            body += attribute("stroke", hex(line));
     }
     body += "/>\n";
 }
 
+void svg::begin_group(const std::string& attributes, const std::string& fill,
+                      const std::string& line) {
+    if (attributes == group) return;
+    if (!group.empty()) body += "</g>\n";
+    if (!attributes.empty()) body += "<g" + attributes + fill + line + ">\n";
+    group = attributes;
+    group_fill = fill;
+    group_line = line;
+}
+
 void svg::polyline(const std::vector<dot>& points, const colour& line, double line_width,
                    bool dashed, double opacity) {
+    begin_group("");
     body += "<path" + attribute("d", path_of(points)) + attribute("fill", "none") +
             attribute("stroke", hex(line)) + attribute("stroke-width", number(line_width)) +
             (dashed ? attribute("stroke-dasharray", "4 3") : "") + see_through(opacity) + "/>\n";
@@ -88,12 +123,14 @@ void svg::polyline(const std::vector<dot>& points, const colour& line, double li
 
 void svg::rectangle(const dot& corner, double wide, double high, const colour& fill,
                     const char* kind) {
+    begin_group("");
     body += "<rect" + class_of(kind) + attribute("x", number(corner[0])) +
             attribute("y", number(corner[1])) + attribute("width", number(wide)) +
             attribute("height", number(high)) + attribute("fill", hex(fill)) + "/>\n";
 }
 
 void svg::disc(const dot& centre, double radius, const colour& fill) {
+    begin_group("");
     body += "<circle" + attribute("cx", number(centre[0])) + attribute("cy", number(centre[1])) +
             attribute("r", number(radius)) + attribute("fill", hex(fill)) + "/>\n";
 }
@@ -101,6 +138,7 @@ void svg::disc(const dot& centre, double radius, const colour& fill) {
 void svg::text(const dot& place, const std::string& words, double size, const colour& fill,
                anchor at, bool upright) {
     static constexpr const char* anchors[] = {"start", "middle", "end"};
+    begin_group("");
     const std::string x = number(place[0]);
     const std::string y = number(place[1]);
     body += "<text" + attribute("x", x) + attribute("y", y) + attribute("font-size", number(size)) +
@@ -111,6 +149,7 @@ void svg::text(const dot& place, const std::string& words, double size, const co
 
 void svg::colour_bar(const dot& corner, double wide, const colour_map& map, const std::string& low,
                      const std::string& high, const std::string& title) {
+    begin_group("");
     const std::string name = "map" + std::to_string(gradients++);
     body += "<defs><linearGradient" + attribute("id", name) + ">\n";
     for (std::size_t k = 0; k < map.size(); ++k) {
@@ -135,7 +174,7 @@ void svg::write(const std::filesystem::path& file) const {
         << "\" font-family=\"system-ui, 'Segoe UI', 'DejaVu Sans', sans-serif\""
         << " stroke-linejoin=\"round\" stroke-linecap=\"round\">\n"
         << "<title>" << escaped(heading) << "</title>\n"
-        << body << "</svg>\n";
+        << body << (group.empty() ? "" : "</g>\n") << "</svg>\n";
     out.close();
     require(!out.fail(), "cannot write " + file.string());
 }

@@ -42,10 +42,18 @@ public:
     void write(const std::filesystem::path& file) const;
 
 private:
+    /// Opens a group with these attributes unless it is open, and with the colours that most of its shapes
+    /// have; no attributes close what is open.
+    void begin_group(const std::string& attributes, const std::string& fill = {},
+                     const std::string& line = {});
+
     double width;
     double height;
     std::string heading;
     std::string body;
+    std::string group; ///< attributes of the open group
+    std::string group_fill;
+    std::string group_line;
     int gradients = 0;
 };
 

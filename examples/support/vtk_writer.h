@@ -13,7 +13,7 @@ struct mesh_fields {
     std::vector<field> on_elements;
 };
 
-/// Writes a mesh as VTK unstructured grid (.vtu, XML with plain numbers), which ParaView opens. A
+/// Writes a mesh as VTK unstructured grid (.vtu, XML with binary numbers), which ParaView opens. A
 /// field of another length, or a file that cannot be written, ends the work with a message.
 void write_vtu(const std::filesystem::path& file, const mesh& m, const mesh_fields& fields = {});
 

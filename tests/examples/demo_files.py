@@ -9,9 +9,11 @@ elements as it should, and the page names only files that exist. A missing data 
 message and status 1.
 """
 
+import base64
 import math
 import pathlib
 import re
+import struct
 import subprocess
 import sys
 import tempfile
@@ -76,6 +78,9 @@ HALF_SEEN = {
 # VTK's number of an element and the nodes that it has.
 NODES_OF_TYPE = {3: 2, 5: 3, 9: 4, 22: 6, 23: 8, 28: 9}
 
+FUNCTIONS = {file.stem for file in (pathlib.Path(__file__).parents[2] / "examples" / "gallery").glob("*.cpp")}
+FUNCTIONS.remove("figure")
+
 DATA = pathlib.Path(__file__).parents[2] / "examples" / "data"
 
 SVG = "{http://www.w3.org/2000/svg}"
@@ -85,14 +90,26 @@ def run_demo(*arguments):
     return subprocess.run([PROGRAM, *map(str, arguments)], capture_output=True, text=True, check=False)
 
 
-def numbers(grid, name, kind=float):
-    array = grid.find(f".//DataArray[@Name='{name}']")
-    return [kind(word) for word in (array.text or "").split()]
+KINDS = {"Float64": "d", "Int32": "i", "UInt8": "B"}
+
+
+def values_of(array):
+    """The numbers of a binary array: how many bytes follow, and the bytes."""
+    data = base64.b64decode(array.text)
+    (size,) = struct.unpack_from("<Q", data)
+    assert size == len(data) - 8, array.get("Name")
+    kind = KINDS[array.get("type")]
+    return list(struct.unpack_from(f"<{size // struct.calcsize(kind)}{kind}", data, 8))
+
+
+def numbers(grid, name):
+    return values_of(grid.find(f".//DataArray[@Name='{name}']"))
 
 
 def cells(picture):
     root = xml.parse(picture).getroot()
-    return [shape for shape in root.iter(SVG + "path") if shape.get("class") == "cell"]
+    return [shape for group in root.iter(SVG + "g") if group.get("class") == "cell"
+            for shape in group.iter(SVG + "path")]
 
 
 def setUpModule():
@@ -147,9 +164,9 @@ class Demonstration(unittest.TestCase):
         for name, (nodes, elements) in MESHES.items():
             with self.subTest(name):
                 grid = xml.parse(self.output / f"{name}.vtu").getroot()
-                connect = numbers(grid, "connectivity", int)
-                offsets = numbers(grid, "offsets", int)
-                sizes = [NODES_OF_TYPE[kind] for kind in numbers(grid, "types", int)]
+                connect = numbers(grid, "connectivity")
+                offsets = numbers(grid, "offsets")
+                sizes = [NODES_OF_TYPE[kind] for kind in numbers(grid, "types")]
                 self.assertEqual(elements, len(sizes))
                 self.assertEqual(sizes, [b - a for a, b in zip([0] + offsets, offsets)])
                 self.assertEqual(len(connect), offsets[-1])
@@ -159,7 +176,7 @@ class Demonstration(unittest.TestCase):
         grid = xml.parse(self.output / "convert_quadratic.vtu").getroot()
         flat = numbers(grid, "Points")
         points = [flat[k : k + 2] for k in range(0, len(flat), 3)]
-        connect = numbers(grid, "connectivity", int)
+        connect = numbers(grid, "connectivity")
         for cell in (connect[k : k + 6] for k in range(0, len(connect), 6)):
             corners = [points[n] for n in cell[:3]]
             middles = [[(x + y) / 2 for x, y in zip(corners[k], corners[(k + 1) % 3])] for k in range(3)]
@@ -173,7 +190,7 @@ class Demonstration(unittest.TestCase):
             for place, count in (("PointData", nodes), ("CellData", elements)):
                 for array in grid.iterfind(f".//{place}/DataArray"):
                     with self.subTest(name, field=array.get("Name")):
-                        values = len(array.text.split())
+                        values = len(values_of(array))
                         self.assertEqual(count * int(array.get("NumberOfComponents")), values)
 
     def test_pictures_show_every_element(self):
@@ -193,9 +210,18 @@ class Demonstration(unittest.TestCase):
         named = {image.get("src") for image in page.iter("img")}
         named |= {link.get("href") for link in page.iter("a")}
         files = {f.name for f in self.output.iterdir()} - {"index.html"}
-        self.assertEqual(files, {name for name in named if not name.startswith("#")})
+        pages = {name for name in named if name.startswith("../manual/html/functions/")}
+        self.assertEqual(43, len(FUNCTIONS))
+        for page_of_function in pages:
+            self.assertIn(pathlib.Path(page_of_function).stem, FUNCTIONS)
+        self.assertGreaterEqual(len(pages), 25, "functions that the page names")
+        self.assertEqual(files, {name for name in named if not name.startswith(("#", "../"))})
         sections = {"#" + part.get("id") for part in page.iter("section")}
         self.assertEqual(sections, {name for name in named if name.startswith("#")})
+
+    def test_page_and_pictures_are_small(self):
+        size = sum(f.stat().st_size for f in self.output.iterdir() if f.suffix in (".svg", ".html"))
+        self.assertLess(size, 5_000_000)
 
     def test_the_page_needs_nothing_from_elsewhere(self):
         text = (self.output / "index.html").read_text(encoding="utf-8")
