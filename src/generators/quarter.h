@@ -36,14 +36,20 @@ struct quarter_plan {
 /// From here on the nodes outgrow 32-bit numbers in any case; below it no count overflows.
 constexpr unsigned most_divisions = 1U << 16;
 
-/// Counts of a quarter of n cells per patch side: 3n(n+1) + 1 nodes, 3n^2 cells, 6n edges around it.
+/// Counts of a quarter of n cells per patch side.
 struct quarter_counts {
     std::size_t nodes;
     std::size_t cells;
-    std::size_t edges;
+    std::size_t edges;     ///< around it
+    std::size_t arc_edges; ///< of its outline, from one axis to the next
+    std::size_t loop;      ///< entries of the closed loop around a patch
 
     explicit quarter_counts(std::size_t n) noexcept
-        : nodes(3 * n * (n + 1) + 1), cells(3 * n * n), edges(6 * n) {}
+        : nodes(3 * n * (n + 1) + 1),
+          cells(3 * n * n),
+          edges(6 * n),
+          arc_edges(2 * n),
+          loop(4 * n + 1) {}
 };
 
 /// How the cells of a patch become elements, and the sphere on which the patch lies, if any.
@@ -138,27 +144,6 @@ int check_quarter(const dense2D<double>& pos, const dense2D<unsigned>& connect,
     if (!pos.empty() && pos.rows != Dim) return -1;
     if (!Patches::fit(connect)) return -(last - 1);
     if (!takes_rows(boundary, 2)) return -last;
-    return status_ok;
-}
-
-/// Tests and reservations for one quarter or octant, which is then made by make(loop, lines); the loop has
-/// room for 4n + 1 entries.
-template <std::size_t Dim, class Patches, class Make>
-int mesh_quarter(dense2D<double>& pos, unsigned n, dense2D<unsigned>& connect,
-                 dense2D<unsigned>& boundary, int last, const Make& make) {
-    if (n == 0) return status_ok;
-    if (const int status = check_quarter<Dim, Patches>(pos, connect, boundary, last)) return status;
-    const quarter_counts quarter(n);
-    dense1D<unsigned, 8> loop;
-    if (n > most_divisions || !loop.reserve(std::size_t{4} * n + 1, 1) ||
-        !reserve_nodes(pos, Dim, quarter.nodes) ||
-        !reserve_more(connect, Patches::rows(connect),
-                      quarter.cells * Patches::elements_per_cell) ||
-        !reserve_more(boundary, 2, quarter.edges)) {
-        return status_memory;
-    }
-    node_line lines[9];
-    make(loop, lines);
     return status_ok;
 }
 
