@@ -290,6 +290,7 @@ def main():
     for name in functions:
         (where / f"functions/{name}.rst").write_text(function_page(root, gallery, name, known[name]))
         shutil.copy(gallery / f"{name}.svg", where / "_static/pictures")
+    shutil.copy(gallery / "curvature_bias.svg", where / "_static/pictures")
     (where / "_static/meshes/list.js").write_text("window.tessel2dMeshes = window.tessel2dMeshes || {};\n")
     for mesh in gallery.glob("*.mesh.js"):
         shutil.copy(mesh, where / "_static/meshes")
