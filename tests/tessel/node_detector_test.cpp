@@ -5,7 +5,6 @@
 #include "support/meshes.h"
 #include "zel/tessel.h"
 
-#include <chrono>
 #include <limits>
 #include <map>
 #include <thread>
@@ -512,15 +511,19 @@ TEST(NodeDetector, InAHoleAndOutsideOnAllSidesItAgreesWithBruteForce) {
     }
 }
 
-/// Seconds that 200 searches take at a distance from the centre of 400,000 nodes on rings.
+/// Seconds of the processor that 200 searches take at a distance from the centre of 400,000 nodes on rings:
+/// the least of some rounds, which other programs on the machine disturb little.
 double seconds_around(const node_detector& detector, double radius) {
+    double least = 1e9;
     unsigned sum = 0;
-    const auto begin = std::chrono::steady_clock::now();
-    for (int k = 0; k < 200; ++k)
-        sum += detector.find_closest({radius * std::cos(0.1 + k), radius * std::sin(0.1 + k)});
-    const auto end = std::chrono::steady_clock::now();
+    for (int round = 0; round < 5; ++round) {
+        const std::clock_t begin = std::clock();
+        for (int k = 0; k < 200; ++k)
+            sum += detector.find_closest({radius * std::cos(0.1 + k), radius * std::sin(0.1 + k)});
+        least = std::min(least, static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC);
+    }
     EXPECT_GT(sum, 0U);
-    return std::chrono::duration<double>(end - begin).count();
+    return least;
 }
 
 // A search that looks at all nodes of the square around the circle takes 400 times as long as one in the
