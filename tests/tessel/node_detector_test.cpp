@@ -5,6 +5,9 @@
 #include "support/meshes.h"
 #include "zel/tessel.h"
 
+#include <algorithm>
+#include <cmath>
+#include <ctime>
 #include <limits>
 #include <map>
 #include <thread>
