@@ -58,12 +58,12 @@ private:
     friend class zel::vector_num;
 
     // A counter from here on belongs to a lasting object; owners never come to so many.
-    static constexpr std::uint32_t __lasting_references = 0x80000000u;
+    static constexpr std::uint32_t lasting_references = 0x80000000u;
 
-    constexpr explicit ref_counted(__lasting) noexcept : __references(__lasting_references) {}
+    constexpr explicit ref_counted(__lasting) noexcept : __references(lasting_references) {}
 
     bool __lasts() const noexcept {
-        return __references.load(std::memory_order_relaxed) >= __lasting_references;
+        return __references.load(std::memory_order_relaxed) >= lasting_references;
     }
     void __acquire() noexcept {
         if (!__lasts()) __references.fetch_add(1, std::memory_order_relaxed);

@@ -357,7 +357,8 @@ unsigned find_in(const node_index& index, const vector_fixed<double, 2>& p) noex
         const candidate found = closest<plain_measure>(index, p);
         if (found.node != nullptr && !found.out_of_range()) return found.node->number;
     }
-    return closest<any_measure>(index, p).node->number;
+    const candidate found = closest<any_measure>(index, p);
+    return found.node != nullptr ? found.node->number : no_node;
 }
 
 /// The run at the end of the way down to the cell of the point.
