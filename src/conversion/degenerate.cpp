@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Turns quadrilaterals with a collapsed edge into triangles.
 #include "foundation/call_frame.h"
 #include "zel/tessel2d/orientation.h"
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+// Looks up the number of the first node on an edge, for order conversion.
 #pragma once
 
-// The table in which order conversion looks up the number of the first node on an edge.
-//
 // 1. A bucket of one cache line has room for five edges. There is one bucket for each node, so that a mesh
 //    whose elements follow its nodes walks through the table from front to back.
 // 2. An edge stands in the bucket of its lower node; where that is full, in the bucket of its higher node.
@@ -14,8 +13,8 @@
 // Edges are never removed. So an edge that is not in the bucket of its lower node while that has a free
 // place is not in the table at all, and the same holds for the next place where it could be.
 //
-// Whatever the numbers of the nodes are, a look-up takes at most two buckets and 33 places of the trie: no
-// numbering, be it made for the purpose, brings the cost beyond a constant for each edge.
+// Whatever the numbers of the nodes are, a look-up takes at most two buckets and 33 places of the
+// trie: no numbering, not even an adversarial one, makes the cost of an edge more than a constant.
 //
 // Where a mesh uses few of the nodes there are (positions of a large mesh, elements of a part of it), there
 // are fewer buckets than nodes, and a multiplicative hash of the node chooses one.
@@ -33,8 +32,9 @@ struct edge_entry {
     bool fresh;      ///< it has been put there just now
 };
 
-/// Edges that found no place in a bucket. A place of the trie holds one edge; the path to it follows the
-/// bits of its hash from the top, two at each level. Distinct edges have distinct hashes.
+/// Edges for which the buckets had no room. A place of the trie holds one edge; the path to it
+/// follows the bits of its hash from the top, two at each level. Distinct edges have distinct
+/// hashes.
 class edge_trie {
 public:
     edge_entry insert(const elfes::edge2& edge, unsigned first) noexcept {
@@ -65,7 +65,7 @@ private:
         h = (h ^ h >> 33) * 0xC4CEB9FE1A85EC53U;
         return h ^ h >> 33;
     }
-    /// The link to the place of the edge, or the one at which it is to be appended.
+    /// The link to the place of the edge, or the empty link at which to append it.
     unsigned* walk(const elfes::edge2& edge) noexcept {
         unsigned* link = &root;
         for (std::uint64_t h = hash(edge); *link != no_node; h <<= 2) {
@@ -124,7 +124,7 @@ public:
         return overflow.find(edge);
     }
 
-    /// Asks the processor for the bucket in which the edge is likely to stand.
+    /// Prefetches the bucket in which the edge is likely to be.
     [[gnu::always_inline]] void prefetch_bucket(const elfes::edge2& edge) const noexcept {
         if (buckets) prefetch(buckets + home(std::min(edge.a, edge.b)));
     }
@@ -137,8 +137,8 @@ private:
         std::uint64_t keys[room] = {};
         unsigned first[room] = {};
         std::uint16_t filled = 0;
-        std::uint16_t downward =
-            0; ///< bit i: edge i was put there in the direction from high to low
+        /// Bit i: edge i was put there in the direction from high to low.
+        std::uint16_t downward = 0;
 
         /// Inverted, so that no edge has the key 0 of a free place: 0xFFFFFFFF is no node.
         static std::uint64_t key_of(const elfes::edge2& edge) noexcept {

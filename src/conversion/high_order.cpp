@@ -110,8 +110,8 @@ struct edge_numbering {
             for (unsigned k = 0; k < corners; ++k) {
                 const edge_entry entry =
                     table.insert(edge_nodes(cell, corners, k), static_cast<unsigned>(next));
-                next +=
-                    count * static_cast<unsigned>(entry.fresh); // a branch would be a coin's toss
+                // Branch-free: whether the edge is met for the first time cannot be predicted.
+                next += count * static_cast<unsigned>(entry.fresh);
                 if (!entry.first) complete = false;
                 if constexpr (Fill) run = put_run(entry, count, run);
             }
@@ -339,7 +339,7 @@ void place_nodes(const dense2D<unsigned>& connect, const element_order& order,
 
 // --------------------------------------------------------------------------------------- the whole
 
-/// Raises a tested mesh. False: memory is exhausted and `pos` is as it was.
+/// Raises a tested mesh. Returns false, with `pos` as it was, if memory is exhausted.
 bool raise(dense2D<double>& pos, const dense2D<unsigned>& connect, const element_order& order,
            const dense2D<unsigned>& edges, dense2D<unsigned>& raised) noexcept {
     const element_counts counts(connect);

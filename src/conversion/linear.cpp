@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Makes quadratic elements linear by cutting off the rows behind their corners.
 #include "foundation/cell_shapes.h"
 #include "zel/tessel2d/conversion.h"
 

@@ -149,10 +149,11 @@ template <class Shape, std::size_t Leading>
     for (unsigned k = 0; k < Shape::rows; ++k) mesh.prefetch_columns(across[k]);
 }
 
-/// Turns f if it runs along the edge of its neighbour as this one does. False: this one is done with.
+/// Turns f if it runs along the edge of its neighbour as this one does. Returns false if f
+/// conflicts with it.
 ///
-/// Whether an element that is met for the first time turns is a coin's toss in a bad mesh, so that the
-/// exchange itself has no branch.
+/// Whether an element that is met for the first time turns cannot be predicted in a bad mesh, so
+/// that the exchange itself is branch-free.
 template <class Shape, std::size_t Leading>
 [[gnu::always_inline]] inline bool visit(const surface<Leading>& mesh, const elfes::edge2& edge,
                                          unsigned f, reorientation& walk) noexcept {

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
+// Computes points inside elements from the positions of their nodes.
 #pragma once
 
-// Points inside elements from the positions of their nodes.
-//
-// A sum starts at zero and takes the nodes in the order of their rows. A node whose weight is exactly
-// zero is passed over, so that one at infinity does no harm there; so is a number that names no node.
+// A sum starts at zero and takes the nodes in the order of their rows. A node whose weight is
+// exactly zero is skipped, so that one at infinity has no effect there; so is a number that names
+// no node.
 #include "geometry/point.h"
 
 namespace zel::tessel2d {
 
-/// The nodes of a mesh that may be asked for any number.
+/// The nodes of a mesh, for reading by numbers that may name no node.
 template <int Dim>
 struct guarded_points {
     points_view<Dim> points;

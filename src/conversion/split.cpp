@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// Splits quadratic elements into linear ones: triangles into four, quadrilaterals into four, or
+// mixed meshes into quadrilaterals alone.
 #include "foundation/cell_shapes.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d/conversion.h"
@@ -18,8 +20,8 @@ constexpr cut<4, 3> T6_into_T3{{{0, 5, 4}, {1, 3, 5}, {2, 4, 3}, {3, 4, 5}}};
 constexpr cut<4, 4> Q9_into_Q4{{{0, 4, 8, 7}, {1, 5, 8, 4}, {2, 6, 8, 5}, {3, 7, 8, 6}}};
 constexpr cut<3, 4> T7_into_Q4{{{0, 5, 6, 4}, {1, 3, 6, 5}, {2, 4, 6, 3}}};
 
-/// Writes the pieces of one element into the columns from `next` on, and no node into rows that they
-/// do not reach.
+/// Writes the pieces of one element into the columns from `next` on, and `no_node` into rows below
+/// them.
 template <std::size_t Pieces, std::size_t Nodes>
 void put_pieces(const cut<Pieces, Nodes>& c, const unsigned* cell, std::size_t rows,
                 const columns<unsigned>& out, std::size_t& next) noexcept {
@@ -31,7 +33,8 @@ void put_pieces(const cut<Pieces, Nodes>& c, const unsigned* cell, std::size_t r
 }
 
 /// Makes `connect` `rows` high and `more` columns longer; the new rows of present columns hold no
-/// node, the new columns are to be written. False: memory is exhausted and nothing has changed.
+/// node, and the caller writes the new columns. Returns false, with nothing changed, if memory is
+/// exhausted.
 bool extend(dense2D<unsigned>& connect, std::size_t rows, std::size_t more) noexcept {
     const std::size_t present = connect.cols;
     std::size_t total;
@@ -57,8 +60,8 @@ void split_quadratic(const dense2D<unsigned>& connect_in, std::size_t first,
     }
 }
 
-/// T7 and Q9 side by side into quadrilaterals. A triangle has no row 7, or holds no node in it; nor does
-/// a Q9 whose edge found no memory for its number. The result is the column behind the last one.
+/// T7 and Q9 side by side into quadrilaterals. A triangle has no row 7, or holds no node in it; nor
+/// does a Q9 for whose edge there was no memory. Returns the column behind the last one.
 std::size_t split_centred(const dense2D<unsigned>& centred, const columns<unsigned>& out,
                           std::size_t next) noexcept {
     const auto cells = columns_of(centred);
@@ -72,7 +75,7 @@ std::size_t split_centred(const dense2D<unsigned>& centred, const columns<unsign
     return next;
 }
 
-/// Elements with a triangle's mark; a matrix of 3 rows has none.
+/// Counts the elements marked as triangles; a matrix of 3 rows has none.
 std::size_t count_marked_triangles(const dense2D<unsigned>& connect) noexcept {
     if (connect.rows != 4) return 0;
     const auto cells = columns_of(connect);

@@ -4,9 +4,10 @@
 // A quadrilateral is cut along one of its diagonals: always from its first corner, or along the diagonal
 // whose triangles score higher. In the selective form only those of low quality are cut.
 //
-// The choice starts from the corner with the smallest number, so that it does not depend on where the column
-// happens to start: the diagonal from that corner is taken unless the other one is better by more than
-// rounding. By shape, the choice that costs most, four quadrilaterals are judged at a time.
+// The choice starts from the corner with the smallest number, so that it does not depend on the
+// corner with which the column starts: the diagonal from that corner is taken unless the other one
+// is better by more than rounding. The choice by shape costs most, so four quadrilaterals are
+// judged at a time.
 #include "conversion/quad_quality.h"
 #include "foundation/cell_shapes.h"
 #include "geometry/lanes.h"
@@ -48,8 +49,8 @@ struct triangle_writer {
     }
 };
 
-/// Makes `connect` hold `more` columns behind the present ones, to be written. Returns false if memory is
-/// exhausted.
+/// Adds `more` columns behind the present ones of `connect`, which the caller writes. Returns false
+/// if memory is exhausted.
 bool extend(dense2D<unsigned>& connect, std::size_t rows, std::size_t more) noexcept {
     std::size_t total;
     return checked_add(connect.cols, more, total) && grow_columns(connect, rows, total, no_node);

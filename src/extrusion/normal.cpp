@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Sweeps a profile along a vector at each of its nodes, given or its normal.
 #include "extrusion/sweep.h"
 #include "zel/tessel1d.h"
 #include "zel/tessel2d/extrude_normal.h"
@@ -7,7 +8,7 @@ namespace zel::tessel2d {
 
 namespace {
 
-/// Along a vector for each node.
+/// Translation along a vector of its own for each node.
 struct nodal_translation {
     static constexpr std::size_t numbers = 4;
     using point_and_vector = vector_fixed<double, 4>;

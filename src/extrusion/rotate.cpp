@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Sweeps a profile around a centre in the plane or an axis in space.
 #include "extrusion/rotation.h"
 #include "extrusion/sweep.h"
 #include "zel/tessel2d/extrude_rotate.h"
@@ -10,7 +11,7 @@ namespace zel::tessel2d {
 
 namespace {
 
-/// About a centre in the plane, anticlockwise.
+/// Rotation about a centre in the plane, counterclockwise.
 struct plane_rotation {
     static constexpr std::size_t numbers = 2;
 
@@ -35,7 +36,7 @@ struct plane_rotation {
     }
 };
 
-/// About an axis through a centre in space, in the sense of the right hand.
+/// Rotation about an axis through a centre in space, in the sense of the right hand.
 struct space_rotation {
     static constexpr std::size_t numbers = 3;
 
@@ -46,7 +47,7 @@ struct space_rotation {
     rotation_about at(double s) const noexcept { return {centre, s, vector}; }
 };
 
-// The length of a sweep is the way of the first node of the first edge.
+// The length of a sweep is that of the path of the first node of the first edge.
 double way(const dense2D<double>& pos, unsigned node, const plane_rotation& turn) noexcept {
     const point<2> d = difference<2>({pos(0, node), pos(1, node)}, turn.centre);
     return length<2>(d) * std::fabs(turn.angle);
@@ -56,7 +57,8 @@ double way(const dense2D<double>& pos, unsigned node, const space_rotation& turn
     return length<3>(cross(d, turn.vector));
 }
 
-// Statuses and tests differ between the functions, not always with reason; users rely on them.
+// Statuses and tests differ between the functions, in part for historical reasons; users rely on
+// them.
 template <class Motion, class Sides>
 struct statuses {
     static constexpr bool planar = std::is_same_v<Motion, plane_rotation>;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Computes rotations from rotation vectors by Rodrigues' formula, with series for small angles.
 #include "extrusion/rotation.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Computes the rotation that a rotation vector stands for, with
+// its tangent operator and their derivatives.
 #pragma once
 
-// The rotation that a rotation vector stands for, with its tangent operator and their derivatives.
 #include "geometry/point.h"
 
 #include <algorithm>
@@ -28,9 +28,10 @@ static_assert(sizeof(rotation_state) == 74 * sizeof(double));
 ///     c0 = sin(theta)/theta     c1 = (1 - cos(theta))/q     c2 = c5 - c1        c3 = (c0 - 2*c1)/q
 ///     c4 = (c2 - 4*c3)/q        c5 = (1 - c0)/q             c6 = (c1 - 3*c5)/q  c7 = (c3 - 5*c6)/q
 ///
-/// Up to 0.1 they come from their series and are accurate to some units in the last place, at 0 too.
-/// Beyond it they are evaluated as they stand, and each division by q magnifies the rounding of the
-/// differences above it. What R and T are made of, c0*|w|, c1*q and c5*q, stays accurate to rounding.
+/// Up to 0.1 they come from their series and are accurate to some units in the last place, at 0
+/// too. Beyond it they are evaluated as they stand, and each division by q magnifies the rounding
+/// of the differences above it. What R and T are made of, c0*|w|, c1*q and c5*q, stays accurate to
+/// rounding.
 void rotation_coefficients(double q, double (&c)[8]) noexcept;
 
 /// Adds to S, a 3 x 3 matrix, the square of the skew matrix of w times `factor`: w w^T - (w . w) I.

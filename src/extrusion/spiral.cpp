@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Sweeps a profile along a screw: around an axis and along a vector at once.
 #include "extrusion/rotation.h"
 #include "extrusion/sweep.h"
 #include "zel/tessel2d/extrude_spiral.h"
@@ -7,7 +8,7 @@ namespace zel::tessel2d {
 
 namespace {
 
-/// About an axis through a centre and along a vector, both together.
+/// Rotation about an axis through a centre together with translation along a vector.
 struct screw {
     static constexpr std::size_t numbers = 3;
 
@@ -41,7 +42,7 @@ int extrude_sized(dense2D<double>& pos, const dense2D<unsigned>& profile, const 
     if (pos.rows != 3) return -1;
     if (!edges_fit(profile, pos)) return -2;
     if (!(h0 > 0)) return -6;
-    if (!(h1 > 0)) return quads ? -7 : -4; // triangles: kept as it always was
+    if (!(h1 > 0)) return quads ? -7 : -4; // users rely on the -4 of triangles
     if (!takes_rows(connect, Sides::rows)) return -9 - Sides::more_arguments;
     layer_plan plan{0, h0, h1};
     if (!layer_count(length<3>(motion.translation), h0, h1, force_even, plan.layers))

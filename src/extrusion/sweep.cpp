@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Counts and spaces the layers of a sweep, and writes the elements along the edges of its profile.
 #include "extrusion/sweep.h"
 
 #include "foundation/node_set.h"
@@ -72,7 +73,7 @@ bool layer_count(double length, double h0, double h1, bool force_even,
 
 namespace {
 
-// A cell stands over the edge (a, b) of its layer; c lies behind b, d behind a.
+// A cell lies over the edge (a, b) of its layer; c is the copy of b in the next layer, d that of a.
 struct quad_writer {
     static constexpr std::size_t rows = 4;
     static constexpr std::size_t per_cell = 1;
@@ -180,7 +181,7 @@ void triangle_sides::write(const swept_profile& profile, columns<unsigned> out,
 
 namespace {
 
-/// The columns that the outputs grow to. False: a number overflows.
+/// Counts the columns of both outputs after the sweep. Returns false if a count overflows.
 bool outgrown(const sweep_frame& frame, std::size_t present_nodes, std::size_t present_elements,
               const swept_profile& swept, std::size_t& nodes, std::size_t& elements) noexcept {
     std::size_t cells;

@@ -1,8 +1,8 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Sweeps a profile by any motion: number and spacing of the
+// layers, nodes of the profile, elements along its edges, and the order of the steps. A motion only
+// says where a node goes.
 #pragma once
 
-// What all sweeps of a profile share: the number of layers, their spacing, the nodes of the profile, the
-// elements along its edges, and the order of the steps. A motion adds where a node goes.
 #include "foundation/call_frame.h"
 #include "geometry/point.h"
 #include "zel/tessel.h"
@@ -28,12 +28,12 @@ std::uint64_t round_geometric(double x, std::uint64_t m) noexcept;
 /// of its layers: (R^t - 1)/(R - 1) with R = h1/h0.
 double size_progression(double t, double h0, double h1) noexcept;
 
-/// The number of layers for a sweep of that length. False: it is infinite, not a number, or not below
-/// 2^32.
+/// The number of layers for a sweep of that length. Returns false if it is infinite, NaN, or not
+/// below 2^32.
 bool layer_count(double length, double h0, double h1, bool force_even,
                  std::uint64_t& layers) noexcept;
 
-/// A sweep of so many layers; sizes of 0 ask for uniform ones.
+/// The layers of a sweep: their number, and the sizes at both ends; sizes of 0 make them uniform.
 struct layer_plan {
     std::uint64_t layers;
     double h0;
@@ -102,16 +102,17 @@ struct sweep_frame {
     std::size_t rows_after_failure; ///< that `pos` is left with when the sweep fails
 };
 
-/// Leaves `pos` with so many rows, new ones zero, and returns the status of exhausted memory. This is how
-/// every sweep ends that has too many layers or nodes, or no memory for them.
+/// Leaves `pos` with `rows` rows, new ones zero, and returns the status of exhausted memory. Every
+/// sweep ends like this that has too many layers or nodes, or no memory for them.
 int failed_sweep(dense2D<double>& pos, std::size_t rows) noexcept;
 
-/// Numbers the profile, reserves what the sweep needs and resizes both outputs; the new columns wait to
-/// be written. On failure the connectivity is as it was, and `pos` is left with `rows_after_failure`.
+/// Numbers the profile, reserves what the sweep needs and resizes both outputs; the caller writes
+/// the new columns. On failure the connectivity is as it was, and `pos` is left with
+/// `rows_after_failure`.
 int prepare_sweep(const sweep_frame& frame, dense2D<double>& pos, const dense2D<unsigned>& profile,
                   dense2D<unsigned>& connect, swept_profile& swept) noexcept;
 
-/// So many nodes of the profile are gathered at a time, for all layers.
+/// Nodes of the profile that are gathered at a time, for all layers.
 constexpr std::size_t strip_width = 512;
 
 /// Writes one layer of a strip from `out` on, columns `ld` apart.
@@ -126,9 +127,9 @@ void write_strip(const Step& moved, const double (&from)[N][strip_width], std::s
     }
 }
 
-/// Writes the nodes of all layers, each from the node of the profile. `motion.origin(p, node)` are the
-/// numbers that it needs of a node, and `motion.at(s)` is the motion up to the fraction s: applied to
-/// these numbers it gives the point moved.
+/// Writes the nodes of all layers, each from the node of the profile. `motion.origin(p, node)`
+/// returns the numbers that the motion needs of a node, and `motion.at(s)` the motion up to the
+/// fraction s: applied to these numbers it returns the moved point.
 template <int Dim, class Motion>
 void write_layers(const swept_profile& swept, const layer_plan& plan, const Motion& motion,
                   dense2D<double>& pos) noexcept {
@@ -172,7 +173,7 @@ int sweep(dense2D<double>& pos, const dense2D<unsigned>& profile, const Motion& 
     return status_ok;
 }
 
-/// The profile is a matrix of edges between nodes of `pos`.
+/// Returns true if the profile is a matrix of edges between nodes of `pos`.
 inline bool edges_fit(const dense2D<unsigned>& profile, const dense2D<double>& pos) noexcept {
     return tessel::check_IDs(profile, ELEMENT_E2, node_bound(pos));
 }

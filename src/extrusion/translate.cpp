@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Sweeps a profile along a straight vector.
 #include "extrusion/sweep.h"
 #include "zel/tessel2d/extrude_translate.h"
 
@@ -6,7 +7,7 @@ namespace zel::tessel2d {
 
 namespace {
 
-/// Along a straight vector.
+/// Translation along a vector that is the same for all nodes.
 template <int Dim>
 struct translation {
     static constexpr std::size_t numbers = Dim;

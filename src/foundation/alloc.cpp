@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0
-// All memory of the library comes from here. The file holds nothing else, so that a program that
-// links the static library can bring its own pair.
+// SPDX-License-Identifier: Apache-2.0 Allocates and frees all memory of the library. The file holds
+// nothing else, so that a program that links the static library can define its own pair of
+// functions.
 #include "zel/storage.h"
 
 #include <cstdlib>
@@ -17,9 +17,9 @@ namespace {
 // mutation (21 -> 22): speed only
 constexpr std::size_t huge_page = std::size_t{1} << 21;
 
-// Fresh memory is paid for by the page fault: 512 small faults cost several times what the kernel
-// takes to clear one huge page. Blocks of at least one huge page are therefore aligned to it and advise
-// the kernel; where huge pages are off the advice is void and nothing else changes.
+// Fresh memory costs a page fault for each page: 512 small faults take several times as long as the
+// kernel needs to clear one huge page. Blocks of at least one huge page are therefore aligned to
+// it, and the kernel is advised to use huge pages; where these are off, the advice has no effect.
 void* allocate_large(std::size_t bytes) noexcept {
     void* memory = nullptr;
     if (posix_memalign(&memory, huge_page, bytes) != 0) return nullptr;

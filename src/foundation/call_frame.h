@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+// Defines what all public functions have in common: statuses, limits of node numbers, tests of
+// outputs, and cursors that take data pointer and leading dimension out of the loops.
 #pragma once
 
-// What all public functions have in common: statuses, limits of node numbers, tests of outputs, and
-// cursors that take data pointer and leading dimension out of the loops.
 #include "zel/dense.h"
 
 #include <cfloat>
@@ -10,7 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// 1 computes float as double, which the library does not use; 2 is the arithmetic of the x87.
+// Value 1 means that float is computed as double; the library has no floats. Value 2 is the
+// arithmetic of the x87.
 static_assert(FLT_EVAL_METHOD == 0 || FLT_EVAL_METHOD == 1,
               "zel tessel2d needs doubles that are rounded in every step: no x87 arithmetic");
 
@@ -24,10 +25,10 @@ namespace tessel2d {
 constexpr int status_ok = 0;
 constexpr int status_memory = -199;
 
-/// The most nodes that 32-bit numbers can tell apart; the number 0xFFFFFFFF is no node.
+/// The most nodes that 32-bit numbers can distinguish; the number 0xFFFFFFFF is no node.
 constexpr std::uint64_t most_nodes = 0xFFFFFFFFu;
 
-/// a + b and a * b; false when the result does not fit.
+/// Computes a + b or a * b. Returns false if the result does not fit.
 inline bool checked_add(std::size_t a, std::size_t b, std::size_t& sum) noexcept {
     return dense_detail::add(a, b, sum);
 }
@@ -35,7 +36,7 @@ inline bool checked_multiply(std::size_t a, std::size_t b, std::size_t& product)
     return dense_detail::multiply(a, b, product);
 }
 
-/// `present` nodes and `more` behind them: false when 32-bit numbers cannot hold them.
+/// Adds `present` and `more` nodes. Returns false if 32-bit numbers cannot hold them all.
 inline bool node_total(std::size_t present, std::size_t more, std::size_t& total) noexcept {
     return checked_add(present, more, total) && (more == 0 || total <= most_nodes);
 }
@@ -45,20 +46,21 @@ inline unsigned node_bound(const dense2D<double>& pos) noexcept {
     return pos.cols < no_node ? static_cast<unsigned>(pos.cols) : no_node;
 }
 
-/// A number of elements as a status; what an `int` cannot hold counts as the largest one.
+/// A number of elements as a status: the number, or the largest `int` if that is smaller.
 inline int as_count(std::size_t n) noexcept {
     constexpr std::size_t most = INT_MAX;
     return static_cast<int>(n < most ? n : most);
 }
 
-/// An output connectivity can take columns of `height` rows: it is empty or has that height.
+/// Returns true if an output connectivity can take columns of `height` rows: it is empty or has
+/// that height.
 inline bool takes_rows(const dense2D<unsigned>& connect, std::size_t height) noexcept {
     return connect.empty() || connect.rows == height;
 }
 
-/// Makes room for `cols` columns behind the present ones and takes them in. The caller writes what is
-/// new; only the columns that an empty matrix brings along, without rows, are filled. False: memory is
-/// exhausted and the matrix is unchanged.
+/// Resizes a matrix to `cols` columns. The caller writes the new ones; only columns that an empty
+/// matrix had already, without rows, are filled. Returns false, with the matrix unchanged, if
+/// memory is exhausted.
 template <class T>
 bool grow_columns(dense2D<T>& m, std::size_t rows, std::size_t cols, T fill) noexcept {
     const std::size_t without_rows = m.empty() ? std::min(m.cols, cols) : 0;
@@ -69,7 +71,7 @@ bool grow_columns(dense2D<T>& m, std::size_t rows, std::size_t cols, T fill) noe
 
 /// Makes `input`, a local view of an argument, independent of `output` when both share a storage
 /// block: it becomes a copy of the values on entry. Usually nothing is shared and nothing happens.
-/// False: memory is exhausted.
+/// Returns false if memory is exhausted.
 template <class Output>
 bool separate(dense2D<unsigned>& input, const Output& output) noexcept {
     return input.storage.get() != output.storage.get() || input.copy(input);
@@ -106,10 +108,10 @@ columns<T> columns_of(dense2D<T>& m) noexcept {
     return {m.data(), m.ld};
 }
 
-/// Asks the processor for memory that is needed a little later.
+/// Prefetches memory: the processor starts to load it, and goes on.
 ///
-/// Inlined by force: gcc takes a function that only prefetches for one without effect and drops calls
-/// to it. The same holds for a function around this one that does nothing else.
+/// Inlined by force: gcc considers a function that only prefetches to be without effect and drops
+/// calls to it. The same holds for a function that calls nothing but this one.
 #if defined(__GNUC__)
 [[gnu::always_inline]] inline void prefetch(const void* memory) noexcept {
     __builtin_prefetch(memory);

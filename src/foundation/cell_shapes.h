@@ -1,14 +1,14 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Makes the number of corners of a column a type, so that
+// triangles, quadrilaterals and mixed meshes share one template.
 #pragma once
 
-// How many corners a column of a connectivity has, as a type, so that triangles, quadrilaterals and
-// mixed meshes are one template.
 #include "foundation/call_frame.h"
 #include "zel/element_type.h"
 
 namespace zel::tessel2d {
 
-/// A connectivity of this height suits a concrete kind. False for a value that is no kind at all.
+/// Returns true if a connectivity of this height suits a concrete kind, and false for a value that
+/// is no kind at all.
 inline bool has_rows_of(std::size_t rows, element_type kind) noexcept {
     const bool known = static_cast<unsigned>(kind) <= static_cast<unsigned>(ELEMENT_H27);
     return known && rows == element_node_count(kind);

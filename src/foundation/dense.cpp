@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// Instantiates the containers of numbers and defines the functions that append to node lists and
+// connectivities.
 #include "zel/dense.h"
 
 namespace zel {
@@ -48,8 +50,8 @@ bool append_columns(const dense2D<unsigned>& src, dense2D<unsigned>& dst) noexce
     const std::size_t src_ld = src.ld;
     const std::size_t src_start = src.start;
     if (src.storage == dst.storage && !(src.contiguous() && dst.contiguous() && dst.rows == r)) {
-        dense2D<unsigned>
-            own; // the columns of one block might be moved, or written over, before they are read
+        // The columns of one block might be moved, or written over, before they are read.
+        dense2D<unsigned> own;
         return own.copy(src) && append_columns(own, dst);
     }
     if (sum > dst.column_capacity()) dst.reserve(r, most, 1);
@@ -71,7 +73,7 @@ bool push_back_column(const unsigned* ids, std::size_t height, dense2D<unsigned>
     std::copy_n(ids, height, column); // `ids` may lie in the block that grows
     if (!dst.empty() && dst.rows != height) return false;
     const std::size_t m = dst.cols;
-    // mutation (1 -> 2): twice the capacity is what is asked for anyway
+    // mutation (1 -> 2): twice the capacity is requested anyway
     if (m == dst.column_capacity()) dst.reserve(height, std::max<std::size_t>(2 * m, 4), 1);
     if (!dst.resize(height, m + 1)) return false;
     std::copy_n(column, height, dst[m]);
@@ -93,8 +95,8 @@ unsigned max_index(const dense2D<unsigned>& m) noexcept {
     const bool in_one_run = m.contiguous();
     const std::size_t runs = in_one_run ? 1 : m.cols;
     const std::size_t length = in_one_run ? m.rows * m.cols : m.rows;
-    // mutation (0 -> 1): zero and one both answer zero
-    unsigned largest = 0; // of the entries plus one, where 0xFFFFFFFF wraps to 0
+    // mutation (0 -> 1): zero and one both return zero
+    unsigned largest = 0; // the largest entry plus one; 0xFFFFFFFF wraps to 0
     for (std::size_t j = 0; j < runs; ++j) {
         const unsigned* const entries = m[j];
         for (std::size_t i = 0; i < length; ++i) largest = std::max(largest, entries[i] + 1);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Defines the number of nodes of each kind of element.
 #include "zel/element_type.h"
 
 namespace zel {

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
+// Calls the eigenvalue routine of LAPACK for packed symmetric matrices, behind tests of its
+// arguments.
 #include "zel/lapack.h"
 
 #include <cmath>
 #include <cstddef>
 #include <limits>
 
-// The Fortran routine; the lengths of the two texts stand behind the arguments, by value.
+// The Fortran routine; the lengths of the two strings follow the arguments, by value.
 extern "C" void dspev_(const char* jobz, const char* uplo, const int* n, double* ap, double* w,
                        double* z, const int* ldz, double* work, int* info, std::size_t jobz_length,
                        std::size_t uplo_length);
@@ -18,7 +20,8 @@ bool is_one_of(char given, char upper, char lower) noexcept {
     return given == upper || given == lower;
 }
 
-/// The tests of LAPACK itself, whose own way of reporting is to print a line and end the program.
+/// The same tests as in LAPACK, which reports a bad argument by printing a line and ending the
+/// program.
 long first_bad_argument(char jobz, char uplo, long n, long ldz) noexcept {
     constexpr long most = std::numeric_limits<int>::max();
     const bool vectors = is_one_of(jobz, 'V', 'v');

@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
+// Lists the nodes of a connectivity, each once, in the order in which the columns name them first.
 #pragma once
 
-// Lists the nodes of a connectivity, each once, in the order in which the columns name them first.
 #include "foundation/call_frame.h"
 #include "foundation/cell_shapes.h"
 #include "zel/hbuckets.h"
 
 namespace zel::tessel2d {
 
-/// Gathers the nodes of `connect` in `set`, which is emptied first. `Shape` tells how many leading rows
-/// of a column count (see cell_shapes.h); entries among them that are no node are passed over. A node
-/// that finds no memory after the start is left out, and so may be values behind it: `set.complete()`
-/// and `position_in` tell.
+/// Gathers the nodes of `connect` in `set`, which is emptied first. `Shape` gives the number of
+/// leading rows of a column that count (see cell_shapes.h); entries among them that are no node are
+/// skipped. When memory runs out after the start, nodes are missing: `set.complete()` then returns
+/// false, and `position_in` returns `no_node` for them.
 ///
 /// Returns 0, or -199 when memory ran out at the start and nothing was gathered.
 template <class Shape>
 int collect_nodes(const dense2D<unsigned>& connect, vector_fast<unsigned>& set) noexcept {
-    constexpr std::size_t ahead = 12; // columns between the hint to the processor and its use
+    constexpr std::size_t ahead = 12; // columns between prefetch and use
     set.clear();
     if (!set.reserve(connect.cols, 1)) return status_memory;
     if (connect.cols > set.positions.bucket_count && !set.positions.rehash(connect.cols))
@@ -49,12 +49,13 @@ inline unsigned position_in(const vector_fast<unsigned>& set, unsigned node) noe
                                                  : static_cast<unsigned>(found->value.second);
 }
 
-/// Lists the nodes of `connect` in `list`, each once in first-seen order, and tells in `places`, a matrix
-/// of its shape, where in the list each entry stands; entries behind the corners of a column are copied.
-/// All corners are below `node_count` or no node; these are copied too. False: memory is exhausted.
+/// Lists the nodes of `connect` in `list`, each once in first-seen order, and writes the position
+/// of each entry in that list to `places`, a matrix of the same shape. Entries behind the corners
+/// of a column are copied. All corners are below `node_count` or no node; these are copied too.
+/// Returns false if memory is exhausted.
 ///
-/// Where the connectivity names a fair share of all nodes, a table over the nodes serves better than
-/// hashing; the outcome is the same.
+/// Where the connectivity names a large share of all nodes, a table over the nodes is faster than
+/// hashing; the result is the same.
 template <class Shape>
 bool number_nodes(const dense2D<unsigned>& connect, std::size_t node_count,
                   dense1D<unsigned, 8>& list, dense2D<unsigned>& places) noexcept {

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+// Numbers the local edges of elements, steps around a node, turns an element over and holds sets of
+// elements.
 #pragma once
 
-// How elements lie beside one another: local edges, turning around a node, turning an element over,
-// and sets of elements.
-//
 // Local edges number the rows of a matrix of neighbours. A triangle numbers an edge by the corner
 // opposite it, a quadrilateral by the corner from which it starts:
 //
@@ -19,7 +18,7 @@ namespace zel::tessel2d {
 
 /// The first of the `corners` (3 or 4) rows of a column that holds the node, or 0xFFFFFFFF.
 inline unsigned local_node_index(unsigned node, const unsigned* cell, unsigned corners) noexcept {
-    // From the last row on and without leaving early: which row it is cannot be predicted.
+    // Branch-free, from the last row to the first: which row it is cannot be predicted.
     unsigned row = corners == 4 && cell[3] == node ? 3 : no_node;
     row = cell[2] == node ? 2 : row;
     row = cell[1] == node ? 1 : row;
@@ -32,8 +31,9 @@ inline elfes::edge2 edge_nodes(const unsigned* cell, unsigned corners, unsigned 
     return {cell[k], cell[(k + 1) % 4]};
 }
 
-/// The row of neighbours that leads across the edge that ends at corner i. Walking on like this from
-/// element to element turns around the node at that corner, anticlockwise in anticlockwise elements.
+/// The row of neighbours that leads across the edge that ends at corner i. Repeated from element to
+/// element, this step turns around the node at that corner, counterclockwise if the elements are
+/// counterclockwise.
 inline unsigned turn_edge(unsigned i, unsigned corners) noexcept {
     return corners == 3 ? (i + 1) % 3 : (i + 3) % 4;
 }
@@ -50,20 +50,21 @@ inline void turn_over(unsigned* cell, unsigned on = 1) noexcept {
     swap_if(on, cell[0], cell[2]);
 }
 
-/// What turning an element over does to its column of neighbours.
-inline void turn_over_neighbors(unsigned* across, unsigned corners, unsigned on = 1) noexcept {
+/// Reorders the column of neighbours of an element that is turned over.
+inline void turn_over_neighbors(unsigned* neighbors, unsigned corners, unsigned on = 1) noexcept {
     if (corners == 3) {
-        swap_if(on, across[0], across[2]);
+        swap_if(on, neighbors[0], neighbors[2]);
     } else {
-        swap_if(on, across[0], across[1]);
-        swap_if(on, across[2], across[3]);
+        swap_if(on, neighbors[0], neighbors[1]);
+        swap_if(on, neighbors[2], neighbors[3]);
     }
 }
 
 /// A set of element numbers, one bit for each element of a mesh.
 class element_set {
 public:
-    /// Empties the set and makes it ready for the numbers below `count`. False: memory is exhausted.
+    /// Empties the set and makes room for the numbers below `count`. Returns false if memory is
+    /// exhausted.
     bool start(std::size_t count) noexcept {
         words.clear();
         if (!words.resize(count / word_bits + (count % word_bits != 0), 0u)) return false;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Defines the version of the library.
 #include "zel/tessel2d/version.h"
 
 namespace zel::tessel2d {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Meshes a quarter of a disk, and a disk from four of them, each turned by a right angle more.
 #include "generators/round_mesh.h"
 #include "tessel1d/line.h"
 #include "zel/tessel2d/disks.h"
@@ -58,10 +59,10 @@ void place_disk_skeleton(columns<double> points, std::size_t c,
 
 /// Places the nodes of all lines; memory has been reserved.
 ///
-/// The matrix gets as many columns as skeleton and arcs need in an empty one, while the nodes go to the
-/// columns behind those that were there. On nodes that were there the two do not fit together; then
-/// some columns are written beyond the last one, but within what has been reserved, and the straight
-/// lines that follow may overwrite them.
+/// The matrix gets the number of columns that skeleton and arcs need in an empty matrix, while the
+/// nodes go behind the columns that were present. If there were any, some nodes are written beyond
+/// the last column, but within the reserved memory, and the straight lines that follow may
+/// overwrite them.
 void disk_quarter::place_lines(dense2D<double>& pos, const round_shape<2>& disk,
                                node_line (&lines)[9]) noexcept {
     const std::size_t n = disk.n;

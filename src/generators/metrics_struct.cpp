@@ -1,4 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
+// Fills the interior nodes of a structured patch with sizes or size tensors from its boundary.
+//
+// Each interior node lies on two lines of the grid. On each line the size is interpolated between
+// its two ends, and the node gets the value halfway between the two. A node has no size unless all
+// four ends have one.
 #include "foundation/call_frame.h"
 #include "generators/struct_patch.h"
 #include "metrics/blend.h"
@@ -13,8 +18,8 @@ namespace {
 
 // ------------------------------------------------------------------------------------------- sizes
 
-/// The size at t between two sides, which stays away from 0 and 1 by 2^-32 at least. 0, which stands for
-/// no size, unless both have one.
+/// The size at t between two sides, where t is at least 2^-32 away from 0 and 1. It is 0, which
+/// stands for no size, unless both sides have one.
 double size_between(double from, double to, double t) noexcept {
     return from > 0 && to > 0 ? (to - from) * t + from : 0.0;
 }
@@ -40,8 +45,8 @@ void fill_sizes(const struct_patch& patch, double* sizes) noexcept {
 
 // ----------------------------------------------------------------------------------------- tensors
 
-// A line of the grid has the same two ends all along, so that it takes one reduction. The interior is
-// filled in strips of so many lines across, whose reductions are kept on the stack.
+// All nodes of a line of the grid share its two ends, so that one reduction per line suffices. The
+// interior is filled in strips of this many lines across, whose reductions are kept on the stack.
 constexpr std::size_t strip_width = 32;
 
 template <std::size_t Order>
@@ -83,7 +88,7 @@ void fill_tensors(const struct_patch& patch, const columns<double>& metrics) noe
 
 // ------------------------------------------------------------------------------------- call frame
 
-/// The tests of the loop and of its length.
+/// Tests the loop and its length.
 int check_loop(const dense1D<unsigned, 8>& boundary, std::size_t n, std::size_t n1,
                std::size_t first_new) noexcept {
     const std::size_t s = boundary.size;
@@ -96,8 +101,8 @@ int check_loop(const dense1D<unsigned, 8>& boundary, std::size_t n, std::size_t 
     return status_ok;
 }
 
-/// The number of nodes with the interior ones. A patch without cells along the bottom (n1 = 0) loses
-/// n - 1 of them. False when there are too few or too many.
+/// Counts the nodes with the interior ones. A patch without cells along the bottom (n1 = 0) loses n
+/// - 1 nodes. Returns false if there are too few or too many.
 bool with_interior(std::size_t present, std::size_t n1, std::size_t n,
                    std::size_t& total) noexcept {
     if (n1 == 0) {
@@ -108,8 +113,8 @@ bool with_interior(std::size_t present, std::size_t n1, std::size_t n,
     return checked_multiply(n1 - 1, n - 1, interior) && node_total(present, interior, total);
 }
 
-/// What the two functions share: the tests, the growth of `metrics`, which has `present` nodes, by
-/// grow(total), and the work by fill(patch).
+/// The steps of both public functions: the tests, the growth of `metrics`, which has `present`
+/// nodes, by grow(total), and the interpolation by fill(patch).
 template <class Grow, class Fill>
 int fill_interior(const dense1D<unsigned, 8>& boundary, std::size_t n, std::size_t present,
                   const Grow& grow, const Fill& fill) noexcept {

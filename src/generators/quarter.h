@@ -1,8 +1,8 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Builds what a quarter of a disk and an octant of a sphere
+// have in common: seven skeleton nodes, nine lines of n cells between them, and three four-sided
+// patches between the lines.
 #pragma once
 
-// A quarter of a disk and an octant of a sphere are built alike: seven skeleton nodes, nine lines of n
-// cells between them, and three four-sided patches between the lines.
 #include "foundation/call_frame.h"
 #include "generators/struct_patch.h"
 #include "zel/tessel2d/generators.h"
@@ -33,7 +33,8 @@ struct quarter_plan {
     unsigned outline[6];
 };
 
-/// From here on the nodes outgrow 32-bit numbers in any case; below it no count overflows.
+/// The largest n that is tried: with it the nodes exceed 32-bit numbers in any case, and up to it
+/// no count overflows.
 constexpr unsigned most_divisions = 1U << 16;
 
 /// Counts of a quarter of n cells per patch side.
@@ -83,13 +84,13 @@ struct triangle_patches {
     }
 };
 
-/// Room for `more` columns behind the present ones. False: memory is exhausted.
+/// Reserves room for `more` columns behind the present ones. Returns false if memory is exhausted.
 inline bool reserve_more(dense2D<unsigned>& m, std::size_t rows, std::size_t more) noexcept {
     std::size_t cols;
     return checked_add(m.cols, more, cols) && m.reserve(rows, cols, 1);
 }
 
-/// The same for nodes; false also when they outgrow 32-bit numbers.
+/// The same for nodes. Returns false also if 32-bit numbers cannot hold them.
 inline bool reserve_nodes(dense2D<double>& pos, std::size_t rows, std::size_t more) noexcept {
     std::size_t cols;
     return node_total(pos.cols, more, cols) && pos.reserve(rows, cols, 1);
@@ -113,7 +114,7 @@ inline void write_loop(const patch_side (&sides)[4], const node_line (&lines)[9]
     *out = loop[0];
 }
 
-/// Meshes the three patches. What a patch answers is not looked at.
+/// Meshes the three patches. Their statuses are ignored.
 template <class Patches>
 void mesh_patches(const quarter_plan& plan, const node_line (&lines)[9], unsigned n,
                   const Patches& patches, dense1D<unsigned, 8>& loop, dense2D<double>& pos,
@@ -137,7 +138,8 @@ inline void append_outline(const quarter_plan& plan, const node_line (&lines)[9]
         }
 }
 
-/// Tests of what a quarter or an octant is added to; `last` is the place of `boundary` among the arguments.
+/// Tests the matrices to which a quarter or an octant is appended; `last` is the position of
+/// `boundary` among the arguments.
 template <std::size_t Dim, class Patches>
 int check_quarter(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                   const dense2D<unsigned>& boundary, int last) noexcept {

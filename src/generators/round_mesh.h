@@ -52,7 +52,7 @@ struct arc {
     int rising[Dim];   ///< 1: sine, 0: cosine, -1: stays at the centre
 };
 
-/// The inner nodes of an arc.
+/// Places the inner nodes of an arc.
 template <std::size_t Dim>
 void place_arc(columns<double> points, const arc<Dim>& a, const round_shape<Dim>& shape,
                std::size_t first_new) noexcept {
@@ -84,7 +84,7 @@ void place_arcs(columns<double> points, std::size_t c, const arc<Dim> (&arcs)[Ar
 
 // ---------------------------------------------------------------------------------------- one quarter
 
-/// The quarter, once all memory is there; `loop` has room for 4n + 1 entries.
+/// Meshes the quarter within reserved memory; `loop` has room for 4n + 1 entries.
 template <class Quarter, class Patches>
 void make_quarter(dense2D<double>& pos, const round_shape<Quarter::dimension>& shape,
                   Patches patches, dense1D<unsigned, 8>& loop, node_line (&lines)[9],
@@ -99,7 +99,7 @@ void make_quarter(dense2D<double>& pos, const round_shape<Quarter::dimension>& s
     mesh_patches(Quarter::plan, lines, shape.n, patches, loop, pos, connect);
 }
 
-/// Appends a quarter; `last` is the place of `boundary` among the arguments.
+/// Appends a quarter; `last` is the position of `boundary` among the arguments.
 template <class Quarter, class Patches>
 int mesh_quarter(dense2D<double>& pos, const round_shape<Quarter::dimension>& shape,
                  const Patches& patches, dense2D<unsigned>& connect, dense2D<unsigned>& boundary,
@@ -123,7 +123,7 @@ int mesh_quarter(dense2D<double>& pos, const round_shape<Quarter::dimension>& sh
 
 // ---------------------------------------------------------------------------- the whole, from copies
 
-/// A quarter whose copies make the whole, and the memory that it takes to make and copy it.
+/// A quarter whose copies form the whole, and the memory for making and copying it.
 template <class Quarter, class Patches>
 struct copied_quarter {
     static constexpr std::size_t dimension = Quarter::dimension;
@@ -140,7 +140,8 @@ struct copied_quarter {
     explicit copied_quarter(const round_shape<dimension>& given) noexcept
         : shape(given), counts(given.n), elements(counts.cells * Patches::elements_per_cell) {}
 
-    /// Reserves memory; up to `quarters` of them are copied at a time. False: it is exhausted.
+    /// Reserves memory; up to `quarters` of them are copied at a time. Returns false if it is
+    /// exhausted.
     bool reserve(std::size_t quarters) noexcept {
         // mutation (1 -> 2): twice nothing is nothing: the list is empty
         return loop.reserve(counts.loop, 1) && scratch.reserve(quarters * counts.nodes) &&
@@ -154,7 +155,7 @@ struct copied_quarter {
         make_quarter<Quarter>(pos, shape, patches, loop, lines, connect, boundary);
     }
 
-    /// Appends elements of the quarter and so many copies of them, each turned by `rotation` further
+    /// Appends elements of the quarter and `copies` copies of them, each turned by `rotation` more
     /// about the centre.
     template <class Rotation>
     void append_copies(const dense2D<unsigned>& source, const Rotation& rotation, unsigned copies,

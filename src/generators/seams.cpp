@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Fuses the nodes on the seams of disks and spheres and renumbers the rest.
 #include "generators/seams.h"
 
 #include "tessel/merge.h"
@@ -13,7 +14,8 @@ namespace {
 
 constexpr double relative_tolerance = 1e-12;
 
-/// The nodes that may coincide with others, in ascending order. False: memory is exhausted.
+/// Lists the nodes that may coincide with others, in ascending order. Returns false if memory is
+/// exhausted.
 bool list_seam_nodes(const copied_parts& parts, dense1D<unsigned, 8>& seam) noexcept {
     const quarter_counts quarter(parts.n);
     if (!seam.resize(parts.copies * quarter.edges + parts.behind)) return false;
@@ -35,9 +37,9 @@ bool gather(const dense2D<double>& pos, const dense1D<unsigned, 8>& nodes,
     return true;
 }
 
-/// Takes away the nodes of `seam` that another stands for and writes the new number of each node. Between
-/// two of them the nodes keep their order and move together: the columns of a matrix that began empty lie
-/// one behind the other.
+/// Removes the nodes of `seam` that are fused with another and writes the new number of each node.
+/// The nodes between two removed ones keep their order and move as one block: `pos` began empty, so
+/// that its columns are contiguous.
 void close_seam(const dense1D<unsigned, 8>& seam, const dense1D<unsigned, 8>& stands_for,
                 dense2D<double>& pos, dense1D<unsigned, 8>& numbers) noexcept {
     std::size_t from = 0; // the first node that has not been moved
@@ -59,7 +61,8 @@ void close_seam(const dense1D<unsigned, 8>& seam, const dense1D<unsigned, 8>& st
     pos.resize(pos.rows, to);
 }
 
-/// False, with nothing changed: the counts are others, matrices share storage, or memory is exhausted.
+/// Joins by the nodes of outlines and edges alone. Returns false, with nothing changed, if the
+/// counts differ from the expected ones, if matrices share storage, or if memory is exhausted.
 bool join_seams(const copied_parts& parts, double tolerance, dense2D<double>& pos,
                 dense2D<unsigned>* first, dense2D<unsigned>* last) noexcept {
     if (pos.cols != parts.copies * quarter_counts(parts.n).nodes + parts.behind) return false;

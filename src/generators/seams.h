@@ -1,15 +1,15 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Joins the turned copies of a quarter or an octant where their
+// outlines meet. The result is that of merging all nodes and removing the unused ones, but only the
+// nodes of outlines are compared.
 #pragma once
 
-// Joins the turned copies of a quarter or an octant where their outlines meet. What comes out is what
-// merging all nodes and removing the unused ones gives, without looking at all nodes.
 #include "generators/quarter.h"
 
 namespace zel::tessel2d {
 
-/// Tells that no two nodes of a quarter or octant, and no node inside it and one of its outline, come near
-/// the tolerance, whatever the rounding. `from_origin` is the sum of the magnitudes of the centre's
-/// coordinates.
+/// Returns true if no two nodes of a quarter or octant, and no node inside it and one of its
+/// outline, can come near the tolerance, whatever the rounding. `from_origin` is the sum of the
+/// magnitudes of the centre's coordinates.
 ///
 /// The patches are images of the unit square that do not depend on n, under which the nodes stay at least
 /// 0.41 radius/n apart and the inner nodes as far from the outline. Rounding moves a node by less than
@@ -19,9 +19,9 @@ inline bool nodes_stay_apart(double from_origin, double radius, double n) noexce
     return radius > 1e-250 && scale < 1e250 && scale * n * 0x1p-35 < radius;
 }
 
-/// What a quarter and its copies have become: nodes of `copies` copies from `first_node` on, as many in each
-/// as the quarter has, and `behind` nodes of copied edges behind them. Elements use each node of a copy and
-/// edges each one behind.
+/// Where the nodes of a quarter and its copies are: `copies` times the nodes of the quarter from
+/// `first_node` on, and `behind` nodes of copied edges after them. Elements use each node of a
+/// copy, and edges each node after them.
 struct copied_parts {
     const quarter_plan& plan;
     const node_line (&lines)[9];
@@ -31,9 +31,9 @@ struct copied_parts {
     unsigned first_node;
 };
 
-/// Fuses coincident nodes, takes the fused ones away and rewrites the matrices [first, last), which may share
-/// storage. If the nodes stay apart but for outlines, and there were none before, only those of outlines and
-/// edges are looked at.
+/// Fuses coincident nodes, removes the fused ones and rewrites the matrices [first, last), which
+/// may share storage. If `nodes_stay_apart` holds and `pos` was empty before, only the nodes of
+/// outlines and edges are compared.
 void join_copies(const copied_parts& parts, double from_origin, double radius, dense2D<double>& pos,
                  dense2D<unsigned>* first, dense2D<unsigned>* last) noexcept;
 

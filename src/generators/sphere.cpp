@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Meshes an octant of a sphere, and a sphere from eight turned ones.
 #include "generators/round_mesh.h"
 #include "zel/tessel2d/spheres.h"
 
@@ -74,7 +75,7 @@ void sphere_octant::place_lines(dense2D<double>& pos, const round_shape<3>& sphe
     place_arcs(points, c, arcs, sphere, lines);
 }
 
-/// Where the great circles go; both null when they are not wanted.
+/// The outputs for the great circles, both null if they are not wanted.
 struct great_circles {
     dense2D<unsigned>* z = nullptr;
     dense2D<unsigned>* y = nullptr;
@@ -85,7 +86,7 @@ struct great_circles {
     }
 };
 
-/// Both kinds of elements ask for 4 rows in a `connect` that is not empty.
+/// Meshes the whole sphere. Both kinds of elements need 4 rows in a `connect` that is not empty.
 template <class Patches>
 int mesh_sphere(dense2D<double>& pos, const round_shape<3>& sphere, const Patches& patches,
                 dense2D<unsigned>& connect, const great_circles& circles) {

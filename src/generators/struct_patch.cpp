@@ -1,4 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+// Fills a four-sided patch with a structured grid of quadrilaterals or triangles.
+//
+// Interior nodes are the bilinearly blended Coons interpolant of the four sides (S. A. Coons, 1967:
+// Surfaces for computer-aided design of space forms). Elements are written cell by cell from the
+// grid numbers of `struct_patch.h`.
+//
+// Invariant: each coordinate is one sum of eight terms in a fixed order, however many nodes are
+// computed at a time, so that the bits do not depend on the processor.
 #include "generators/struct_patch.h"
 
 #include "foundation/call_frame.h"
@@ -16,8 +24,9 @@ namespace {
 
 // ------------------------------------------------------------------------------------------ nodes
 
-// The interior is computed in strips of at most this many j. What a strip needs of the right and left
-// side is gathered once, component by component, so that the formula runs over vectors of points.
+// The interior is computed in strips of at most this many j. The nodes of a strip on the right and
+// left side are gathered once, component by component, so that the formula is vectorised over
+// points.
 constexpr std::size_t strip_width = 64;
 
 template <int Dim>
@@ -67,8 +76,8 @@ struct coons_line {
     }
 };
 
-/// The way from the centre to the sphere in the direction of d. A vector d of length zero gives zero,
-/// and the length is formed without overflow.
+/// The vector from the centre to the sphere in the direction of d. A vector d of length zero gives
+/// zero, and the length is formed without overflow.
 point<3> onto_sphere(point<3> d, double radius) noexcept {
     double q = squared_length<3>(d);
     if (!(q >= 0x1p-900 && q <= 0x1p900)) {
@@ -85,7 +94,7 @@ point<3> onto_sphere(point<3> d, double radius) noexcept {
     return {v * d[0], v * d[1], v * d[2]};
 }
 
-/// Moves points onto the sphere. Where all of them are of ordinary size this takes no branches.
+/// Moves points onto the sphere. It is branch-free where all of them are of ordinary size.
 void project(const ball& b, std::size_t width, double (&p)[3][strip_width]) noexcept {
     double d[3][strip_width];
     double v[strip_width];
@@ -167,11 +176,11 @@ void place_interior_nodes(const struct_patch& patch, const ball* onto,
 
 // --------------------------------------------------------------------------------------- elements
 
-// A writer puts the elements of a cell to `out`, columns `ld` apart; (i, j) is the cell's place in the
-// grid. `columns` is what it writes per cell and `rows` the height of a column.
+// A writer writes the elements of a cell to `out`, columns `ld` apart; (i, j) is the position of
+// the cell in the grid. `columns` is the number of columns per cell and `rows` their height.
 struct quad_writer {
     static constexpr std::size_t columns = 1;
-    // mutation: tells whether cells may be copied with the layout of their neighbours
+    // mutation: says whether cells may be copied with the layout of their neighbours
     static constexpr std::size_t rows = 4;
 
     static void write(unsigned* out, std::size_t, std::size_t, std::size_t, unsigned a, unsigned b,
@@ -216,8 +225,8 @@ void write_interior_cells(std::size_t i, std::size_t j, std::size_t pairs, unsig
     Writer::write(stencil, Writer::rows, i, j, a, b, b + 1, a + 1);
     Writer::write(stencil + per_cell, Writer::rows, i, j + 1, a + 1, b + 1, b + 2, a + 2);
     for (std::size_t k = 0; k < entries; ++k) grows[k] = stencil[k] == no_node ? 0 : ~0U;
-    // The stencil itself stays as it is: a stencil that is counted up in place is what gcc 12 turns
-    // into wrong vectors (the second cell repeats the first).
+    // The stencil itself is not changed: gcc 12 vectorises a stencil that is counted up in place
+    // wrongly (the second cell repeats the first).
     unsigned grown = 0;
     for (std::size_t pair = 0; pair < pairs; ++pair, out += entries, grown += 2)
         for (std::size_t k = 0; k < entries; ++k) out[k] = stencil[k] + (grown & grows[k]);

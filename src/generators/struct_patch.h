@@ -1,7 +1,7 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Numbers the nodes of the grid of a four-sided patch: loop
+// entries on the boundary, new nodes inside.
 #pragma once
 
-// The grid of a four-sided patch: which loop entry or interior node stands at a grid point.
 #include "geometry/point.h"
 
 #include <cstddef>
@@ -41,8 +41,8 @@ struct ball {
     double radius;
 };
 
-/// The public functions of this name for a patch in space on a sphere; null leaves the nodes where they
-/// are.
+/// As the public functions of this name, for a patch whose interior nodes are moved onto a sphere;
+/// with null they are not moved.
 int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,
                    dense2D<unsigned>& connect, const ball* onto);
 int mesh_struct_T3(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,

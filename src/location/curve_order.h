@@ -59,8 +59,8 @@ struct curve_order {
     dense1D<unsigned, 8> runs;  ///< the nodes of place c on the curve are [runs[c], runs[c + 1])
     unsigned levels = 0;
 
-    /// Sorts a list, with a grid that has one to four nodes in a cell if they are spread evenly. False:
-    /// memory is exhausted.
+    /// Sorts a list, with a grid that has one to four nodes in a cell if they are spread evenly.
+    /// Returns false if memory is exhausted.
     bool sort(const node_grid& grid, const points_view<2>& pos,
               const dense1D<unsigned, 8>& list) noexcept;
 };

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Carries the columns of a field, or the entries of a list, onto orphans.
 #include "zel/tessel2d/location.h"
 
 #include "location/orphans.h"
@@ -44,7 +45,7 @@ int interpolate(const dense2D<double>& pos, const dense2D<unsigned>& connect,
     if (field.cols != pos.cols) return -5;
     if (!tessel::check_IDs(nodes, node_bound(pos))) return -6;
     dense2D<double> places = pos;
-    if (!separate(places, field)) return status_ok; // no memory, no node served
+    if (!separate(places, field)) return status_ok; // out of memory
     carry_onto_orphans(places, connect, neighbors, ancestors, nodes, type,
                        field_rule{columns_of(field), field.rows});
     return status_ok;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Carries sizes and size tensors onto orphans.
 #include "location/interpolate_metrics.h"
 
 #include "zel/tessel2d/metrics.h"
@@ -22,14 +23,14 @@ void carry_tensors(const dense2D<double>& pos, const dense2D<unsigned>& connect,
 
 namespace {
 
-/// The numbers of all nodes. False: memory is exhausted.
+/// Lists the numbers of all nodes. Returns false if memory is exhausted.
 bool list_all(const dense2D<double>& pos, dense1D<unsigned, 8>& nodes) noexcept {
     if (!nodes.resize(std::min<std::size_t>(pos.cols, most_nodes))) return false;
     std::iota(nodes.begin(), nodes.end(), 0U);
     return true;
 }
 
-// The tests of all arguments but the list. Tensors are only carried on triangles, whatever `type` says.
+// Tests all arguments but the list. Tensors are only carried on triangles, whatever `type` says.
 int check_tensors(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                   const dense2D<unsigned>& neighbors, const dense1D<unsigned, 8>& ancestors,
                   const dense2D<double>& metrics) noexcept {
@@ -58,7 +59,7 @@ int interpolate_metrics(const dense2D<double>& pos, const dense2D<unsigned>& con
         return status;
     if (!tessel::check_IDs(nodes, node_bound(pos))) return -6;
     dense2D<double> places = pos;
-    if (!separate(places, metrics)) return status_ok; // no memory, no node served
+    if (!separate(places, metrics)) return status_ok; // out of memory
     carry_tensors(places, connect, neighbors, ancestors, metrics, nodes, keep_valid, type);
     return status_ok;
 }

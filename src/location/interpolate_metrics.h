@@ -1,7 +1,7 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Interpolates sizes and size tensors at points of an element,
+// and says how orphans receive them.
 #pragma once
 
-// Sizes and size tensors at points of an element, and how they are carried onto orphans.
 #include "location/orphans.h"
 #include "metrics/blend.h"
 #include "zel/lapack.h"
@@ -11,7 +11,7 @@ namespace zel::tessel2d {
 /// Slack for the sum of two coordinates.
 constexpr double sum_slack = 1.4142135623730952e-12;
 
-/// Tells whether a point lies on the side between nodes 0 and 1 of a triangle.
+/// Returns true if a point lies on the edge between nodes 0 and 1 of a triangle.
 inline bool on_far_side(double a, double b) noexcept {
     return !(std::abs(1 - (a + b)) >= sum_slack);
 }
@@ -29,9 +29,9 @@ inline bool size_of_node(double at_node, double& h) noexcept {
     return is_size(h);
 }
 
-/// The size in a triangle at barycentric coordinates (a, b, 1 - a - b), linear. At a node that of the
-/// node counts alone, and on a side those of its two ends. False when one of those that count is not
-/// positive, or when the result is not positive and finite.
+/// The size in a triangle at barycentric coordinates (a, b, 1 - a - b), linear. At a node that of
+/// the node counts alone, and on a side those of its two ends. Returns false if one of those that
+/// count is not positive, or if the result is not positive and finite.
 inline bool size_on_triangle(double h0, double h1, double h2, double a, double b,
                              double& h) noexcept {
     const bool a_none = is_negligible(a);
@@ -97,7 +97,7 @@ inline bool is_metric(const tensor2& m) noexcept {
     double lo, hi;
     return eigenvalues_2x2(m[0], m[1], m[2], lo, hi) && lo > 0;
 }
-/// Without eigenvalues a tensor is none.
+/// Returns false also if LAPACK finds no eigenvalues.
 inline bool is_metric(const tensor3& m) noexcept {
     tensor3 ap = m;
     double w[3] = {0, 0, 0};

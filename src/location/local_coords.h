@@ -1,7 +1,7 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Finds the coordinates of a point within an element, as the
+// shape functions of the element take them.
 #pragma once
 
-// Where a point lies within an element, in the coordinates of the element's shape functions.
 #include "geometry/point.h"
 
 #include <cmath>
@@ -83,9 +83,9 @@ struct bilinear_map {
     }
 };
 
-/// The inverse of the bilinear map by Newton's method from the centre, ten steps at most; the last step
-/// counts whether or not it converged. Where the Jacobian is singular the last regular one serves, and
-/// without any the answer is the centre.
+/// The inverse of the bilinear map by Newton's method from the centre, ten steps at most; the last
+/// step counts whether or not it converged. Where the Jacobian is singular the last regular one is
+/// used; if there is none, the result is the centre.
 inline void local_coords_Q4(const points_view<2>& pos, const unsigned* cell, const point<2>& p,
                             point<2>& uv) noexcept {
     const point<2> corner[4] = {pos[cell[0]], pos[cell[1]], pos[cell[2]], pos[cell[3]]};
@@ -109,8 +109,9 @@ inline void local_coords_Q4(const points_view<2>& pos, const unsigned* cell, con
     }
 }
 
-/// The value at local coordinates from those at the corners. One component passes none of its numbers
-/// to another, so that a column may be written while its element is read.
+/// The value at local coordinates from the values at the corners. Each component is computed from
+/// its own numbers alone, so that the column of a node may be overwritten component by component
+/// even if the node is a corner of the element.
 inline double triangle_value(double f0, double f1, double f2, const point<2>& st) noexcept {
     return (f1 - f2) * st[1] + (f0 - f2) * st[0] + f2;
 }

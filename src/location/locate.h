@@ -36,13 +36,14 @@ struct located_mesh {
     std::size_t nodes;
 
     located_mesh(const dense2D<double>& positions, const dense2D<unsigned>& cells,
-                 const dense2D<unsigned>& across, const dense1D<unsigned, 8>& holders) noexcept
+                 const dense2D<unsigned>& beyond_edges,
+                 const dense1D<unsigned, 8>& of_nodes) noexcept
         : pos(positions),
           connect(columns_of(cells)),
-          neighbors(columns_of(across)),
+          neighbors(columns_of(beyond_edges)),
           elements(cells.cols),
-          ancestors(holders.data()),
-          nodes(holders.size) {}
+          ancestors(of_nodes.data()),
+          nodes(of_nodes.size) {}
 
     /// An element that holds the node, or `no_node`. A number that is no element counts as none, and so
     /// does a node that the mesh does not have.
@@ -163,11 +164,11 @@ enum class outcome { found, not_found, met_degenerate, ended_at_last };
 [[gnu::always_inline]]
 #endif
 inline void
-prefetch_neighbors(const located_mesh& mesh, const unsigned* across, unsigned corners) noexcept {
+prefetch_neighbors(const located_mesh& mesh, const unsigned* neighbors, unsigned corners) noexcept {
     for (unsigned i = 0; i < corners; ++i) {
-        if (across[i] >= mesh.elements) continue;
-        prefetch(mesh.connect[across[i]]);
-        prefetch(mesh.neighbors[across[i]]);
+        if (neighbors[i] >= mesh.elements) continue;
+        prefetch(mesh.connect[neighbors[i]]);
+        prefetch(mesh.neighbors[neighbors[i]]);
     }
 }
 
@@ -181,9 +182,9 @@ outcome walk(const located_mesh& mesh, const point<2>& p, unsigned& element, dou
     steps = 0;
     while (element != no_node && steps++ < mesh.elements) {
         const unsigned* const cell = mesh.connect[element];
-        const unsigned* const across = mesh.neighbors[element];
+        const unsigned* const neighbors = mesh.neighbors[element];
         const unsigned corners = Shape::corners(cell);
-        prefetch_neighbors(mesh, across, corners);
+        prefetch_neighbors(mesh, neighbors, corners);
         unsigned start = edge_of_draw(random.next(), corners);
         side_test test = exit_edge<Shape>(mesh.pos, cell, p, tolerance, start);
         if (test.where == side::inside) return outcome::found;
@@ -192,11 +193,11 @@ outcome walk(const located_mesh& mesh, const point<2>& p, unsigned& element, dou
             return steps == mesh.elements ? outcome::ended_at_last : outcome::met_degenerate;
         }
         // At the boundary another edge with p on its outer side may lead on.
-        for (unsigned more = corners; --more > 0 && across[test.edge] == no_node;) {
+        for (unsigned more = corners; --more > 0 && neighbors[test.edge] == no_node;) {
             start = start + 1 == corners ? 0 : start + 1;
             test = exit_edge<Shape>(mesh.pos, cell, p, tolerance, start);
         }
-        element = across[test.edge];
+        element = neighbors[test.edge];
     }
     element = no_node;
     return steps == mesh.elements ? outcome::ended_at_last : outcome::not_found;
@@ -250,8 +251,8 @@ int list_star(const located_mesh& mesh, unsigned node, unsigned first, node_star
 
 // ---------------------------------------------------------------------------------------- the search
 
-/// Finds nodes in a tree, among those that an element holds. A detector of the host's has the same two
-/// operations.
+/// Finds nodes in a tree, among those that an element holds. A node detector of the caller has the
+/// same two operations.
 struct tree_searcher {
     const node_tree& tree;
     prefetching_filter filter;
@@ -269,7 +270,8 @@ struct tree_searcher {
     }
 };
 
-/// What a search has found on its way, and memory that searches share, made when it is needed first.
+/// What a search found on its way, and memory that searches share, allocated when it is first
+/// needed.
 struct search_record {
     std::uint64_t steps = 0;         ///< of the last walk, as `walk` counts them
     std::optional<unsigned> closest; ///< what `find_closest` returned, if it was called

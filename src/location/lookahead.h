@@ -1,8 +1,8 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Runs loops over items that lie far apart in memory, with each
+// item prefetched some items before its use. Results do not depend on it; a processor without
+// prefetching runs the plain loop.
 #pragma once
 
-// Loops over lists whose items lie far apart in memory: each item is prefetched some items ahead of its
-// use. Results do not depend on it; a processor without prefetching runs the plain loop.
 #include "foundation/call_frame.h"
 
 #include <cstddef>

@@ -1,4 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
+// Makes anisotropic size tensors at the nodes of a triangulated surface from the lengths of its
+// edges.
+//
+// Each triangle asks for the mean edge length of a node in its plane and for a given size along its
+// normal; a node gets the intersection (`minimum_metric`) of the tensors of its triangles.
 #include "foundation/call_frame.h"
 #include "geometry/point.h"
 #include "geometry/tangent_frame.h"
@@ -71,11 +76,11 @@ bool is_finite(const point<3>& a) noexcept {
     return std::isfinite(a[0]) && std::isfinite(a[1]) && std::isfinite(a[2]);
 }
 
-/// Merges the tensors of all triangles into the columns of their nodes.
+/// Intersects the tensors of all triangles in the columns of their nodes.
 ///
-/// The first tangent of a triangle is the seed for that of the next. Any will do, as the tensor is the
-/// same all around the normal; one that is not a number would spread to all that follow, so it is
-/// dropped.
+/// The first tangent of a triangle is the seed for that of the next. Any seed is valid, as the
+/// tensor is the same all around the normal; a NaN would spread to all following triangles, so it
+/// is replaced by zero.
 void merge_tensors(const dense2D<double>& pos, const dense2D<unsigned>& connect, const double* mean,
                    double normal_size, const columns<double>& metrics) noexcept {
     const points_view<3> points(pos);
@@ -89,14 +94,14 @@ void merge_tensors(const dense2D<double>& pos, const dense2D<unsigned>& connect,
         tangent_frame(normal, t1, t2);
         for (std::size_t k = 0; k < 3; ++k) {
             const double h = mean[cell[k]];
-            if (!(h > 0) || !std::isfinite(h))
-                break; // the nodes behind it wait for another triangle
+            // The remaining nodes get nothing from this triangle.
+            if (!(h > 0) || !std::isfinite(h)) break;
             const double tangential = 1 / (h * h);
             const tensor3 asked = plane_tensor(tangential, t1, t2,
                                                normal_eigenvalue(tangential, normal_size), normal);
             double* const column = metrics[cell[k]];
             const tensor3 present = tensor_at<3>(column);
-            tensor3 result = present; // what stays when the two cannot be merged
+            tensor3 result = present; // stays if the two have no intersection
             tessel::minimum_metric(asked, present, result);
             std::copy(result.begin(), result.end(), column);
         }

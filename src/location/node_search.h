@@ -232,7 +232,7 @@ std::size_t tree_search<Filter>::leaf_of_point() const noexcept {
     return cell;
 }
 
-/// The first half of both queries. False: a node was found and another one may be nearer.
+/// The first half of both queries. Returns false if a node was found and another one may be nearer.
 template <class Filter>
 bool tree_search<Filter>::find_first() noexcept {
     if (scan_own_leaf(leaf_of_point())) return best == 0;

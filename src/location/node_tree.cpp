@@ -56,7 +56,7 @@ struct node_tree::mesh_nodes {
 
     unsigned char* bytes() noexcept { return reinterpret_cast<unsigned char*>(marks.data()); }
 
-    /// Makes room for the nodes of a mesh. False: memory is exhausted.
+    /// Makes room for the nodes of a mesh. Returns false if memory is exhausted.
     bool reserve(const dense2D<unsigned>& connect, std::size_t columns_of_pos) noexcept {
         const std::size_t most = connect.rows * connect.cols;
         // The largest number is not worth a search where the mesh may have so many nodes.
@@ -278,7 +278,7 @@ void node_tree::planting::settle(const crowd& run) noexcept {
             marks[run.first[i]] = mesh_nodes::dropped;
 }
 
-/// Builds the tree at once. False: memory is exhausted and the tree is empty.
+/// Builds the tree at once. Returns false, with the tree empty, if memory is exhausted.
 bool node_tree::plant(mesh_nodes& nodes) noexcept {
     curve_order order;
     if (!order.sort(grid, pos, nodes.list)) return false;
@@ -313,7 +313,7 @@ bool node_tree::insert_below(std::size_t cell, unsigned depth, unsigned node) no
     return true;
 }
 
-/// Makes a cell an inner one with four empty children. False: memory is exhausted.
+/// Makes a cell an inner one with four empty children. Returns false if memory is exhausted.
 bool node_tree::add_children(std::size_t cell) noexcept {
     const std::size_t first = cell_count;
     const std::size_t after = first + 4;
@@ -329,8 +329,8 @@ bool node_tree::add_children(std::size_t cell) noexcept {
     return true;
 }
 
-/// Hands the three nodes of a leaf to four new children. False: they lie in one grid cell, or memory
-/// is exhausted.
+/// Hands the three nodes of a leaf to four new children. Returns false if they lie in one grid cell
+/// or memory is exhausted.
 bool node_tree::split(std::size_t cell, unsigned depth) noexcept {
     if (depth == 0 || !add_children(cell)) return false;
     const unsigned* const words = cells.data() + 4 * cell;

@@ -75,8 +75,8 @@ struct node_tree {
     template <class Shape>
     std::size_t fill(const dense2D<unsigned>& connect) noexcept;
 
-    /// Takes in a node. False: it lies outside the box, shares its grid cell with three others, or
-    /// finds no memory.
+    /// Adds a node. Returns false if it lies outside the box, if it shares its grid cell with three
+    /// others, or if memory is exhausted.
     bool insert(unsigned node) noexcept;
 
     bool covers(const point<2>& p) const noexcept {

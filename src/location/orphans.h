@@ -2,9 +2,9 @@
 // Carries what the nodes of a mesh hold onto orphans: nodes that belong to no element.
 #pragma once
 
-// One tree over the nodes of the mesh serves all orphans. A long list is served in the order of a Z curve.
-// Each orphan is located in an element; one in no element, or behind a degenerate one, is given the
-// closest node of the mesh instead.
+// One search tree over the nodes of the mesh is built for all orphans. The orphans of a long list
+// are processed in Morton order. Each is located in an element; one that lies in none, or whose
+// walk meets a degenerate element, receives from the closest node of the mesh instead.
 #include "location/local_coords.h"
 #include "location/locate.h"
 #include "zel/element_type.h"
@@ -26,9 +26,10 @@ bool has_orphan_corners(const located_mesh& mesh) noexcept {
     return false;
 }
 
-/// The orphans among `nodes` in an order that makes good use of the cache, if there are enough of them,
-/// if there is memory for it, and if no orphan is a corner: otherwise what one of them receives may be
-/// passed on to another, and the order matters. False: the list is to be taken as it stands.
+/// Lists the orphans among `nodes` in an order that makes good use of the cache. Returns false, and
+/// the list keeps its order, if there are few of them, if memory is exhausted, or if an orphan is a
+/// corner: then the values that one orphan receives may be passed on to another, and the order
+/// matters.
 template <class Shape>
 bool sort_orphans(const located_mesh& mesh, const node_tree& tree,
                   const dense1D<unsigned, 8>& nodes, curve_order& order) noexcept {
@@ -41,7 +42,7 @@ bool sort_orphans(const located_mesh& mesh, const node_tree& tree,
     return order.sort(tree.grid, mesh.pos, orphans);
 }
 
-/// Finds the place of every orphan in the list and hands it to the rule:
+/// Locates every orphan in the list and hands it to the rule:
 ///
 ///     rule.wants(node)                           false to pass over it
 ///     rule.in_element(node, cell, corners, at)   it lies in this element, at these local coordinates:

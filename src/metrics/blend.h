@@ -1,8 +1,7 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Interpolates between two size tensors: the sizes along the
+// axes of their common basis are linear.
 #pragma once
 
-// Size tensors between two given ones: in the common basis of the two, the sizes are interpolated
-// linearly.
 #include "geometry/number.h"
 #include "metrics/metric_reduction.h"
 
@@ -21,12 +20,12 @@ constexpr double infinite_size = std::numeric_limits<double>::max();
 constexpr double least_squarable = 1.4916681462400413e-154;
 constexpr double most_squarable = 1.3407807929942596e154;
 
-/// Tells whether a coordinate is 0 but for rounding. A NaN counts as 0.
+/// Returns true if a coordinate is 0 but for rounding. A NaN counts as 0.
 inline bool is_negligible(double x) noexcept {
     return !(std::abs(x) >= relative_slack);
 }
 
-/// Tells whether a size or an eigenvalue is one: above 0 and not infinite.
+/// Returns true if a size or an eigenvalue is usable: above 0 and not infinite.
 inline bool is_size(double h) noexcept {
     return h > 0 && h < infinite_size;
 }
@@ -70,8 +69,8 @@ struct metric_segment {
         }
     }
 
-    /// The tensor at t, from A at 0 to B at 1. False, with `result` zero, when there is no segment, or
-    /// when the sizes beyond its ends are no longer positive and finite.
+    /// The tensor at t, from A at 0 to B at 1. Returns false, with `result` zero, if there is no
+    /// segment, or if the sizes beyond its ends are no longer positive and finite.
     bool at(double t, tensor<Order>& result) const noexcept {
         result = {};
         if (!exists) return false;
@@ -87,10 +86,11 @@ struct metric_segment {
     }
 };
 
-/// The tensor between A at t = 0 and B at t = 1, where the sizes along the common basis are linear in t.
-/// At the ends, to 1e-12, the result is A or B as it stands, whatever these hold, and for a NaN it is A.
-/// False, with `result` zero: one of the two is not positive definite or not finite, or t is so far
-/// outside that a size is no longer positive and finite. `result` may be `a` or `b` itself.
+/// The tensor between A at t = 0 and B at t = 1, where the sizes along the common basis are linear
+/// in t. At the ends, to 1e-12, the result is A or B as it stands, whatever these hold, and for a
+/// NaN it is A. Returns false, with `result` zero, if one of the two is not positive definite or
+/// not finite, or if t is so far outside that a size is no longer positive and finite. `result` may
+/// be `a` or `b` itself.
 template <std::size_t Order>
 inline bool blend(const tensor<Order>& a, const tensor<Order>& b, double t,
                   tensor<Order>& result) noexcept {

@@ -1,7 +1,7 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Reduces two symmetric tensors of order 2 or 3 simultaneously:
+// finds a basis in which both are diagonal.
 #pragma once
 
-// Simultaneous reduction of two symmetric tensors of order 2 or 3: a basis in which both are diagonal.
 #include "zel/dense.h"
 #include "zel/lapack.h"
 
@@ -27,8 +27,9 @@ using metric_reduction3 = metric_reduction<3>;
 
 // ----------------------------------------------------------------------------------------- order 2
 
-/// The eigenvalues of the tensor a, b, c (packed). An eigenvalue that is tiny beside the other is had
-/// from the determinant, since the sum has lost its digits. False when one of them is not finite.
+/// The eigenvalues of the tensor a, b, c (packed). An eigenvalue that is tiny beside the other is
+/// computed from the determinant, since cancellation has left few digits in the sum. Returns false
+/// if one of them is not finite.
 inline bool eigenvalues_2x2(double a, double b, double c, double& lo, double& hi) noexcept {
     constexpr double tiny = 1e-12;
     const double determinant = a * c - b * b;
@@ -43,10 +44,10 @@ inline bool eigenvalues_2x2(double a, double b, double c, double& lo, double& hi
     return std::isfinite(lo) && std::isfinite(hi);
 }
 
-/// Eigenvalues with a vector each: `vectors[0]` belongs to `values[0]`, the lower one, and the second
-/// is the first turned left by 90 degrees. For a multiple of the identity they are the axes. Otherwise
-/// they have length 1 if `normalise`, and any length if not. False, with `vectors` undefined, when an
-/// eigenvalue is not finite.
+/// Eigenvalues with a vector each: `vectors[0]` belongs to `values[0]`, the lower one, and the
+/// second is the first turned left by 90 degrees. For a multiple of the identity they are the axes.
+/// Otherwise they have length 1 if `normalise`, and any length if not. Returns false, with
+/// `vectors` undefined, if an eigenvalue is not finite.
 inline bool eigen_2x2(const tensor2& m, bool normalise, double (&values)[2],
                       double (&vectors)[2][2]) noexcept {
     constexpr double flat = 1e-24;
@@ -77,8 +78,8 @@ inline bool eigen_2x2(const tensor2& m, bool normalise, double (&values)[2],
     return true;
 }
 
-/// Reduces A and B. False, with `r` undefined, when A is not positive definite, when the eigenvalues of
-/// B in the basis of A are not finite, or when the two basis vectors are parallel.
+/// Reduces A and B. Returns false, with `r` undefined, if A is not positive definite, if the
+/// eigenvalues of B in the basis of A are not finite, or if the two basis vectors are parallel.
 ///
 /// With w the root of the determinant of A, the triangle T with the columns (w, 0) and (-b, a) makes
 /// T' A T the multiple det*a of the identity, so the eigenvectors of T' B T are the common basis.
@@ -132,8 +133,8 @@ inline double bilinear(const tensor3& m, const double (&x)[3], const double (&y)
            x[2] * (m[3] * y[0] + m[4] * y[1] + m[5] * y[2]);
 }
 
-/// From A = L L' with a lower triangle L: the columns of U = G L'^-1, where G = L00 L11 L22, so that
-/// U' A U = G^2 I. False when A is not positive definite.
+/// From A = L L' with a lower triangle L: the columns of U = G L'^-1, where G = L00 L11 L22, so
+/// that U' A U = G^2 I. Returns false if A is not positive definite.
 inline bool cholesky_inverse(const tensor3& a, double (&u)[3][3], double& g) noexcept {
     const double minor = a[0] * a[2] - a[1] * a[1];
     if (!(a[0] > 0 && minor > 0)) return false;
@@ -175,8 +176,8 @@ inline void invert_columns(const double (&columns)[3][3], double (&rows)[3][3]) 
         for (double& x : row) x /= determinant;
 }
 
-/// Reduces A and B. False, with `r` undefined, when A is not positive definite or the eigenvalues of
-/// B in the basis of A cannot be had.
+/// Reduces A and B. Returns false, with `r` undefined, if A is not positive definite or LAPACK
+/// fails to find the eigenvalues of B in the basis of A.
 inline bool metric_reduction_3d(const tensor3& a, const tensor3& b, metric_reduction3& r) noexcept {
     double u[3][3];
     double g;

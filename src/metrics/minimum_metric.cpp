@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// Intersects two size tensors: the result asks for the smaller of their sizes along each axis of
+// their common basis.
 #include "metrics/metric_reduction.h"
 #include "zel/tessel.h"
 
@@ -17,8 +19,8 @@ bool is_finite(const tensor3& m) noexcept {
     return std::all_of(m.begin(), m.end(), [](double x) { return std::isfinite(x); });
 }
 
-/// A tensor as a power of two times one with entries of about 1, so that no product overflows or
-/// vanishes.
+/// A tensor as a power of two times a tensor with entries of about 1, so that no product overflows
+/// or underflows.
 struct scaled_tensor {
     tensor3 m;
     int exponent = 0;
@@ -29,7 +31,8 @@ struct scaled_tensor {
         exponent = std::ilogb(largest);
         for (double& x : m) x = std::ldexp(x, -exponent);
     }
-    /// 1 for a sphere, towards 0 for a flat or a long ellipsoid, not above 0 for none.
+    /// 1 for a sphere, towards 0 for a flat or a long ellipsoid, and not above 0 if the tensor is
+    /// not positive definite.
     double roundness() const noexcept {
         const double mean = (m[0] + m[2] + m[5]) / 3;
         const double determinant = m[0] * (m[2] * m[5] - m[4] * m[4]) -
@@ -42,8 +45,8 @@ struct scaled_tensor {
 bool intersect(const scaled_tensor& a, const scaled_tensor& b, tensor3& result) noexcept {
     metric_reduction3 r;
     if (!metric_reduction_3d(a.m, b.m, r)) return false;
-    const int most =
-        std::max(a.exponent, b.exponent); // the result is formed in units of this power
+    // The result is formed in units of this power of two.
+    const int most = std::max(a.exponent, b.exponent);
     double mu[3];
     for (int k = 0; k < 3; ++k)
         mu[k] = std::max(std::ldexp(r.d0[k], a.exponent - most),

@@ -1,7 +1,7 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Cuts space into cells whose size follows from a tolerance, so
+// that two points closer than it share a cell.
 #pragma once
 
-// Space cut into cells of a size that suits a tolerance, so that points closer than it meet in a cell.
 #include "foundation/call_frame.h"
 
 #include <algorithm>
@@ -19,8 +19,8 @@ struct cell_range {
     std::uint64_t high;
 };
 
-/// Cuts each axis into cells and tells distances in units of their size, which is a power of two:
-/// nothing is lost, overflows or vanishes by the change of units, whatever the tolerance.
+/// Cuts each axis into cells and measures distances in units of their size, which is a power of
+/// two: the change of units neither rounds nor overflows nor underflows, whatever the tolerance.
 struct cell_grid {
     double shrink = 1;  ///< the change of units is the product of three factors; this is at most 1
     double enlarge = 1; ///< and these are at least 1
@@ -50,14 +50,14 @@ struct cell_grid {
 
     double in_cells(double x) const noexcept { return x * (shrink * enlarge) * enlarge_more; }
 
-    /// The difference of two coordinates in cells. Shrinking goes first and enlarging last, so that
-    /// neither large numbers nor large units overflow.
+    /// The difference of two coordinates in cells. It is multiplied by `shrink` first and by the
+    /// enlarging factors last, so that neither large numbers nor large units overflow.
     double difference(double x, double y) const noexcept {
         return (x * shrink - y * shrink) * enlarge * enlarge_more;
     }
 
-    /// The cells within `distance` (at most `reach`) around x. Rounding keeps the order of numbers and
-    /// the way is a little longer than asked for, so that no cell is missed.
+    /// The cells within `distance` (at most `reach`) around x. Rounding keeps the order of numbers,
+    /// and the distance is taken a little longer than given, so that no cell is missed.
     cell_range around(double x, double distance) const noexcept {
         const double c = in_cells(x);
         if (equal_only || !(std::fabs(c) <= most_cells)) {
@@ -72,12 +72,12 @@ private:
     template <int Dim>
     friend struct inner_cells;
 
-    /// Beyond it numbers are half a cell apart or more, and so at least a tolerance: only equal ones
-    /// meet.
+    /// Numbers beyond it, in cells, are at least half a cell apart and thus at least a tolerance:
+    /// only equal ones share a cell.
     static constexpr double most_cells = 0x1p51;
     /// Keeps the borders of cells away from round numbers.
     static constexpr double border_shift = 0.3819660112501051;
-    /// What is added to it becomes whole.
+    /// Adding this constant, 1.5 * 2^52, rounds a number to the nearest integer.
     static constexpr double to_whole = 0x1.8p52;
 
     static std::uint64_t bits_of(double x) noexcept {
@@ -89,7 +89,7 @@ private:
     static std::uint64_t whole(double x) noexcept { return bits_of(x + to_whole); }
 };
 
-/// Two points have equal coordinates or lie closer than the tolerance.
+/// Returns true if two points have equal coordinates or lie closer than the tolerance.
 template <int Dim>
 struct closeness {
     const cell_grid& grid;
@@ -110,7 +110,7 @@ struct closeness {
     }
 };
 
-/// The cells around a point, by their hashes, whose upper bits are the good ones.
+/// The cells around a point, by their hashes. The upper bits of a hash are mixed best.
 template <int Dim>
 struct cells_around {
     std::uint64_t low[static_cast<std::size_t>(Dim)];
@@ -162,8 +162,9 @@ private:
     }
 };
 
-/// Finds the cells of points that have no others within a distance. Most are of this kind, and it takes less
-/// time than `cells_around`: it goes through the coordinates of many points without a branch.
+/// Finds the cells of points that have no other cell within a distance. Most points are of this
+/// kind, and it takes less time than `cells_around`: the loop over the coordinates of many points
+/// is branch-free.
 template <int Dim>
 struct inner_cells {
     static constexpr std::size_t most = 64; ///< points at a time
@@ -172,7 +173,7 @@ struct inner_cells {
         : factor_(grid.shrink * grid.enlarge * grid.enlarge_more),
           way_(grid.equal_only ? -1 : 0.5 - (distance + rounding)) {}
 
-    /// Looks at the points [begin, begin + count).
+    /// Finds the cells of the points [begin, begin + count).
     void look_at(tessel2d::columns<const double> points, std::size_t begin,
                  std::size_t count) noexcept {
         double copies[most * Dim];
@@ -192,8 +193,8 @@ struct inner_cells {
         }
     }
 
-    /// The hash of the cell of the k-th of them. False: there may be other cells, or the point is far from
-    /// the origin or holds a NaN.
+    /// The hash of the cell of the k-th of them. Returns false if there may be other cells, or if
+    /// the point is far from the origin or holds a NaN.
     bool hash_of(std::size_t k, std::uint64_t& hash) const noexcept {
         const std::uint64_t lowest = cell_grid::bits_of(cell_grid::to_whole) - most_cells;
         std::uint64_t sum = 0;
@@ -208,9 +209,9 @@ struct inner_cells {
     }
 
 private:
-    /// Of numbers up to this size, in cells, ...
+    /// `hash_of` serves coordinates up to this size, in cells.
     static constexpr std::uint64_t most_cells = std::uint64_t{1} << 40;
-    /// ... the few sums that make up a place add up to less rounding than this.
+    /// Bounds the rounding, in cells, of the few sums that form the position of such a coordinate.
     static constexpr double rounding = 0x1p-11;
 
     double factor_;

@@ -40,15 +40,15 @@ constexpr rule below_or_no_node(unsigned bound) {
     return {top_bit + 1, static_cast<int>(bound ^ top_bit)};
 }
 
-// The loops collect instead of leaving at the first hit, and look at what they collected once per
-// run: long enough for vectors, short enough to leave a bad matrix early.
+// The loops collect broken rules instead of leaving at the first one, and test the collection once
+// per run: long enough for vectors, short enough to leave a bad matrix early.
 constexpr std::size_t run = 4096;
 
 #if defined(__x86_64__) && defined(__GNUC__)
 
 // The first entries of a run, eight at a time; every fourth one is under the rule `fourth`. Returns
-// false if one of them breaks its rule; `done` is how many were looked at. A rule holds for all if it holds for the
-// largest, and unlike the comparison the maximum is one instruction.
+// false if one of them breaks its rule; `done` becomes the number of entries tested. A rule holds
+// for all if it holds for the largest, and unlike the comparison the maximum is one instruction.
 [[gnu::target("avx2")]] bool eights_pass(const unsigned* x, std::size_t n, rule r, rule fourth,
                                          std::size_t& done) noexcept {
     const int add = static_cast<int>(r.offset);

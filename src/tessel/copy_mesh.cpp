@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Appends moved and turned copies of a part of a mesh.
 #include "tessel/copy_mesh.h"
 
 #include "foundation/call_frame.h"
@@ -32,7 +33,7 @@ void each_node(const dense2D<unsigned>& source, std::size_t nodes, Visit visit) 
     }
 }
 
-/// False: memory is exhausted.
+/// Finds and ranks the nodes of `source`. Returns false if memory is exhausted.
 bool find_used(const dense2D<unsigned>& source, std::size_t nodes, used_nodes& used) noexcept {
     std::size_t low = no_node;
     std::size_t end = 0;

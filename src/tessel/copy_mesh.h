@@ -1,7 +1,7 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Copies parts of a mesh within memory that was reserved
+// before.
 #pragma once
 
-// Copies of mesh parts with memory that is set aside in advance.
 #include "zel/tessel.h"
 
 namespace zel::tessel {
@@ -13,7 +13,8 @@ struct copy_scratch {
     bool reserve(std::size_t nodes) noexcept { return ranks.reserve(nodes, 1); }
 };
 
-/// The public functions of this name, which cannot fail when outputs and scratch have been reserved.
+/// As the public functions of this name, but they cannot fail if outputs and scratch have been
+/// reserved.
 int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
               const vector_fixed<double, 2>& translation, const vector_fixed<double, 2>& center,
               double angle, unsigned copies, const dense2D<unsigned>& source,

@@ -1,15 +1,16 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Finds the exact sign of a sum of products, for comparisons
+// that rounding must not decide.
 #pragma once
 
-// Signs of sums of products, for comparisons that rounding must not decide.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 namespace zel::tessel {
 
-/// A sum of products of finite numbers, without rounding, overflow or underflow: a number of 4224 bits in
-/// digits of 32, which are signed and carry only in the end. At most a million products.
+/// A sum of products of finite numbers, without rounding, overflow or underflow: a number of 4224
+/// bits in signed digits of 32 bits. Carries are resolved only in `sign`, which is why a sum may
+/// have at most a million products.
 class exact_sum {
 public:
     /// Adds a*b, doubled if `doublings` is 1.

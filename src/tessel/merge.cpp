@@ -1,26 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
+// Fuses the nodes that coincide, in linear time and mostly inside the cache.
+//
+// 1. Space is cut into cells that are large against the tolerance. A node that is nowhere near a border
+//   coincides with nodes of its own cell only. The others, a few in a hundred, belong to all cells
+//   within reach.
+// 2. The nodes are put into buckets of a few thousand by the hash of their cell. In each bucket the nodes
+//   that share their cell with another are picked out. In a mesh hardly any do, and all other nodes are
+//   kept without further work.
+// 3. A small group of nodes that have one and the same cell to themselves is fused at once. Nodes of
+//   groups that are large, or that reach into other cells, are marked.
+// 4. The marked nodes are looked up in ascending order in one hash table of the kept ones. If this takes
+//   more comparisons than 16 a node, the cells are too crowded, and step 4 is repeated with cells of two
+//   to four tolerances: kept nodes are at least a tolerance apart, so that a bounded number of them fits
+//   into such a cell.
+//
+// Invariant: a node is fused with the lowest kept node before it that is closer than the tolerance,
+// so that the result does not depend on the cells.
 #include "tessel/merge.h"
 
 #include "foundation/call_frame.h"
 #include "tessel/cell_grid.h"
 #include "zel/tessel.h"
-
-// How coincident nodes are found in linear time, and mostly inside the cache:
-//
-// 1. Space is cut into cells that are large against the tolerance. A node that is nowhere near a border
-//    coincides with nodes of its own cell only. The others, a few in a hundred, belong to all cells
-//    within reach.
-// 2. The nodes are put into buckets of a few thousand by the hash of their cell. In a bucket those
-//    are picked out that share their cell with another. In a mesh hardly any do, and the rest costs no
-//    more than this.
-// 3. A small group of nodes that have one and the same cell to themselves is fused on the spot. Nodes
-//    of groups that are large, or that reach into other cells, are marked.
-// 4. The marked nodes are looked up in ascending order in one hash table of those that are kept. When
-//    the comparisons run ahead of the nodes, the cells are too crowded, and all is done again with
-//    cells of two to four tolerances: kept nodes are at least a tolerance apart, so that only so many
-//    fit into such a cell.
-//
-// What is found does not depend on the cells.
 
 namespace zel::tessel {
 
@@ -33,7 +33,7 @@ constexpr int coarse = -6; // a tolerance is 2^-7 to 2^-6 cells: few nodes are n
 constexpr int fine = -1;
 
 #if defined(__GNUC__)
-/// Asks the processor for memory that will be written a little later; see `prefetch`.
+/// Prefetches memory that is written a little later; see `prefetch`.
 [[gnu::always_inline]] inline void prefetch_to_write(const void* memory) noexcept {
     __builtin_prefetch(memory, 1);
 }
@@ -41,7 +41,7 @@ constexpr int fine = -1;
 inline void prefetch_to_write(const void*) noexcept {}
 #endif
 
-/// What is to be told: for each node the number that stands for it, `no_node` for a marked one.
+/// The replacement of each node, `no_node` while it is marked.
 struct fusion_result {
     unsigned* stands_for;
     std::size_t fused = 0;
@@ -66,15 +66,15 @@ bool has_nan(const double* p) noexcept {
 
 // ----------------------------------------------------------------------------------------- buckets
 
-/// Keys are 31 bits of hash and a lowest bit that tells nodes with several cells.
+/// Keys are 31 bits of hash and a lowest bit that is 1 for nodes with several cells.
 constexpr unsigned several_cells = 1;
 
 unsigned key_of(std::uint64_t hash) noexcept {
     return static_cast<unsigned>(hash >> 33) << 1;
 }
 
-/// The entries, key and node, of all buckets. A bucket is a chain of chunks, so that nobody has to count
-/// its entries first; they stand in ascending order of the nodes.
+/// The entries, key and node, of all buckets. A bucket is a chain of chunks, so that its entries
+/// need not be counted first; they are in ascending order of the nodes.
 struct node_buckets {
     // mutation: speed only
     static constexpr unsigned most_bits = 11;
@@ -99,7 +99,7 @@ struct node_buckets {
     bool make_room(std::size_t most_chunks) noexcept {
         return entries.resize(2 * chunk * most_chunks) && following.resize(most_chunks);
     }
-    /// A new chunk for a bucket whose last one is full. False: memory is exhausted.
+    /// A new chunk for a bucket whose last one is full. Returns false if memory is exhausted.
     bool open_chunk(std::size_t b) noexcept {
         if (chunks >= following.size && !make_room(2 * chunks)) {
             end[b] = 0;
@@ -154,7 +154,7 @@ struct bucket_writer {
     }
 };
 
-/// Puts the nodes into buckets, those with a NaN into none. False: memory is exhausted.
+/// Puts the nodes into buckets, those with a NaN into none. Returns false if memory is exhausted.
 template <int Dim>
 bool fill_buckets(const dense2D<double>& pos, const cell_grid& grid,
                   node_buckets& buckets) noexcept {
@@ -218,7 +218,8 @@ struct bucket_scratch {
     }
 };
 
-/// Picks the entries of a bucket out that share a slot with another, a superset of those that share a cell.
+/// Picks out the entries of a bucket that share a slot with another, a superset of those that share
+/// a cell.
 std::size_t pick_members(const node_buckets& buckets, std::size_t b, std::size_t count,
                          bucket_scratch& scratch) noexcept {
     const unsigned bits = power_of_two(8 * count, 31 - buckets.bits);
@@ -231,8 +232,8 @@ std::size_t pick_members(const node_buckets& buckets, std::size_t b, std::size_t
     buckets.each_part(b, [&](const unsigned* entries, std::size_t part) {
         for (std::size_t k = 0; k < part; ++k) {
             unsigned char& seen = company[slot(entries[2 * k])];
-            seen =
-                static_cast<unsigned char>(seen << 1 | 1); // 1 is alone, more is company for good
+            // 1: alone; above 1: shared, and stays so
+            seen = static_cast<unsigned char>(seen << 1 | 1);
         }
     });
     std::size_t members = 0;
@@ -276,7 +277,8 @@ std::size_t link_groups(std::size_t members, bucket_scratch& scratch) noexcept {
     return groups;
 }
 
-/// Fuses a group that has its cell to itself: each member with the first kept one before it.
+/// Fuses a group that has its cell to itself: each member with the first kept one before it that
+/// coincides.
 template <int Dim>
 void fuse_group(unsigned first, columns<const double> points, const closeness<Dim>& close,
                 bucket_scratch& scratch, fusion_result& result) noexcept {
@@ -323,7 +325,8 @@ void fuse_groups(std::size_t groups, columns<const double> points, const closene
     }
 }
 
-/// Fuses what can be fused bucket by bucket and marks the rest. False: memory is exhausted.
+/// Fuses what can be fused bucket by bucket and marks the rest. Returns false if memory is
+/// exhausted.
 template <int Dim>
 bool fuse_in_buckets(const dense2D<double>& pos, const cell_grid& grid,
                      fusion_result& result) noexcept {
@@ -404,7 +407,7 @@ struct marked_walk {
         return lowest;
     }
 
-    /// False when more than `most` nodes were looked at. Then all nodes are marked again.
+    /// Returns false, with all nodes marked again, if more than `most` nodes were compared.
     bool run(const cell_grid& grid, std::size_t most) const noexcept {
         constexpr std::size_t block = 64;
         const closeness<Dim> close(grid);
@@ -438,7 +441,7 @@ struct marked_walk {
     }
 };
 
-/// False: memory is exhausted.
+/// Fuses the marked nodes (step 4). Returns false if memory is exhausted.
 template <int Dim>
 bool fuse_marked(const dense2D<double>& pos, const cell_grid& grid, double tolerance,
                  fusion_result& result) noexcept {

@@ -16,7 +16,7 @@ namespace {
 constexpr double nodes_per_cell = 2.5; // of a grid over even nodes
 constexpr std::size_t few_cells = 16;  // a grid has as many at least, even if they are mostly empty
 
-/// Adds elements to a list whose memory at least doubles. False: memory is exhausted.
+/// Adds elements to a list whose memory at least doubles. Returns false if memory is exhausted.
 template <class T>
 bool add_to(dense1D<T, 8>& list, std::size_t more) noexcept {
     const std::size_t size = list.size + more;
@@ -37,8 +37,8 @@ constexpr branch empty_box() noexcept {
     return {{most, most}, {-most, -most}, {0, 0}, {0, 0}, 0, 0, 0, 0};
 }
 
-/// Lays a grid of cells over the box that are as square as may be, one for every two nodes. False: the
-/// sizes are out of the range of numbers.
+/// Lays a grid of cells over the box that are as square as may be, one for every two nodes. Returns
+/// false if the sizes are out of the range of numbers.
 bool lay_grid(branch& b, std::size_t count) noexcept {
     const double wanted = std::max(static_cast<double>(count) / nodes_per_cell, 1.0);
     const double width = b.high[0] - b.low[0];

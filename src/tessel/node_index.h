@@ -69,7 +69,7 @@ public:
     dense1D<unsigned, 8> numbers;
     dense1D<branch, 8> branches;
 
-    /// Takes the finite nodes of a matrix with two rows. False: memory is exhausted.
+    /// Takes the finite nodes of a matrix with two rows. Returns false if memory is exhausted.
     bool build(const dense2D<double>& pos) noexcept;
 
     static void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Removes the nodes that no matrix refers to and renumbers the others.
 #include "foundation/call_frame.h"
 #include "zel/tessel.h"
 
@@ -8,7 +9,7 @@ using namespace tessel2d;
 
 namespace {
 
-/// The nodes that may go, those from `first` on, with their new numbers.
+/// The nodes that may be removed, those from `first` on, with their new numbers.
 struct renumbering {
     unsigned first;
     std::size_t count;
@@ -66,11 +67,11 @@ std::size_t end_of(const dense2D<unsigned>& m) noexcept {
     return m.start + (m.cols - 1) * m.ld + m.rows;
 }
 bool overlap(const dense2D<unsigned>& a, const dense2D<unsigned>& b) noexcept {
-    // mutation (&& -> ||): asks whether the slower way is needed, which asks each entry again
+    // mutation (&& -> ||): decides whether the slower way is taken, which tests each entry again
     return a.storage == b.storage && !a.empty() && !b.empty() && begin_of(a) < end_of(b) &&
            begin_of(b) < end_of(a);
 }
-/// Tells whether a matrix that is not empty has an entry at this position.
+/// Returns true if a matrix that is not empty has an entry at this position.
 bool shows(const dense2D<unsigned>& m, std::size_t place) noexcept {
     if (place < m.start) return false;
     const std::size_t offset = place - m.start;

@@ -1,7 +1,7 @@
-// SPDX-License-Identifier: Apache-2.0
+// SPDX-License-Identifier: Apache-2.0 Places nodes at equal distances on the straight line between
+// two nodes.
 #pragma once
 
-// Straight lines between two nodes.
 #include "foundation/call_frame.h"
 
 namespace zel::tessel1d {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Meshes straight lines and finds the node normals of line meshes.
 #include "zel/tessel1d.h"
 
 #include "geometry/node_normals.h"
@@ -11,7 +12,7 @@ using namespace tessel2d;
 
 namespace {
 
-/// The edges of a line mesh, as node normals want their elements.
+/// The edges of a line mesh as the elements from which `find_node_normals` sums.
 struct line_elements {
     points_view<2> points;
     columns<const unsigned> edges;
