@@ -267,6 +267,9 @@ int locator::build(const dense2D<double>& pos, const dense2D<unsigned>& connect)
     adjacency beside;
     if (const int status = build_adjacency(connect, pos.cols, beside))
         return status == -1 ? -2 : status;
+    // Of the connectivity's shape also when it is empty.
+    if (connect.empty() && !beside.neighbors.resize(connect.rows, connect.cols))
+        return status_memory;
     return build(pos, connect, beside.neighbors, beside.ancestors);
 }
 

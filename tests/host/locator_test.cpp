@@ -293,6 +293,8 @@ TEST(Locator, WithoutAMeshNothingIsInside) {
     expect_nothing();
     ASSERT_EQ(0, at.build(dense2D<double>(2, 0), dense2D<unsigned>()));
     expect_nothing();
+    ASSERT_EQ(0, at.build(dense2D<double>(2, 0), dense2D<unsigned>(4, 0)));
+    expect_nothing();
 }
 
 TEST(Locator, DegenerateElementsAreToldFromNothing) {

@@ -42,6 +42,15 @@ TEST(Explain, SuccessAndCounts) {
     EXPECT_THAT(explain("get_element_containing_point", 1), HasSubstr("Found"));
 }
 
+TEST(Explain, HostToolsAndServices) {
+    EXPECT_STREQ("`a` does not exist.", explain("arc", -2));
+    EXPECT_STREQ("`pos` has neither 2 nor 3 rows.", explain("merge", -1));
+    EXPECT_STREQ("`field` does not have one column per node.", explain("locator::carry", -2));
+    EXPECT_THAT(explain("volume", 7), HasSubstr("The surface is not closed"));
+    EXPECT_STREQ("Done.", explain("volume", 0));
+    EXPECT_STREQ("There is no such function.", explain("carry", -2));
+}
+
 TEST(Explain, SaysWhatItDoesNotKnow) {
     const char* const no_status = "The function has no such status.";
     const char* const no_function = "There is no such function.";

@@ -138,7 +138,8 @@ public:
     /// @param threads     as for `locate`.
     ///
     /// @retval 0     done.
-    /// @retval -1    as for `locate`.
+    /// @retval -1    `points` does not have 2 rows, or has more columns than 32-bit numbers can tell apart. An
+    ///               empty one without rows is fine.
     /// @retval -199  memory is exhausted.
     ///
     /// A negative status leaves `table` as it was.

@@ -50,8 +50,9 @@ ZEL_TESSEL2D_HOST_API int arc(dense2D<double>& pos, unsigned a, unsigned b,
 ///
 /// @retval 0     done.
 /// @retval -1    `bottom` has fewer than two nodes, or does not meet `right` at an end.
-/// @retval -2    the same of `right` and `top`.
-/// @retval -3    the same of `top` and `left`; or `top` has another number of nodes than `bottom`.
+/// @retval -2    `right` has fewer than two nodes, or does not meet `top` at an end.
+/// @retval -3    `top` has fewer than two nodes, or does not meet `left` at an end; or it has another number
+///               of nodes than `bottom`.
 /// @retval -4    `left` has fewer than two nodes, or does not come back to where the loop began; or it has
 ///               another number of nodes than `right`.
 /// @retval -199  memory is exhausted.
