@@ -31,6 +31,9 @@ adjacent adjacency_of(const char* function, const connectivity& connect, std::si
         if (status < 0) raise(function, -2, {"pos", "connect"});
         result.neighbors = std::move(built.neighbors);
         result.ancestors = std::move(built.ancestors);
+        // Of the connectivity's shape also when it is empty.
+        if (connect.empty() && !result.neighbors.resize(connect.rows, connect.cols))
+            throw std::bad_alloc();
     }
     if (!neighbors.is_none()) {
         auto given = numbers(neighbors, "neighbors");

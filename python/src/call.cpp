@@ -5,6 +5,7 @@
 
 #include "zel/host/messages.h"
 
+#include <cctype>
 #include <string>
 
 namespace tessel2d_python {
@@ -13,15 +14,26 @@ namespace {
 
 constexpr int out_of_memory = -199;
 
+/// The name as Python writes it: without parameters, and "Locator.locate" for "locator::locate".
+std::string shown(const char* function) {
+    std::string name = function;
+    name = name.substr(0, name.find('('));
+    const std::size_t at = name.find("::");
+    if (at == name.npos) return name;
+    name.replace(at, 2, ".");
+    name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
+    return name;
+}
+
 [[noreturn]] void raise_named(const char* function, int status, const char* argument) {
     const std::string sentence = zel::host::explain(function, status);
     if (status == out_of_memory) {
-        PyErr_SetString(PyExc_MemoryError, (std::string(function) + ": " + sentence).c_str());
+        PyErr_SetString(PyExc_MemoryError, (shown(function) + ": " + sentence).c_str());
         throw py::error_already_set();
     }
     const py::object type = py::module_::import("tessel2d").attr("Error");
     const py::object name = *argument ? py::object(py::str(argument)) : py::none();
-    PyErr_SetObject(type.ptr(), type(function, status, name, sentence).ptr());
+    PyErr_SetObject(type.ptr(), type(shown(function), status, name, sentence).ptr());
     throw py::error_already_set();
 }
 

@@ -5,10 +5,11 @@
 //
 //     record_calls <directory>
 //
-// `calls.json` holds a list of calls {"function", "options", "entry", "status", "return"}. An argument is
+// `calls.json`, and `host_calls.json` for the host tools, hold a list of calls {"function", "options", "entry", "status", "return"}. An argument is
 // a number, or {"type", "shape", "ld", "at"}: its numbers stand in `calls.bin` from byte "at" on, column
-// by column. Equal contents are written once.
+// by column, those of the host tools in `host_calls.bin`. Equal contents are written once.
 #include "every_function/calls.h"
+#include "host_calls.h"
 
 #include <cstdio>
 #include <cstring>
@@ -25,8 +26,8 @@ using namespace zel_test::every_function;
 
 class recorder final : public listener {
 public:
-    explicit recorder(const std::string& directory)
-        : index_(directory + "/calls.json"), data_(directory + "/calls.bin", std::ios::binary) {
+    explicit recorder(const std::string& path)
+        : index_(path + ".json"), data_(path + ".bin", std::ios::binary) {
         index_ << "[\n";
     }
     void record(const call& c) {
@@ -102,13 +103,21 @@ private:
     bool first_ = true;
 };
 
+/// Runs all calls and writes them to `path`.json and `path`.bin.
+bool record(const std::vector<call>& calls, const std::string& path) {
+    recorder r(path);
+    listener::present = &r;
+    for (const call& c : calls) r.record(c);
+    listener::present = nullptr;
+    return r.finish();
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc != 2) return std::cerr << "record_calls <directory>\n", 2;
-    recorder r(argv[1]);
-    listener::present = &r;
-    for (const call& c : all_calls()) r.record(c);
-    listener::present = nullptr;
-    return r.finish() ? 0 : 1;
+    const std::string directory = argv[1];
+    const bool done = record(all_calls(), directory + "/calls") &&
+                      record(tessel2d_python::host_calls(), directory + "/host_calls");
+    return done ? 0 : 1;
 }
