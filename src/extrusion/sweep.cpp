@@ -2,6 +2,7 @@
 // Counts and spaces the layers of a sweep, and writes the elements along the edges of its profile.
 #include "extrusion/sweep.h"
 
+#include "foundation/cell_cut.h"
 #include "foundation/node_set.h"
 
 #include <algorithm>
@@ -73,84 +74,48 @@ bool layer_count(double length, double h0, double h1, bool force_even,
 
 namespace {
 
-// A cell lies over the edge (a, b) of its layer; c is the copy of b in the next layer, d that of a.
-struct quad_writer {
-    static constexpr std::size_t rows = 4;
-    static constexpr std::size_t per_cell = 1;
-
-    static void write(unsigned* out, std::size_t, bool, unsigned a, unsigned b, unsigned c,
-                      unsigned d) noexcept {
-        out[0] = a;
-        out[1] = b;
-        out[2] = c;
-        out[3] = d;
-    }
-};
-
-template <int Pattern>
-struct triangle_writer {
-    static constexpr std::size_t rows = 3;
-    static constexpr std::size_t per_cell = 2;
-
-    static void write(unsigned* out, std::size_t ld, bool even, unsigned a, unsigned b, unsigned c,
-                      unsigned d) noexcept {
-        const bool along_ac = Pattern == 1 || (Pattern == 2 && even);
-        out[0] = a;
-        out[1] = b;
-        out[2] = along_ac ? c : d;
-        out[ld] = along_ac ? a : b;
-        out[ld + 1] = c;
-        out[ld + 2] = d;
-    }
-};
-
-/// Writes the cells of one edge from the profile outward. From the second layer on node numbers grow by
-/// `n` from layer to layer and patterns repeat after two layers, so two cells make a stencil that is
-/// written again and again into contiguous columns.
-template <class Writer>
+/// Writes the cells of one edge from the profile outward. A cell lies over the edge (a, b) of its layer; c is
+/// the copy of b in the next layer, d that of a. From the second layer on node numbers grow by `n` from layer
+/// to layer.
+template <class Cut>
 void write_layers_of_edge(std::uint64_t layers, unsigned n, bool even, unsigned a, unsigned b,
                           unsigned c, unsigned d, columns<unsigned> out,
                           std::size_t next) noexcept {
-    constexpr std::size_t per_cell = Writer::per_cell * Writer::rows;
-    constexpr std::size_t entries = 2 * per_cell;
     const auto write_cell = [&] {
-        Writer::write(out[next], out.ld, even, a, b, c, d);
+        Cut::write(out[next], out.ld, even, a, b, c, d);
         even = !even;
         a = d;
         b = c;
         c += n;
         d += n;
-        next += Writer::per_cell;
+        next += Cut::columns;
     };
     std::uint64_t k = 1;
     write_cell();
-    if (out.ld == Writer::rows && layers > 4) {
-        unsigned stencil[entries];
-        Writer::write(stencil, Writer::rows, even, a, b, c, d);
-        Writer::write(stencil + per_cell, Writer::rows, !even, d, c, c + n, d + n);
-        unsigned done = 0;
-        unsigned* to = out[next];
-        for (; k + 2 <= layers; k += 2, to += entries, done += 2 * n)
-            for (std::size_t i = 0; i < entries; ++i) to[i] = stencil[i] + done;
-        next += Writer::per_cell * (k - 1);
-        a += done;
-        b += done;
-        c += done;
-        d += done;
+    if (out.ld == Cut::rows && layers > 4) {
+        const std::uint64_t pairs = (layers - 1) / 2;
+        write_cell_pairs<Cut>(out[next], pairs, even, a, b, n);
+        const unsigned grown = static_cast<unsigned>(2 * pairs) * n;
+        k += 2 * pairs;
+        next += 2 * pairs * Cut::columns;
+        a += grown;
+        b += grown;
+        c += grown;
+        d += grown;
     }
     for (; k < layers; ++k) write_cell();
 }
 
-template <class Writer>
+template <class Cut>
 void write_sides(const swept_profile& profile, columns<unsigned> out, std::size_t next) noexcept {
     const auto edges = columns_of(profile.edges);
     const auto places = columns_of(profile.places);
     const auto n = static_cast<unsigned>(profile.nodes.size);
     const auto first = static_cast<unsigned>(profile.first_new);
-    const std::size_t columns_of_edge = Writer::per_cell * profile.layers;
+    const std::size_t columns_of_edge = Cut::columns * profile.layers;
     for (std::size_t e = 0; e < profile.edges.cols; ++e) {
-        write_layers_of_edge<Writer>(profile.layers, n, e % 2 == 0, edges[e][0], edges[e][1],
-                                     first + places[e][1], first + places[e][0], out, next);
+        write_layers_of_edge<Cut>(profile.layers, n, e % 2 == 0, edges[e][0], edges[e][1],
+                                  first + places[e][1], first + places[e][0], out, next);
         next += columns_of_edge;
     }
 }
@@ -159,22 +124,12 @@ void write_sides(const swept_profile& profile, columns<unsigned> out, std::size_
 
 void quad_sides::write(const swept_profile& profile, columns<unsigned> out,
                        std::size_t next) const noexcept {
-    write_sides<quad_writer>(profile, out, next);
+    write_sides<whole_cell>(profile, out, next);
 }
 
 void triangle_sides::write(const swept_profile& profile, columns<unsigned> out,
                            std::size_t next) const noexcept {
-    switch (pattern) {
-    case 0:
-        write_sides<triangle_writer<0>>(profile, out, next);
-        break;
-    case 2:
-        write_sides<triangle_writer<2>>(profile, out, next);
-        break;
-    default:
-        write_sides<triangle_writer<1>>(profile, out, next);
-        break;
-    }
+    with_halves<3>(pattern, [&](auto cut) { write_sides<decltype(cut)>(profile, out, next); });
 }
 
 // ------------------------------------------------------------------------------------------ steps

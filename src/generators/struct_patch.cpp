@@ -10,6 +10,7 @@
 #include "generators/struct_patch.h"
 
 #include "foundation/call_frame.h"
+#include "foundation/cell_cut.h"
 #include "geometry/four_lanes.h"
 #include "geometry/point.h"
 #include "zel/tessel.h"
@@ -176,84 +177,28 @@ void place_interior_nodes(const struct_patch& patch, const ball* onto,
 
 // --------------------------------------------------------------------------------------- elements
 
-// A writer writes the elements of a cell to `out`, columns `ld` apart; (i, j) is the position of
-// the cell in the grid. `columns` is the number of columns per cell and `rows` their height.
-struct quad_writer {
-    static constexpr std::size_t columns = 1;
-    // mutation: says whether cells may be copied with the layout of their neighbours
-    static constexpr std::size_t rows = 4;
-
-    static void write(unsigned* out, std::size_t, std::size_t, std::size_t, unsigned a, unsigned b,
-                      unsigned c, unsigned d) noexcept {
-        out[0] = a;
-        out[1] = b;
-        out[2] = c;
-        out[3] = d;
-    }
-};
-
-// `Rows` 3 writes plain triangles, 4 marks row 3 too.
-template <std::size_t Rows, int Pattern>
-struct triangle_writer {
-    static constexpr std::size_t columns = 2;
-    static constexpr std::size_t rows = Rows;
-
-    static void triangle(unsigned* out, unsigned a, unsigned b, unsigned c) noexcept {
-        out[0] = a;
-        out[1] = b;
-        out[2] = c;
-        if constexpr (Rows == 4) out[3] = no_node;
-    }
-    static void write(unsigned* out, std::size_t ld, std::size_t i, std::size_t j, unsigned a,
-                      unsigned b, unsigned c, unsigned d) noexcept {
-        const bool along_ac = Pattern == 1 || (Pattern == 2 && (i + j) % 2 == 0);
-        triangle(out, a, b, along_ac ? c : d);
-        triangle(out + ld, along_ac ? a : b, c, d);
-    }
-};
-
-// Inside the patch the node numbers of a cell grow by one from cell to cell, and every pattern repeats
-// after two cells. So two cells make a stencil that is written again and again, in contiguous columns,
-// while its node numbers grow by two; a marked row stays.
-template <class Writer>
-void write_interior_cells(std::size_t i, std::size_t j, std::size_t pairs, unsigned a, unsigned b,
-                          unsigned* out) noexcept {
-    constexpr std::size_t per_cell = Writer::columns * Writer::rows;
-    constexpr std::size_t entries = 2 * per_cell;
-    unsigned stencil[entries];
-    unsigned grows[entries]; // all bits, or none for a row that is marked
-    Writer::write(stencil, Writer::rows, i, j, a, b, b + 1, a + 1);
-    Writer::write(stencil + per_cell, Writer::rows, i, j + 1, a + 1, b + 1, b + 2, a + 2);
-    for (std::size_t k = 0; k < entries; ++k) grows[k] = stencil[k] == no_node ? 0 : ~0U;
-    // The stencil itself is not changed: gcc 12 vectorises a stencil that is counted up in place
-    // wrongly (the second cell repeats the first).
-    unsigned grown = 0;
-    for (std::size_t pair = 0; pair < pairs; ++pair, out += entries, grown += 2)
-        for (std::size_t k = 0; k < entries; ++k) out[k] = stencil[k] + (grown & grows[k]);
-}
-
 /// Writes the elements of all cells into the columns from `next` on, i outer and j inner.
-template <class Writer>
+template <class Cut>
 void write_cells(const struct_patch& patch, columns<unsigned> out, std::size_t next) noexcept {
     for (std::size_t i = 0; i < patch.n1; ++i) {
         unsigned a = struct_node_id(patch, i, 0);
         unsigned b = struct_node_id(patch, i + 1, 0);
         std::size_t j = 0;
         const auto write_up_to = [&](std::size_t end) {
-            for (; j < end; ++j, next += Writer::columns) {
+            for (; j < end; ++j, next += Cut::columns) {
                 const unsigned c = struct_node_id(patch, i + 1, j + 1);
                 const unsigned d = struct_node_id(patch, i, j + 1);
-                Writer::write(out[next], out.ld, i, j, a, b, c, d);
+                Cut::write(out[next], out.ld, (i + j) % 2 == 0, a, b, c, d);
                 a = d;
                 b = c;
             }
         };
-        if (i > 0 && i + 1 < patch.n1 && patch.n > 3 && out.ld == Writer::rows) {
+        if (i > 0 && i + 1 < patch.n1 && patch.n > 3 && out.ld == Cut::rows) {
             write_up_to(1);
             const std::size_t pairs = (patch.n - 2) / 2;
-            write_interior_cells<Writer>(i, j, pairs, a, b, out[next]);
+            write_cell_pairs<Cut>(out[next], pairs, (i + j) % 2 == 0, a, b, 1);
             j += 2 * pairs;
-            next += 2 * pairs * Writer::columns;
+            next += 2 * pairs * Cut::columns;
             a = patch.interior(i, j);
             b = patch.interior(i + 1, j);
         }
@@ -264,17 +209,7 @@ void write_cells(const struct_patch& patch, columns<unsigned> out, std::size_t n
 template <std::size_t Rows>
 void write_triangles(const struct_patch& patch, int pattern, columns<unsigned> out,
                      std::size_t next) noexcept {
-    switch (pattern) {
-    case 0:
-        write_cells<triangle_writer<Rows, 0>>(patch, out, next);
-        break;
-    case 1:
-        write_cells<triangle_writer<Rows, 1>>(patch, out, next);
-        break;
-    default:
-        write_cells<triangle_writer<Rows, 2>>(patch, out, next);
-        break;
-    }
+    with_halves<Rows>(pattern, [&](auto cut) { write_cells<decltype(cut)>(patch, out, next); });
 }
 
 // ------------------------------------------------------------------------------------ call frame
@@ -350,7 +285,7 @@ int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, u
     if (!grow_outputs(pos, n1, n, 4, 1, connect)) return status_memory;
     const struct_patch patch{loop.data(), n1, n, first_new};
     place_nodes(patch, onto, pos);
-    write_cells<quad_writer>(patch, columns_of(connect), first_element);
+    write_cells<whole_cell>(patch, columns_of(connect), first_element);
     return status_ok;
 }
 
