@@ -30,7 +30,7 @@ class cmake_build(build_ext):
         given = os.environ.get("TESSEL2D_BUILD")
         directory = Path(given) if given else Path(self.build_temp).resolve() / "cmake"
         if not given:
-            options = ["TESTS", "EXAMPLES", "BENCH", "FUZZERS"]
+            options = ["TESTS", "EXAMPLES", "BENCH", "FUZZERS", "VTK"]
             subprocess.run(
                 [
                     "cmake",

@@ -23,6 +23,9 @@ set(zel_without "")
 if(NOT ZEL_BUILD_HOST)
   list(APPEND zel_without REGEX "/zel/host(\\.h)?$" EXCLUDE)
 endif()
+if(NOT TARGET zel_tessel2d_vtk)
+  list(APPEND zel_without REGEX "/zel/host/vtk\\.h$" EXCLUDE)
+endif()
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/zel" DESTINATION "${zel_include_root}"
         COMPONENT development FILES_MATCHING PATTERN "*.h" ${zel_without})
 
@@ -49,6 +52,9 @@ zel_install_library(zel_tessel2d_static static development)
 if(ZEL_BUILD_HOST)
   zel_install_library(zel_tessel2d_host host host)
   zel_install_library(zel_tessel2d_host_static host-static development)
+endif()
+if(TARGET zel_tessel2d_vtk)
+  zel_install_library(zel_tessel2d_vtk vtk development)
 endif()
 
 # -- CMake ----------------------------------------------------------------------------------------

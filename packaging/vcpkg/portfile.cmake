@@ -9,7 +9,8 @@ get_filename_component(SOURCE_PATH "${CMAKE_CURRENT_LIST_DIR}/../.." ABSOLUTE)
 
 vcpkg_cmake_configure(
   SOURCE_PATH "${SOURCE_PATH}"
-  OPTIONS -DZEL_INSTALL=ON -DZEL_BUILD_TESTS=OFF -DZEL_BUILD_EXAMPLES=OFF -DZEL_PACKAGE_TESTS=OFF)
+  OPTIONS -DZEL_INSTALL=ON -DZEL_BUILD_TESTS=OFF -DZEL_BUILD_EXAMPLES=OFF -DZEL_BUILD_VTK=OFF
+          -DZEL_PACKAGE_TESTS=OFF)
 vcpkg_cmake_install()
 vcpkg_cmake_config_fixup(PACKAGE_NAME tessel2d CONFIG_PATH lib/cmake/tessel2d)
 vcpkg_fixup_pkgconfig()
