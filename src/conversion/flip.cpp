@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Turns elements over.
+// SPDX-License-Identifier: Apache-2.0
+// Turns elements over.
 //
 // Rows 0 and 2 of a column change places, and with them the nodes on the edges and the neighbours across
 // them. The second and, in quadrilaterals, the fourth corner stay.

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Computes the rotation that a rotation vector stands for, with
-// its tangent operator and their derivatives.
+// SPDX-License-Identifier: Apache-2.0
+// Computes the rotation that a rotation vector stands for, with its tangent operator and their
+// derivatives.
 #pragma once
 
 #include "geometry/point.h"

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Sweeps a profile by any motion: number and spacing of the
-// layers, nodes of the profile, elements along its edges, and the order of the steps. A motion only
-// says where a node goes.
+// SPDX-License-Identifier: Apache-2.0
+// Sweeps a profile by any motion: number and spacing of the layers, nodes of the profile, elements
+// along its edges, and the order of the steps. A motion only says where a node goes.
 #pragma once
 
 #include "foundation/call_frame.h"

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Allocates and frees all memory of the library. The file holds
-// nothing else, so that a program that links the static library can define its own pair of
-// functions.
+// SPDX-License-Identifier: Apache-2.0
+// Allocates and frees all memory of the library. The file holds nothing else, so that a program
+// that links the static library can define its own pair of functions.
 #include "zel/storage.h"
 
 #include <cstdlib>

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Makes the number of corners of a column a type, so that
-// triangles, quadrilaterals and mixed meshes share one template.
+// SPDX-License-Identifier: Apache-2.0
+// Makes the number of corners of a column a type, so that triangles, quadrilaterals and mixed
+// meshes share one template.
 #pragma once
 
 #include "foundation/call_frame.h"

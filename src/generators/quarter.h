@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Builds what a quarter of a disk and an octant of a sphere
-// have in common: seven skeleton nodes, nine lines of n cells between them, and three four-sided
-// patches between the lines.
+// SPDX-License-Identifier: Apache-2.0
+// Builds what a quarter of a disk and an octant of a sphere have in common: seven skeleton nodes,
+// nine lines of n cells between them, and three four-sided patches between the lines.
 #pragma once
 
 #include "foundation/call_frame.h"

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Joins the turned copies of a quarter or an octant where their
-// outlines meet. The result is that of merging all nodes and removing the unused ones, but only the
-// nodes of outlines are compared.
+// SPDX-License-Identifier: Apache-2.0
+// Joins the turned copies of a quarter or an octant where their outlines meet. The result is that
+// of merging all nodes and removing the unused ones, but only the nodes of outlines are compared.
 #pragma once
 
 #include "generators/quarter.h"

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Numbers the nodes of the grid of a four-sided patch: loop
-// entries on the boundary, new nodes inside.
+// SPDX-License-Identifier: Apache-2.0
+// Numbers the nodes of the grid of a four-sided patch: loop entries on the boundary, new nodes
+// inside.
 #pragma once
 
 #include "geometry/point.h"

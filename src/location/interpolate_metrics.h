@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Interpolates sizes and size tensors at points of an element,
-// and says how orphans receive them.
+// SPDX-License-Identifier: Apache-2.0
+// Interpolates sizes and size tensors at points of an element, and says how orphans receive them.
 #pragma once
 
 #include "location/orphans.h"

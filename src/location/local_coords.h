@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Finds the coordinates of a point within an element, as the
-// shape functions of the element take them.
+// SPDX-License-Identifier: Apache-2.0
+// Finds the coordinates of a point within an element, as the shape functions of the element take
+// them.
 #pragma once
 
 #include "geometry/point.h"

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Runs loops over items that lie far apart in memory, with each
-// item prefetched some items before its use. Results do not depend on it; a processor without
-// prefetching runs the plain loop.
+// SPDX-License-Identifier: Apache-2.0
+// Runs loops over items that lie far apart in memory, with each item prefetched some items before
+// its use. Results do not depend on it; a processor without prefetching runs the plain loop.
 #pragma once
 
 #include "foundation/call_frame.h"

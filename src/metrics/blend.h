@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Interpolates between two size tensors: the sizes along the
-// axes of their common basis are linear.
+// SPDX-License-Identifier: Apache-2.0
+// Interpolates between two size tensors: the sizes along the axes of their common basis are linear.
 #pragma once
 
 #include "geometry/number.h"

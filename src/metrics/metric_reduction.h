@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Reduces two symmetric tensors of order 2 or 3 simultaneously:
-// finds a basis in which both are diagonal.
+// SPDX-License-Identifier: Apache-2.0
+// Reduces two symmetric tensors of order 2 or 3 simultaneously: finds a basis in which both are
+// diagonal.
 #pragma once
 
 #include "zel/dense.h"

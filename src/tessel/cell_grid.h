@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Cuts space into cells whose size follows from a tolerance, so
-// that two points closer than it share a cell.
+// SPDX-License-Identifier: Apache-2.0
+// Cuts space into cells whose size follows from a tolerance, so that two points closer than it
+// share a cell.
 #pragma once
 
 #include "foundation/call_frame.h"

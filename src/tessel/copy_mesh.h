@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Copies parts of a mesh within memory that was reserved
-// before.
+// SPDX-License-Identifier: Apache-2.0
+// Copies parts of a mesh within memory that was reserved before.
 #pragma once
 
 #include "zel/tessel.h"

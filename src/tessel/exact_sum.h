@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Finds the exact sign of a sum of products, for comparisons
-// that rounding must not decide.
+// SPDX-License-Identifier: Apache-2.0
+// Finds the exact sign of a sum of products, for comparisons that rounding must not decide.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Finds the nodes that coincide and rewrites the entries of
-// matrices with the numbers of those that are kept.
+// SPDX-License-Identifier: Apache-2.0
+// Finds the nodes that coincide and rewrites the entries of matrices with the numbers of those that
+// are kept.
 #pragma once
 
 #include "zel/dense.h"

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Places nodes at equal distances on the straight line between
-// two nodes.
+// SPDX-License-Identifier: Apache-2.0
+// Places nodes at equal distances on the straight line between two nodes.
 #pragma once
 
 #include "foundation/call_frame.h"
