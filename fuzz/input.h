@@ -216,7 +216,11 @@ dense2D<T> blank_matrix(input& in, std::size_t rows, std::size_t cols, unsigned 
         if (layout == 2) dense2D<T>(std::move(m)); // what is left has no block
         if (layout == 3 || layout == 4) m.resize(rows, cols);
         if (layout == 5) m.reserve(4, in.below(16));
-        if (layout == 6) m = dense2D<T>(5, 4, T(1)).sub_matrix(1, 1, rows, cols);
+        if (layout == 6) {
+            m = dense2D<T>(5, 4, T(1)).sub_matrix(1, 1, 0, 0);
+            m.rows = rows; // of any height or length, as it holds no element
+            m.cols = cols;
+        }
         return m;
     }
     switch (layout) {

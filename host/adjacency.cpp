@@ -281,7 +281,8 @@ private:
         turned_[seed] = 0;
         stack_.push_back(seed);
         while (!stack_.empty() && found.what == orientation::fault::none) {
-            const unsigned e = stack_[--stack_.size];
+            const unsigned e = stack_[stack_.size - 1];
+            --stack_.size;
             const unsigned corners = corners_of(connect_, e);
             for (unsigned k = 0; k < corners && found.what == orientation::fault::none; ++k)
                 if (neighbors_(k, e) != no_node) cross(e, corners, k);

@@ -335,6 +335,25 @@ TEST(ConvertIntoHighOrder, AGivenEdgeWithoutNodeLeavesItsRowsEmpty) {
     EXPECT_THAT(columns(out), ElementsAre(cell(0, 1, 2, 6, 7, 8, 9, none, none)));
 }
 
+TEST(ConvertIntoHighOrder, AGivenEdgeWithAnEndThatIsNoNodeIsTheEdgeOfNoElement) {
+    dense2D<unsigned> out;
+    auto pos = equilateral_triangle().pos;
+    ASSERT_EQ(0, convert_into_high_order(
+                     pos, cells({{0, 1, 2}}), 1, 0, 0, out,
+                     cells({{none, none, 2}, {0, none, 1}, {none, 1, 0}, {1, 2, 0}})));
+    EXPECT_THAT(columns(out), ElementsAre(cell(0, 1, 2, 0, 3, 4)));
+    // Also where the bucket of its other end is full.
+    pos = points({{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}, {5, 0}, {0, 1}});
+    const auto star =
+        cells({{0, 1, 2}, {0, 2, 2}, {0, 3, 2}, {0, 4, 2}, {0, 5, 2}, {none, 0, 3}, {6, none, 3}});
+    ASSERT_EQ(0, convert_into_high_order(pos, cells({{0, 1, 6}}), 1, 0, 0, out, star));
+    EXPECT_THAT(columns(out), ElementsAre(cell(0, 1, 6, 7, 8, 2)));
+    pos = equilateral_triangle().pos;
+    auto connect = cells({{0, 1, 2}});
+    ASSERT_EQ(0, convert_into_quadratic(pos, connect, cells({{none, 1, 0}, {none, none, 0}})));
+    EXPECT_THAT(columns(connect), ElementsAre(cell(0, 1, 2, 3, 4, 5)));
+}
+
 TEST(ConvertIntoHighOrder, ColumnsOfEdgesWithoutRowsAreNoEdges) {
     const dense2D<unsigned> edges = cells({{0, 1, 2}, {1, 2, 0}}).sub_matrix(0, 0, 0, 2);
     ASSERT_EQ(2U, edges.cols);
