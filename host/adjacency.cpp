@@ -401,16 +401,17 @@ int components(const dense2D<unsigned>& neighbors, dense1D<unsigned, 8>& compone
 
 int is_orientable(const dense2D<unsigned>& connect, const dense2D<unsigned>& neighbors,
                   orientation& found) {
-    if (!connect.empty() && connect.rows != 3 && connect.rows != 4) return -1;
-    if (connect.cols > most_elements) return -1;
+    if (connect.empty()) {
+        found = {};
+        return 1;
+    }
+    if ((connect.rows != 3 && connect.rows != 4) || connect.cols > most_elements) return -1;
     if (neighbors.rows != connect.rows || neighbors.cols != connect.cols ||
         !are_neighbors(neighbors))
         return -2;
     orientation_walk walk(connect, neighbors);
-    if (!connect.empty()) {
-        if (!walk.prepare()) return status_memory;
-        walk.run();
-    }
+    if (!walk.prepare()) return status_memory;
+    walk.run();
     found = walk.found;
     return found.what == orientation::fault::none ? 1 : 0;
 }

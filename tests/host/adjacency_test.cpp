@@ -521,6 +521,7 @@ TEST(IsOrientable, SaysWhereNeighborsAndElementsDisagree) {
     EXPECT_EQ(0u, found.edge);
     EXPECT_EQ(2u, found.neighbor);
     EXPECT_EQ(1, is_orientable(dense2D<unsigned>(), dense2D<unsigned>(), found));
+    EXPECT_EQ(1, is_orientable(dense2D<unsigned>(7, 0), dense2D<unsigned>(), found));
 }
 
 // ------------------------------------------------------------------------------------------- statuses

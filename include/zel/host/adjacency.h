@@ -181,7 +181,7 @@ struct orientation {
 /// @param neighbors  of its shape, as from `build_adjacency`.
 /// @param[out] found  the fault that the walk meets first, if any, and the edges to be mended.
 ///
-/// @retval 1     orientable, each component for itself.
+/// @retval 1     orientable, each component for itself; or `connect` is empty.
 /// @retval 0     not orientable; `found` says why and where.
 /// @retval -1    `connect` has neither 3 nor 4 rows, or more columns than 32-bit numbers can tell apart.
 /// @retval -2    `neighbors` has another shape or names an element that does not exist.
