@@ -61,7 +61,7 @@ for (const name of pages) {
         if (p.width === 0) problems.push(`${name}: empty picture ${p.source}`);
         if (!p.alt) problems.push(`${name}: picture without words ${p.source}`);
     }
-    if (!seen.heading) problems.push(`${name}: no heading`);
+    if (!seen.heading && name !== "search.html") problems.push(`${name}: no heading`);
     if (seen.canvases !== seen.figures) problems.push(`${name}: ${seen.figures} surfaces, ${seen.canvases} drawn`);
     if (seen.figures > 0) {
         const canvas = page.locator("canvas").first();

@@ -22,3 +22,4 @@ html_copy_source = False
 highlight_language = "cpp"
 primary_domain = "cpp"
 nitpicky = False
+html_show_search_summary = False

@@ -11,6 +11,7 @@ comment of the header, signature, arguments, statuses and remarks of each overlo
 import re
 import shutil
 import sys
+import textwrap
 import xml.etree.ElementTree as ET
 from pathlib import Path
 
@@ -29,24 +30,22 @@ def inline(node):
     """The text of an element of the XML as reStructuredText of one paragraph."""
     parts = [escape(node.text or "")]
     for child in node:
+        tail = escape(child.tail or "")
         if child.tag == "computeroutput":
-            parts.append(f"``{''.join(child.itertext())}``")
+            # A literal must not touch a word: an escaped blank parts them without a gap.
+            before = "\\ " if re.search(r"\w$", parts[-1]) else ""
+            after = "\\ " if re.match(r"\w", tail) else ""
+            parts.append(f"{before}``{''.join(child.itertext())}``{after}")
         elif child.tag == "ref":
             parts.append(escape("".join(child.itertext())))
         elif child.tag in ("emphasis", "bold"):
             parts.append(f"*{escape(''.join(child.itertext()))}*")
         elif child.tag in ("sp", "linebreak"):
             parts.append(" ")
-        elif child.tag in ("parameterlist", "simplesect", "verbatim", "programlisting", "itemizedlist",
-                           "preformatted", "xrefsect"):
-            pass
         else:
             parts.append(inline(child))
-        parts.append(escape(child.tail or ""))
-    text = re.sub(r"\s+", " ", "".join(parts)).strip()
-    # A literal must not touch a word: an escaped blank parts them without a gap.
-    text = re.sub(r"(``[^`]+``)(?=\w)", r"\1\\ ", text)
-    return re.sub(r"(?<=\w)(``[^`]+``)", r"\\ \1", text)
+        parts.append(tail)
+    return re.sub(r"\s+", " ", "".join(parts)).strip()
 
 
 def indented(text, by):
@@ -64,7 +63,7 @@ def table(headings, rows, widths):
 
 
 def direction(name):
-    return {"in": "read", "out": "written", "inout": "read and written"}.get(name.get("direction", ""), "read")
+    return {"out": "out", "inout": "in, out"}.get(name.get("direction", ""), "in")
 
 
 def parameters(node):
@@ -82,6 +81,23 @@ def statuses(node):
             for item in node.findall("parameteritem") for n in item.findall("parameternamelist/parametername")]
 
 
+blocks_of_text = ("parameterlist", "simplesect", "verbatim", "programlisting", "itemizedlist", "preformatted",
+                  "xrefsect")
+
+
+def code(language, text):
+    return f".. code-block:: {language}\n\n" + indented(text, 3)
+
+
+def line_of_code(node):
+    """A line of a listing, whose blanks are elements of their own."""
+    parts = [node.text or ""]
+    for child in node:
+        parts.append(" " if child.tag == "sp" else line_of_code(child))
+        parts.append(child.tail or "")
+    return "".join(parts)
+
+
 class comment:
     """The parts of the comment over a declaration."""
 
@@ -95,23 +111,38 @@ class comment:
                 self.add(para)
 
     def add(self, para):
-        blocks = self.remarks if self.arguments or self.statuses else self.text
-        words = inline(para)
-        if words:
-            blocks.append(words)
+        """Takes a paragraph apart in its order: runs of words, and the blocks between them."""
+        run = ET.Element("para")
+        run.text = para.text
         for child in para:
-            if child.tag == "verbatim":
-                blocks.append(".. code-block:: none\n\n" + indented(child.text.strip("\n"), 3))
-            elif child.tag == "itemizedlist":
-                blocks.append("\n".join("- " + " ".join(inline(p) for p in item.findall("para"))
-                                        for item in child.findall("listitem")))
-            elif child.tag == "parameterlist":
-                if child.get("kind") == "param":
-                    self.arguments += parameters(child)
-                else:
-                    self.statuses += statuses(child)
-            elif child.tag == "simplesect" and child.get("kind") == "return":
-                self.statuses.append(["", " ".join(inline(p) for p in child.findall("para"))])
+            if child.tag in blocks_of_text:
+                self.put(inline(run))
+                self.add_block(child)
+                run = ET.Element("para")
+                run.text = child.tail
+            else:
+                run.append(child)
+        self.put(inline(run))
+
+    def put(self, block):
+        if block:
+            (self.remarks if self.arguments or self.statuses else self.text).append(block)
+
+    def add_block(self, node):
+        if node.tag in ("verbatim", "preformatted"):
+            self.put(code("none", node.text.strip("\n")))
+        elif node.tag == "programlisting":
+            text = textwrap.dedent("\n".join(line_of_code(line) for line in node.findall("codeline"))).strip("\n")
+            self.put(code("cpp" if self.arguments or self.statuses else "none", text))
+        elif node.tag == "itemizedlist":
+            self.put("\n".join("- " + " ".join(inline(p) for p in item.findall("para"))
+                               for item in node.findall("listitem")))
+        elif node.tag == "parameterlist" and node.get("kind") == "param":
+            self.arguments += parameters(node)
+        elif node.tag == "parameterlist":
+            self.statuses += statuses(node)
+        elif node.tag == "simplesect" and node.get("kind") == "return":
+            self.statuses.append(["", " ".join(inline(p) for p in node.findall("para"))])
 
 
 def signature(member):
@@ -299,7 +330,9 @@ def main():
     for guide in (root / "manual/guides").glob("*.md"):
         shutil.copy(guide, where / "guides")
     for page in ("performance", "reliability", "curvatures", "glossary"):
-        shutil.copy(root / f"docs/{page}.md", where / "docs")
+        # What leads out of the manual into the source tree is named, not linked.
+        words = (root / f"docs/{page}.md").read_text()
+        (where / f"docs/{page}.md").write_text(re.sub(r"\[([^]]+)\]\(\.\./[^)]*\)", r"\1", words))
     for static in (root / "manual/static").iterdir():
         shutil.copy(static, where / "_static")
     shutil.copy(root / "manual/conf.py", where)
