@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
+#include <utility>
 
 namespace zel::gallery {
 
@@ -69,14 +70,20 @@ figure& figure::mesh(const dense2D<double>& pos, const dense2D<unsigned>& connec
     how.line_width = 0.4;
     mesh(pos, connect, how);
     picture.set_legend(map, fixed(low), fixed(high), meaning);
+    legend = &map;
+    legend_words[0] = fixed(low);
+    legend_words[1] = fixed(high);
+    legend_words[2] = meaning;
     return *this;
 }
 
 figure& figure::lines(const dense2D<double>& pos, const dense2D<unsigned>& edges,
                       const colour& line, double line_width) {
-    for (std::size_t e = 0; e < edges.cols; ++e)
-        picture.add_line({place(pos, edges(0, e)), place(pos, edges(1, e))}, line, line_width,
-                         0.05);
+    for (std::size_t e = 0; e < edges.cols; ++e) {
+        const std::vector<point> ends{place(pos, edges(0, e)), place(pos, edges(1, e))};
+        picture.add_line(ends, line, line_width, 0.05);
+        keep_line(ends, line);
+    }
     return *this;
 }
 
@@ -85,6 +92,7 @@ figure& figure::line(const std::vector<point>& points, const colour& line, doubl
     for (point& p : moved)
         for (std::size_t i = 0; i < 3; ++i) p[i] += shift[i];
     picture.add_line(moved, line, line_width, 0.05);
+    keep_line(moved, line);
     return *this;
 }
 
@@ -101,6 +109,7 @@ figure& figure::arrows(const dense2D<double>& pos, const dense2D<double>& vector
         point tip = foot;
         for (std::size_t i = 0; i < vectors.rows && i < 3; ++i) tip[i] += scale * vectors(i, n);
         picture.add_line({foot, tip}, palette::orange, 1.4, 0.05);
+        keep_line({foot, tip}, palette::orange);
         picture.add_dot(tip, 1.8, palette::orange, 0.05);
     }
     return *this;
@@ -175,6 +184,7 @@ figure& figure::result(double number) {
 // ------------------------------------------------------------------------------------- the files
 
 void figure::keep_surface(const examples::mesh& m, const paint& how) {
+    surface kept{{}, how.opacity};
     for (std::size_t e = 0; e < m.connect.cols; ++e) {
         const std::vector<unsigned> around = examples::cell_outline(m, e);
         colour fill = how.fill;
@@ -186,11 +196,70 @@ void figure::keep_surface(const examples::mesh& m, const paint& how) {
             fill = examples::colour_at(*how.map, (mean - how.low) / (how.high - how.low));
         }
         for (std::size_t k = 2; k < around.size(); ++k) {
-            surface.push_back({{examples::node(m, around[0]), examples::node(m, around[k - 1]),
-                                examples::node(m, around[k])},
-                               fill});
+            kept.triangles.push_back(
+                {{examples::node(m, around[0]), examples::node(m, around[k - 1]),
+                  examples::node(m, around[k])},
+                 fill});
         }
     }
+    surfaces.push_back(std::move(kept));
+}
+
+void figure::keep_line(const std::vector<point>& points, const colour& line) {
+    for (std::size_t k = 1; k < points.size(); ++k)
+        segments.push_back({{points[k - 1], points[k]}, line});
+}
+
+namespace {
+
+/// Words, joined by commas.
+std::string listed(const std::vector<std::string>& words) {
+    std::string list;
+    for (const std::string& word : words) list += (list.empty() ? "" : ",") + word;
+    return list;
+}
+
+std::string quoted(const std::string& word) {
+    return '"' + word + '"';
+}
+
+/// Two or three points in a row, as lists of coordinates and of one colour for each run of them.
+template <class Pieces, class Points>
+std::string coordinates_and_colours(const Pieces& pieces, const Points& points_and_colour) {
+    std::vector<std::string> coordinates;
+    std::vector<std::string> colours;
+    for (const auto& piece : pieces) {
+        const auto [points, shade] = points_and_colour(piece);
+        for (const point& p : *points)
+            for (const double x : p) coordinates.push_back(fixed(x));
+        colours.push_back(quoted(examples::hex(shade)));
+    }
+    return "\"positions\": [" + listed(coordinates) + "], \"colours\": [" + listed(colours) + "]";
+}
+
+} // namespace
+
+// The view is a script, because a browser loads no data for a page that it has from a file.
+void figure::write_view(const std::string& name) const {
+    std::vector<std::string> parts;
+    for (const surface& s : surfaces) {
+        const auto corners = [](const triangle& t) { return std::pair(&t.corners, t.fill); };
+        parts.push_back("{" + coordinates_and_colours(s.triangles, corners) +
+                        ", \"opacity\": " + fixed(s.opacity) + "}");
+    }
+    const auto ends = [](const segment& s) { return std::pair(&s.ends, s.line); };
+    std::ofstream file(name + ".mesh.js");
+    file << "tessel2dMeshes[" << quoted(name) << "] = {\"parts\": [" << listed(parts)
+         << "], \"lines\": {" << coordinates_and_colours(segments, ends) << "}";
+    if (legend != nullptr) {
+        std::vector<std::string> colours;
+        for (const colour& c : *legend) colours.push_back(quoted(examples::hex(c)));
+        file << ", \"legend\": {\"colours\": [" << listed(colours)
+             << "], \"low\": " << quoted(legend_words[0])
+             << ", \"high\": " << quoted(legend_words[1])
+             << ", \"meaning\": " << quoted(legend_words[2]) << "}";
+    }
+    file << "};\n";
 }
 
 int figure::finish(const std::string& name, const std::string& seen, int status) const {
@@ -200,26 +269,7 @@ int figure::finish(const std::string& name, const std::string& seen, int status)
     }
     picture.write(name + ".svg", width, height, seen);
     std::ofstream(name + ".txt") << seen << '\n';
-    if (!surface.empty()) {
-        std::ofstream file(name + ".mesh.js");
-        file << "tessel2dMeshes[\"" << name << "\"] = {\"positions\": [";
-        const char* comma = "";
-        for (const triangle& t : surface) {
-            for (const point& p : t.corners) {
-                for (const double x : p) {
-                    file << comma << fixed(x);
-                    comma = ",";
-                }
-            }
-        }
-        file << "], \"colours\": [";
-        comma = "";
-        for (const triangle& t : surface) {
-            file << comma << '"' << examples::hex(t.fill) << '"';
-            comma = ",";
-        }
-        file << "]};\n";
-    }
+    if (!surfaces.empty()) write_view(name);
     std::printf("%s %08x\n", name.c_str(), ~checksum);
     return 0;
 }

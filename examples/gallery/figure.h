@@ -66,15 +66,28 @@ private:
         examples::point corners[3];
         colour fill;
     };
+    struct surface {
+        std::vector<triangle> triangles;
+        double opacity;
+    };
+    struct segment {
+        examples::point ends[2];
+        colour line;
+    };
 
     examples::point place(const dense2D<double>& pos, std::size_t node) const;
     void add_bytes(const void* data, std::size_t size);
     void keep_surface(const examples::mesh& m, const paint& how);
+    void keep_line(const std::vector<examples::point>& points, const colour& line);
+    void write_view(const std::string& name) const;
 
     camera eye;
     examples::mesh_picture picture;
     examples::point shift{0, 0, 0};
-    std::vector<triangle> surface;
+    std::vector<surface> surfaces; ///< for the view that can be turned, with the lines on them
+    std::vector<segment> segments;
+    const examples::colour_map* legend = nullptr;
+    std::string legend_words[3];
     std::uint32_t checksum = 0xFFFFFFFFu;
 };
 

@@ -2,23 +2,36 @@
 // Lets the surfaces of the manual be turned: each picture with a mesh gets a canvas in its place, where the
 // browser can draw one. Without it the still picture stays.
 import {
-    AmbientLight, BufferAttribute, BufferGeometry, Color, DirectionalLight, DoubleSide, LineBasicMaterial,
-    LineSegments, Mesh, MeshLambertMaterial, OrthographicCamera, Scene, WebGLRenderer, EdgesGeometry,
+    AmbientLight, Box3, BufferAttribute, BufferGeometry, Color, DirectionalLight, DoubleSide, LineBasicMaterial,
+    LineSegments, Mesh, MeshLambertMaterial, OrthographicCamera, Scene, Sphere, WebGLRenderer, EdgesGeometry,
 } from "three";
 import {OrbitControls} from "three/examples/jsm/controls/OrbitControls.js";
 
-function geometryOf(mesh) {
+// Triangles or lines: `corners` points for each colour.
+function geometryOf(mesh, corners) {
     const geometry = new BufferGeometry();
     const colours = new Float32Array(mesh.positions.length);
     mesh.colours.forEach((name, t) => {
         const c = new Color(name);
-        for (let k = 0; k < 3; ++k) c.toArray(colours, 9 * t + 3 * k);
+        for (let k = 0; k < corners; ++k) c.toArray(colours, 3 * (corners * t + k));
     });
     geometry.setAttribute("position", new BufferAttribute(new Float32Array(mesh.positions), 3));
     geometry.setAttribute("color", new BufferAttribute(colours, 3));
-    geometry.computeVertexNormals();
-    geometry.computeBoundingSphere();
+    if (corners === 3) geometry.computeVertexNormals();
     return geometry;
+}
+
+// The bar that says what the colours mean, in words and colours of the page.
+function legendOf({colours, low, high, meaning}) {
+    const legend = document.createElement("div");
+    legend.className = "legend";
+    const bar = document.createElement("span");
+    bar.className = "bar";
+    bar.style.background = `linear-gradient(to right, ${colours.join(", ")})`;
+    const words = document.createElement("span");
+    words.textContent = `${low} to ${high}: ${meaning}`;
+    legend.append(bar, words);
+    return legend;
 }
 
 function show(figure) {
@@ -31,12 +44,23 @@ function show(figure) {
     } catch (unavailable) {
         return;
     }
-    const geometry = geometryOf(mesh);
-    const {center, radius} = geometry.boundingSphere;
     const scene = new Scene();
-    scene.add(new Mesh(geometry, new MeshLambertMaterial({vertexColors: true, side: DoubleSide})));
-    scene.add(new LineSegments(new EdgesGeometry(geometry, 0.1),
-                               new LineBasicMaterial({color: 0x22303c, transparent: true, opacity: 0.35})));
+    const around = new Box3();
+    for (const part of mesh.parts) {
+        const geometry = geometryOf(part, 3);
+        const see_through = part.opacity < 1;
+        const surface = new Mesh(geometry, new MeshLambertMaterial({
+            vertexColors: true, side: DoubleSide, transparent: see_through, opacity: part.opacity,
+            depthWrite: !see_through,
+        }));
+        scene.add(surface);
+        around.expandByObject(surface);
+        scene.add(new LineSegments(new EdgesGeometry(geometry, 0.1),
+                                   new LineBasicMaterial({color: 0x22303c, transparent: true, opacity: 0.35})));
+    }
+    if (mesh.lines.positions.length > 0)
+        scene.add(new LineSegments(geometryOf(mesh.lines, 2), new LineBasicMaterial({vertexColors: true})));
+    const {center, radius} = around.getBoundingSphere(new Sphere());
     scene.add(new AmbientLight(0xffffff, 1.6));
     const camera = new OrthographicCamera(-1.3 * radius, 1.3 * radius, radius, -radius, 0, 8 * radius);
     camera.up.set(0, 0, 1);
@@ -53,6 +77,7 @@ function show(figure) {
     still.replaceWith(canvas);
     const caption = document.createElement("figcaption");
     caption.textContent = "Drag or use the arrow keys to turn it.";
+    if (mesh.legend) figure.append(legendOf(mesh.legend));
     figure.append(caption);
 
     const controls = new OrbitControls(camera, canvas);
