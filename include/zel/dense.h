@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// Views of lists and matrices in shared storage blocks, and small fixed lists: points, vectors,
+// tensors.
 #pragma once
 
 #include "zel/storage.h"
@@ -8,9 +10,10 @@
 #include <cstddef>
 #include <cstring>
 
-/// Marks members that assert their range. Without NDEBUG element access and `sub_matrix` do: `v[i]` of
-/// lists, points and tensors, `m(i, j)`, `m[j]`. There they are always inlined, so that each source file of
-/// a program has the checks that its own NDEBUG asks for, however the library was compiled.
+/// Marks members that assert their range unless NDEBUG is defined: `v[i]` of lists, points and
+/// tensors, `m(i, j)`, `m[j]` and `sub_matrix`. Without NDEBUG they are always inlined, so that the
+/// NDEBUG of each source file of a program decides about its checks, however the library was
+/// compiled.
 #if defined(NDEBUG) || !defined(__GNUC__)
 #define ZEL_TESSEL2D_CHECKED
 #else
@@ -82,9 +85,9 @@ private:
 /// A view of a run of elements in a shared storage block: element i is `storage->data[start + i]`.
 ///
 /// Copies and assignments share the block; a write through any view is seen through all. Growing a
-/// view moves the whole block, so views that share one block are not to be resized in turn. Nothing
-/// throws for lack of memory: a constructor that cannot have its memory leaves an empty vector, and
-/// the other operations answer false.
+/// view moves the whole block, so views that share one block must not be resized in turn. Nothing
+/// throws when memory is exhausted: a constructor then leaves an empty vector, and the other
+/// operations return false.
 template <class T, int Align = 8>
 class ZEL_TESSEL2D_API dense1D {
 public:
@@ -117,14 +120,16 @@ public:
     ~dense1D() = default;
 
     /// A view of n elements that the caller owns and keeps alive; growing copies them to memory of
-    /// the block's own and leaves the caller's as they are. Empty when memory is exhausted.
+    /// the block's own and leaves the caller's as they are. The view is empty if memory is
+    /// exhausted.
     static dense1D wrap(T* elements, std::size_t n) noexcept;
 
-    /// Makes room for n elements without changing size or contents; `factor` 1 asks for exactly n,
-    /// a larger one for at least that multiple of the present capacity. False: memory is exhausted.
+    /// Reserves memory for n elements without changing size or contents; `factor` 1 requests
+    /// exactly n, a larger one at least that multiple of the present capacity. Returns false if
+    /// memory is exhausted.
     bool reserve(std::size_t n, std::size_t factor = 1) noexcept;
-    /// Sets the size. The first min(old size, n) elements stay, new ones are undefined. False:
-    /// memory is exhausted and the vector is unchanged.
+    /// Sets the size. The first min(old size, n) elements stay, new ones are undefined. Returns
+    /// false, with the vector unchanged, if memory is exhausted.
     bool resize(std::size_t n) noexcept;
     /// The same, and new elements take the value `fill`.
     bool resize(std::size_t n, T fill) noexcept;
@@ -211,19 +216,19 @@ public:
 
     /// This view now shares the other's block with its start and shape; its former block is released.
     void shallow_copy(const dense2D& other) noexcept { *this = other; }
-    /// Deep copy into storage of this matrix's own, contiguous. False: memory is exhausted and this
-    /// matrix is unchanged.
+    /// Deep copy into storage of this matrix's own, contiguous. Returns false, with this matrix
+    /// unchanged, if memory is exhausted.
     bool copy(const dense2D& other) noexcept;
-    /// Makes room for nrows x ncols without changing sizes or contents; `factor` as in `dense1D`.
-    /// False: memory is exhausted or the count overflows.
+    /// Reserves memory for nrows x ncols elements without changing sizes or contents; `factor` as
+    /// in `dense1D`. Returns false if memory is exhausted or the count overflows.
     bool reserve(std::size_t nrows, std::size_t ncols, std::size_t factor = 1) noexcept;
     /// Makes the matrix nrows x ncols. An element (i, j) that existed stays at (i, j), new ones are
-    /// undefined; ld may change. False: memory is exhausted, or the count overflows, and the matrix is
-    /// unchanged.
+    /// undefined; ld may change. Returns false, with the matrix unchanged, if memory is exhausted
+    /// or the count overflows.
     ///
-    /// Rows are counted from the first one of the view. A view that begins in row r of another matrix has
-    /// ld - r rows before the next column begins; more rows, as long as they fit into ld, are those that
-    /// stand first in the next column, and are written there.
+    /// Rows are counted from the first one of the view. A view that begins in row r of another
+    /// matrix has ld - r rows before the next column begins. Further rows, as long as they fit into
+    /// ld, lie at the top of the next column and are written there.
     bool resize(std::size_t nrows, std::size_t ncols) noexcept;
     /// The same, and all new elements take the value `fill`, in new rows of old columns too.
     bool resize(std::size_t nrows, std::size_t ncols, T fill) noexcept;
@@ -254,7 +259,8 @@ public:
         assert(i < rows && j < cols);
         return data()[j * ld + i];
     }
-    /// Column j: `m[j][i]` is element (i, j). `m[cols]` may be named, but not read.
+    /// Column j: `m[j][i]` is element (i, j). `m[cols]` is the end of the matrix: its address may
+    /// be formed, but it must not be read.
     ZEL_TESSEL2D_CHECKED T* operator[](std::size_t j) noexcept {
         assert(j <= cols);
         return data() + j * ld;
@@ -289,7 +295,7 @@ void push_back(dense1D<T, 8>& v, T x) noexcept {
     v.push_back(x);
 }
 
-/// Appends `src` to `dst`. False: memory is exhausted and `dst` is unchanged.
+/// Appends `src` to `dst`. Returns false, with `dst` unchanged, if memory is exhausted.
 ZEL_TESSEL2D_API bool append(const dense1D<unsigned, 8>& src, dense1D<unsigned, 8>& dst) noexcept;
 
 /// Appends the run [first, last) in descending address order: from the element before `last` down to
@@ -297,18 +303,18 @@ ZEL_TESSEL2D_API bool append(const dense1D<unsigned, 8>& src, dense1D<unsigned, 
 ZEL_TESSEL2D_API dense1D<unsigned, 8>& append_reversed(const unsigned* last, const unsigned* first,
                                                        dense1D<unsigned, 8>& dst) noexcept;
 
-/// Appends the columns of `src` behind those of `dst`, which takes the row count of `src`. False:
-/// memory is exhausted and `dst` is unchanged. An empty `src` changes nothing.
+/// Appends the columns of `src` behind those of `dst`, which takes the row count of `src`. Returns
+/// false, with `dst` unchanged, if memory is exhausted. An empty `src` changes nothing.
 ZEL_TESSEL2D_API bool append_columns(const dense2D<unsigned>& src, dense2D<unsigned>& dst) noexcept;
 
-/// Appends one column of three node numbers. False: `dst` holds columns of another height, or memory
-/// is exhausted; `dst` is unchanged.
+/// Appends one column of three node numbers. Returns false, with `dst` unchanged, if `dst` holds
+/// columns of another height or memory is exhausted.
 ZEL_TESSEL2D_API bool push_back_column3(const unsigned* ids, dense2D<unsigned>& dst) noexcept;
 /// The same for four node numbers.
 ZEL_TESSEL2D_API bool push_back_column4(const unsigned* ids, dense2D<unsigned>& dst) noexcept;
 
-/// The largest entry that is not 0xFFFFFFFF, or 0 if there is none. An empty matrix gives 0xFFFFFFFF
-/// if its ld equals its rows, and 0 otherwise.
+/// The largest entry that is not 0xFFFFFFFF, or 0 if there is none. For an empty matrix it is
+/// 0xFFFFFFFF if its ld equals its rows, and 0 otherwise.
 ZEL_TESSEL2D_API unsigned max_index(const dense2D<unsigned>& m) noexcept;
 
 } // namespace zel

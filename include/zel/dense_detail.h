@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
+// Defines the member functions of the views; `zel/dense.h` includes it.
 #pragma once
 
-// The member functions of the views; included by "foundation/dense.h".
 #include "zel/dense.h"
 
 namespace zel {
 
 namespace dense_detail {
 
-/// a*b and a+b, false on overflow.
+/// Computes a*b or a+b. Returns false on overflow.
 inline bool multiply(std::size_t a, std::size_t b, std::size_t& product) noexcept {
     product = a * b;
     return a == 0 || product / a == b;
@@ -18,7 +18,8 @@ inline bool add(std::size_t a, std::size_t b, std::size_t& sum) noexcept {
     return sum >= a;
 }
 
-/// Elements from the first to the last of a matrix, both included; false on overflow.
+/// Counts the elements from the first to the last of a matrix, both included. Returns false on
+/// overflow.
 inline bool extent(std::size_t rows, std::size_t cols, std::size_t leading,
                    std::size_t& elements) noexcept {
     elements = 0;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// The kinds of mesh elements and their numbers of nodes.
 #pragma once
 
 #include "zel/tessel2d/export.h"
@@ -19,8 +20,8 @@ namespace zel {
 /// @endcode
 ///
 /// In a T6 node 3 lies opposite corner 0, node 4 opposite corner 1, node 5 opposite corner 2. The
-/// generators number corners anticlockwise. In a 4-row matrix a column with 0xFFFFFFFF in row 3 is a
-/// triangle; in an 8- or 9-row matrix row 6 marks a T6 in the same way.
+/// generators number corners counterclockwise. In a 4-row matrix a column with 0xFFFFFFFF in row 3
+/// is a triangle; in an 8- or 9-row matrix row 6 marks a T6 in the same way.
 enum element_type {
     ELEMENT_NONE = 0,
     ELEMENT_NODE = 1,
@@ -50,8 +51,8 @@ enum element_type {
 };
 
 /// The number of nodes of an element, as in the list above (ELEMENT_FACE has 4, ELEMENT_FACE_HO 9,
-/// ELEMENT_SOLID 8, ELEMENT_SOLID_HO 27). `kind` is one of the enumerators; any other value is not
-/// tested for and not to be passed.
+/// ELEMENT_SOLID 8, ELEMENT_SOLID_HO 27). `kind` must be one of the enumerators; this is not
+/// tested.
 ZEL_TESSEL2D_API std::size_t element_node_count(element_type kind) noexcept;
 
 } // namespace zel

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+// Hash tables in one run of slots, for edges and node numbers, and a list of distinct values on top of
+// one of them.
 #pragma once
 
-// Hash tables in one run of slots, for edges and node numbers, and the list of distinct values that
-// stands on one of them.
 #include "zel/dense.h"
 
 #include <algorithm>
@@ -17,7 +17,8 @@ namespace zel {
 namespace elfes {
 
 /// An edge as a key: two node numbers in the order in which they were given. The order is kept, so
-/// that a table tells in which direction an edge was met first; equality looks at both orders.
+/// that a table holds the direction in which an edge was met first; edges that differ in the order
+/// alone are equal.
 struct edge2 {
     unsigned a = 0xFFFFFFFFu;
     unsigned b = 0xFFFFFFFFu;
@@ -37,7 +38,7 @@ constexpr std::uint64_t hash_edge2(unsigned a, unsigned b) noexcept {
     return ((a ^ basis) + (b ^ basis)) * prime;
 }
 
-/// What the tables use: the hash of a key.
+/// The hash of a key, as the tables use it.
 constexpr std::uint64_t hash_key(const elfes::edge2& e) noexcept {
     return hash_edge2(e.a, e.b);
 }
@@ -59,7 +60,7 @@ inline std::uint32_t next_bucket_count(std::uint64_t requested) noexcept {
     return *std::lower_bound(std::begin(bucket_counts), last, wanted);
 }
 
-/// How a table reads its values: a pair is a map from key to payload, anything else is its own key.
+/// Makes a table of pairs a map from key to payload, and one of other values a set.
 template <class Value>
 struct hbuckets_value {
     using key_type = Value;
@@ -75,9 +76,9 @@ struct hbuckets_value<std::pair<Key, Payload>> {
     }
 };
 
-/// One slot of a table: the value, then the link word. Bit 0 of the link tells that the slot is
-/// occupied; bits 1 to 31 are the distance in slots to the next one of the chain, 0 at its end.
-/// By default the slot is empty: link 0, payload 0, key 0 or an `edge2` by default.
+/// One slot of a table: the value, then the link word. Bit 0 of the link is 1 if the slot is
+/// occupied; bits 1 to 31 are the distance in slots to the next one of the chain, 0 at its end. By
+/// default the slot is empty: link 0, payload 0, key 0 or an `edge2` by default.
 template <class Value, class Link>
 struct __hbuckets_node_type {
     Value value;
@@ -89,8 +90,9 @@ struct __hbuckets_node_type {
     constexpr Link distance() const noexcept { return link >> 1; }
 };
 
-/// A hash table in one block: home buckets in front, overflow slots behind them in the order in which
-/// they were needed, chains that only run forward by distances. Values are never removed one by one.
+/// A hash table in one block: home buckets in front, overflow slots behind them in the order in
+/// which they were needed, chains that run forward by distances. Values are never removed one by
+/// one.
 ///
 /// `Value` is one of
 ///
@@ -100,8 +102,8 @@ struct __hbuckets_node_type {
 ///     elfes::edge2, unsigned                     set of edges, set of numbers
 /// @endcode
 ///
-/// A table answers null or false when memory is exhausted, or when a chain would have to span 2^31
-/// slots, and stays usable with what it held. It belongs to one call and is not copied.
+/// Operations return null or false when memory is exhausted, or when a chain would have to span
+/// 2^31 slots; the table stays usable with what it held. It belongs to one call and is not copied.
 template <class Value>
 class hbuckets {
 public:
@@ -120,11 +122,11 @@ public:
     Ptr<block_type> storage;        ///< the block with all slots; never null
     std::uint64_t used = 0;         ///< slots in use: home buckets and overflow slots
     std::uint64_t start = 0;        ///< index in the block of slot 0
-    std::uint64_t bucket_count = 0; ///< number of home buckets; not to be written
+    std::uint64_t bucket_count = 0; ///< number of home buckets; must not be written
     std::uint64_t item_count = 0;   ///< occupied slots
-    double load_factor = 1.0;       ///< enters the estimate of slots, nothing else
+    double load_factor = 1.0;       ///< used for the estimate of slots alone
 
-    /// A table that is ready for a few values, or, without memory, for trying again later.
+    /// A table with room for a few values; if memory is exhausted, insertions try again.
     hbuckets() noexcept : hbuckets(fewest_buckets, fewest_buckets, 1.0) {}
     /// A table started with `initialise`.
     hbuckets(std::uint64_t expected, std::uint64_t requested, double load) noexcept
@@ -135,20 +137,22 @@ public:
     hbuckets& operator=(const hbuckets&) = delete;
     ~hbuckets() = default;
 
-    /// Empties the table and gives it `requested` home buckets, at least 23, with room for `expected`
-    /// values. False: memory is exhausted, and the table has 23 buckets.
+    /// Empties the table and gives it `requested` home buckets, at least 23, with room for
+    /// `expected` values. Returns false, with 23 buckets, if memory is exhausted.
     bool initialise(std::uint64_t expected, std::uint64_t requested, double load) noexcept;
 
-    /// Moves the values to a table of `next_bucket_count(requested)` buckets, at least 23. False: memory is
-    /// exhausted, or 32-bit numbers cannot count so many slots, and the table is as it was.
+    /// Moves the values to a table of `next_bucket_count(requested)` buckets, at least 23. Returns
+    /// false, with the table as it was, if memory is exhausted or 32-bit numbers cannot count so
+    /// many slots.
     bool rehash(std::uint64_t requested) noexcept;
 
-    /// The slot that holds the key of `value`, which is filled now unless there was one: then its
-    /// payload stays. `item_count` tells which. Null: memory is exhausted and nothing has changed.
+    /// The slot that holds the key of `value`. If there was none, `value` is put into a new slot
+    /// and `item_count` grows; otherwise the payload stays. Returns null, with nothing changed, if
+    /// memory is exhausted.
     slot* find_or_insert(std::uint64_t hash, Value value) noexcept;
 
-    /// The same under the rule of growth: with two values for each home bucket the table is rehashed
-    /// first. Null: memory is exhausted and the value is not inserted.
+    /// The same, but a table with two values for each home bucket is rehashed first. Returns null,
+    /// and the value is not inserted, if memory is exhausted.
     slot* insert(Value value) noexcept { // by value: it may lie in the block that grows
         if (item_count + 1 > 2 * bucket_count && !rehash(2 * item_count)) return nullptr;
         return find_or_insert(hash_key(traits::key(value)), value);
@@ -170,8 +174,8 @@ public:
     /// The home bucket of a hash: hash modulo `bucket_count`.
     std::uint64_t home(std::uint64_t hash) const noexcept;
 
-    /// Asks the processor for the home bucket of a hash that is looked up a little later. Inlined by
-    /// force, since gcc drops calls to a function that only prefetches.
+    /// Prefetches the home bucket of a hash that is looked up a little later. Inlined by force,
+    /// since gcc drops calls to a function that only prefetches.
 #if defined(__GNUC__)
     [[gnu::always_inline]] void prefetch(std::uint64_t hash) const noexcept {
         if (used != 0) __builtin_prefetch(slots() + home(hash), 1);
@@ -247,8 +251,9 @@ private:
     Slot* __last = nullptr;
 };
 
-/// The slots that `expected` values in `buckets` home buckets are likely to take: all of them, and the
-/// buckets that stay empty with a margin of 30 %. False when 32-bit numbers cannot count them.
+/// Estimates the slots that `expected` values in `buckets` home buckets take: one per value, and
+/// the buckets that stay empty with a margin of 30 %. Returns false if 32-bit numbers cannot count
+/// them.
 template <class Value>
 bool hbuckets<Value>::__expected_slots(std::uint64_t expected, std::uint64_t buckets, double load,
                                        std::uint64_t& slots) noexcept {
@@ -264,7 +269,7 @@ bool hbuckets<Value>::__expected_slots(std::uint64_t expected, std::uint64_t buc
     return slots < too_many;
 }
 
-/// Makes the block hold `slots` slots from `start` on. What is in use stays; new slots are empty.
+/// Makes the block hold `slots` slots from `start` on. Slots in use stay; new ones are empty.
 template <class Value>
 bool hbuckets<Value>::__make_room(std::uint64_t slots, std::size_t factor) noexcept {
     std::size_t needed;
@@ -279,7 +284,7 @@ bool hbuckets<Value>::__make_room(std::uint64_t slots, std::size_t factor) noexc
     return __block_access::grow(*storage, needed, kept, factor);
 }
 
-/// Puts the empty home buckets in place. Without memory for them the table has no slots at all.
+/// Creates the empty home buckets. If there is no memory for them, the table has no slots at all.
 template <class Value>
 bool hbuckets<Value>::__make_home_buckets() noexcept {
     used = 0;
@@ -380,7 +385,7 @@ bool hbuckets<Value>::rehash(std::uint64_t requested) noexcept {
     return true;
 }
 
-/// Inserts all values of `old`. False: some found no place.
+/// Inserts all values of `old`. Returns false if there was no room for some.
 template <class Value>
 bool hbuckets<Value>::__take_over(const hbuckets& old) noexcept {
     for (const slot& s : old) find_or_insert(hash_key(traits::key(s.value)), s.value);
@@ -399,7 +404,7 @@ void hbuckets<Value>::__swap(hbuckets& other) noexcept {
 }
 
 /// Distinct values in the order in which they first appeared, with a map from value to position. It
-/// is a `dense1D` of the values; values come in by `vector_fast_insert`.
+/// is a `dense1D` of the values; `vector_fast_insert` adds values.
 template <class T>
 class ZEL_TESSEL2D_API vector_fast : public ref_counted, public dense1D<T, 8> {
 public:
@@ -413,10 +418,11 @@ public:
         dense1D<T, 8>::clear();
         positions.initialise(23, 23, 1.0);
     }
-    /// True unless memory ran out in an insertion: list and map hold the same values.
+    /// Returns true unless memory ran out in an insertion: list and map then hold the same values.
     bool complete() const noexcept { return positions.item_count == this->size; }
 
-    hbuckets<std::pair<T, unsigned long long>> positions; ///< from value to its place in the list
+    hbuckets<std::pair<T, unsigned long long>>
+        positions; ///< from value to its position in the list
 };
 
 /// Appends x to the list unless it is there. When memory is exhausted x is dropped.

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Eigenvalues of symmetric matrices by the installed LAPACK.
 #pragma once
 
 #include "zel/tessel2d/export.h"
@@ -21,8 +22,8 @@ namespace zel::lapack {
 /// @param work  room for 3*n numbers.
 /// @param[out] info  0: done. -k: the k-th argument of LAPACK's list (jobz, uplo, n, ap, w, z, ldz) is
 ///              unusable and nothing else has been touched. Above 0: the iteration did not converge.
-///              A matrix with an entry that is not finite answers 1 at once and leaves `w` and `z`
-///              alone, since LAPACK does not say what it makes of such a matrix.
+///              A matrix with an entry that is not finite gives 1 at once, with `w` and `z` untouched,
+///              since LAPACK leaves the result for such a matrix undefined.
 /// @return `info`.
 ///
 /// Small orders only cost a few microseconds; in general time grows with n^3. Keeps no state.

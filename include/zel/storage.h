@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Storage blocks that views share: memory, its allocator, and counted references to it.
 #pragma once
 
 #include "zel/tessel2d/export.h"
@@ -16,14 +17,14 @@ static_assert(sizeof(std::size_t) == 8, "zel tessel2d needs a 64-bit target: cou
 
 namespace zel {
 
-/// Obtains raw memory for a storage block: at least `bytes` bytes, aligned for any scalar.
-/// Returns null when memory is exhausted; never throws. Large requests are aligned to huge pages
-/// and ask for them, since touching fresh memory is what a mesh generator spends most time on.
-/// All memory of the library passes through this function and its twin, which stand alone in
-/// one source file so that a program may bring its own pair.
+/// Obtains raw memory for a storage block: at least `bytes` bytes, aligned for any scalar. Returns
+/// null when memory is exhausted; never throws. Large blocks are aligned to huge pages and request
+/// them, since first touches of fresh memory take most of the time of a mesh generator. All memory
+/// of the library passes through this function and `__vector_num_free`, which are alone in one
+/// source file so that a program may define its own pair.
 ZEL_TESSEL2D_API void* __vector_num_alloc(std::size_t bytes) noexcept;
 
-/// Returns memory that `__vector_num_alloc` gave; null is ignored.
+/// Frees memory that `__vector_num_alloc` returned; null is ignored.
 ZEL_TESSEL2D_API void __vector_num_free(void* memory) noexcept;
 
 template <class T>
@@ -35,12 +36,12 @@ union __lasting_block;
 
 namespace numera {
 
-/// Asks a constructor for a lasting object.
+/// Selects the constructor of lasting objects.
 struct __lasting {};
 
-/// Base of the storage blocks: an intrusive, atomic 32-bit reference counter that starts at 0.
-/// The first owner raises it to 1; the owner that lowers it from 1 destroys the object. A lasting object
-/// has no counter that anyone writes, and is never destroyed.
+/// Base of the storage blocks: an intrusive, atomic 32-bit reference counter that starts at 0. The
+/// first owner raises it to 1; the owner that lowers it from 1 destroys the object. A lasting
+/// object is never destroyed, and its counter is never written.
 class ZEL_TESSEL2D_API ref_counted {
 public:
     constexpr ref_counted() noexcept : __references(0) {}
@@ -48,7 +49,7 @@ public:
     ref_counted& operator=(const ref_counted&) = delete;
     virtual ~ref_counted() = default;
 
-    /// True when exactly one owner holds the object.
+    /// Returns true if exactly one owner holds the object.
     bool is_unique() const noexcept { return __references.load(std::memory_order_acquire) == 1; }
 
 private:
@@ -57,7 +58,7 @@ private:
     template <class T, int Align>
     friend class zel::vector_num;
 
-    // A counter from here on belongs to a lasting object; owners never come to so many.
+    // A counter of this value or more belongs to a lasting object; no object has so many owners.
     static constexpr std::uint32_t lasting_references = 0x80000000u;
 
     constexpr explicit ref_counted(__lasting) noexcept : __references(lasting_references) {}
@@ -71,8 +72,8 @@ private:
     void __release() noexcept {
         if (!__lasts() && __references.fetch_sub(1, std::memory_order_acq_rel) == 1) __destroy();
     }
-    // Out of line: where gcc sees which block a moved-from view holds, but not that its counter stays
-    // above 0, it warns of a delete that never happens.
+    // Out of line: gcc sees which block a moved-from view holds, but not that its counter stays
+    // above 0, and would warn of a delete that never happens.
     [[gnu::noinline]] void __destroy() noexcept { delete this; }
 
     std::atomic<std::uint32_t> __references;
@@ -189,8 +190,8 @@ public:
     }
 
     /// The block that stands for "no block": it has no memory, owns none and is never grown or
-    /// freed. Views hold it after a move, or when not even an empty block could be had, and take
-    /// a block of their own before they grow.
+    /// freed. Views hold it after a move, or when there was no memory even for an empty block, and
+    /// take a block of their own before they grow.
     static vector_num& none() noexcept { return __no_block<vector_num>::value.block; }
     bool is_none() const noexcept { return __lasts(); }
 
@@ -217,7 +218,7 @@ private:
     void __drop() noexcept;
 };
 
-/// Lets the containers that stand on a block grow it; see `vector_num::__grow`.
+/// Lets the containers that use a block grow it; see `vector_num::__grow`.
 struct __block_access {
     template <class T, int Align>
     static bool grow(vector_num<T, Align>& block, std::size_t min_capacity, std::size_t keep,
@@ -229,7 +230,7 @@ struct __block_access {
 /// Moves the block to memory for max(capacity*factor, 2, min_capacity) elements.
 ///
 /// The first `keep` elements are copied, all others are default-constructed, which leaves numbers
-/// undefined. Answers false, with the block unchanged, when the count overflows or memory is
+/// undefined. Returns false, with the block unchanged, if the count overflows or memory is
 /// exhausted. `factor` is at least 1.
 template <class T, int Align>
 bool vector_num<T, Align>::__grow(std::size_t min_capacity, std::size_t keep, std::size_t factor) {

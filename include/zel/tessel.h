@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// Mesh services that hosts and the library share: tests of node numbers, merging, copies, nearest
+// nodes and the combination of size tensors.
 #pragma once
 
 #include "zel/dense.h"
@@ -8,7 +10,8 @@
 /// Mesh services that hosts and the library share.
 namespace zel::tessel {
 
-/// Tells whether a connectivity can be trusted: its rows suit `kind` and every entry is below `bound`.
+/// Returns true if a connectivity can be used: its rows suit `kind` and every entry is below
+/// `bound`.
 ///
 /// @param connect  one element per column, one node number per row. An empty matrix passes.
 /// @param kind     a concrete kind asks for exactly `element_node_count(kind)` rows. ELEMENT_FACE takes
@@ -20,25 +23,26 @@ namespace zel::tessel {
 ZEL_TESSEL2D_API bool check_IDs(const dense2D<unsigned>& connect, element_type kind,
                                 unsigned bound) noexcept;
 
-/// Tells whether every entry is below `bound` or is 0xFFFFFFFF, which stands for no neighbour or no
-/// node. An empty matrix passes.
+/// Returns true if every entry is below `bound` or is 0xFFFFFFFF, which stands for no neighbour or
+/// no node. An empty matrix passes.
 ZEL_TESSEL2D_API bool check_IDs(const dense2D<unsigned>& ids, unsigned bound) noexcept;
 
-/// Tells whether every entry is below `bound`. An empty vector passes.
+/// Returns true if every entry is below `bound`. An empty vector passes.
 ZEL_TESSEL2D_API bool check_IDs(const dense1D<unsigned, 8>& ids, unsigned bound) noexcept;
 
 // --------------------------------------------------------------------------------- mesh surgery
 
-/// Fuses nodes that coincide: every number of a fused node in the given connectivities is replaced in
-/// place by the number of the node that is kept. `pos` is not changed; `simplify` takes the nodes away
-/// that nothing refers to any more.
+/// Fuses nodes that coincide: every number of a fused node in the given connectivities is replaced
+/// in place by the number of the node that is kept. `pos` is not changed; `simplify` removes the
+/// nodes that nothing refers to any more.
 ///
-/// The nodes are visited in ascending order. A node is fused with the lowest-numbered kept node before
-/// it that lies closer than `tolerance` or has equal coordinates; if there is none, it is kept. So
-/// chains do not run away: a fused node is never farther than `tolerance` from the one that stands for
-/// it. All columns of `pos` take part, also those that no element uses. A node with a NaN is kept.
-/// Differences, squares and their sum are rounded to double precision: nodes whose distance is within a
-/// few units in the last place of the tolerance may be fused or kept, the same at every call.
+/// The nodes are visited in ascending order. A node is fused with the lowest-numbered kept node
+/// before it that lies closer than `tolerance` or has equal coordinates; if there is none, it is
+/// kept. So a chain of close nodes does not become one node: a fused node is never farther than
+/// `tolerance` from its replacement. All columns of `pos` are considered, also those that no
+/// element uses. A node with a NaN is kept. Differences, squares and their sum are rounded to
+/// double precision: nodes whose distance is within a few units in the last place of the tolerance
+/// may be fused or kept, the same at every call.
 ///
 /// @param pos       2 x N or 3 x N coordinates, one node per column.
 /// @param[in,out] connect  node numbers, of any height. Entries that are not columns of `pos`, such as
@@ -65,13 +69,13 @@ ZEL_TESSEL2D_API int merge(const dense2D<double>& pos, dense2D<unsigned>& connec
 ZEL_TESSEL2D_API int merge(const dense2D<double>& pos, dense2D<unsigned>* first,
                            dense2D<unsigned>* last, double tolerance, unsigned flag);
 
-/// Takes away the nodes from column `first_node` on that no element refers to. The others close up in
+/// Removes the nodes from column `first_node` on that no element refers to. The others move up in
 /// their order and all numbers are rewritten accordingly. Nodes in front of `first_node` stay.
 ///
 /// @param[in,out] pos   coordinates, one node per column, of any height; loses columns.
 /// @param[in,out] connect  node numbers, of any height. Entries that are not columns of `pos` on entry,
 ///                  such as 0xFFFFFFFF, stay.
-/// @param first_node    the first node that may go. At or above the column count nothing changes.
+/// @param first_node    the first node that may be removed. At or above the column count nothing changes.
 ///
 /// @retval 0     done.
 /// @retval -199  memory is exhausted; nothing has changed.
@@ -84,7 +88,7 @@ ZEL_TESSEL2D_API int simplify(dense2D<double>& pos, dense2D<unsigned>& connect,
 ZEL_TESSEL2D_API int simplify(dense2D<double>& pos, dense2D<unsigned>& connect,
                               dense2D<unsigned>& connect2, unsigned first_node);
 /// The same for the connectivities [first, last), which only change in their values. They may share
-/// storage; an entry that several of them show is rewritten once.
+/// storage; an entry that several of them share is rewritten once.
 ZEL_TESSEL2D_API int simplify(dense2D<double>& pos, dense2D<unsigned>* first,
                               dense2D<unsigned>* last, unsigned first_node);
 
@@ -133,8 +137,8 @@ ZEL_TESSEL2D_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connect,
 
 class node_index;
 
-/// Finds nodes of a planar mesh near a point. Built once by the host; it keeps a copy of what it needs
-/// and does not follow later changes of the coordinates.
+/// Finds nodes of a planar mesh near a point. The host builds it once; it copies what it needs, so
+/// that later changes of the coordinates have no effect.
 ///
 /// A grid of cells over the nodes, and grids within the crowded cells, so that clusters and graded meshes
 /// cost no more than even ones. Copies share their memory. All queries are const and may run on several
@@ -148,17 +152,17 @@ public:
     /// About 26 bytes per node to keep, more when there are many grids; twice as much while it is made.
     explicit node_detector(const dense2D<double>& pos) noexcept;
 
-    /// The number of a node near the point, quickly: not always the nearest one. 0xFFFFFFFF when it
-    /// holds no node or when a coordinate of the point is not finite. Cost: a few cells, whatever the
+    /// The number of a node near the point, quickly: not always the nearest one. 0xFFFFFFFF if it
+    /// holds no node or if a coordinate of the point is not finite. Cost: a few cells, whatever the
     /// number of nodes, unless sizes differ by many orders of magnitude: then log n.
     unsigned find_close(const vector_fixed<double, 2>& point) const noexcept;
 
-    /// The number of the nearest node, of several as near the lowest, also for points far outside the
-    /// mesh: distances are compared without rounding. 0xFFFFFFFF as for `find_close`. Cost: as for
-    /// `find_close` near the nodes. Elsewhere, in a hole or outside the mesh, a few rows of cells more:
-    /// up to the square root of the number of nodes. Nodes whose distances from the point double
-    /// precision cannot tell apart are all compared exactly, such as a cluster within 1e-310 or a mesh
-    /// seen from 10^16 times its size.
+    /// The number of the nearest node, of several as near the lowest, also for points far outside
+    /// the mesh: distances are compared without rounding. 0xFFFFFFFF as for `find_close`. Cost: as
+    /// for `find_close` near the nodes. Elsewhere, in a hole or outside the mesh, a few rows of
+    /// cells more: up to the square root of the number of nodes. Nodes whose distances from the
+    /// point are equal in double precision are all compared exactly, such as a cluster within
+    /// 1e-310 or a mesh seen from 10^16 times its size.
     unsigned find_closest(const vector_fixed<double, 2>& point) const noexcept;
 
     /// The number of nodes it holds.

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Line meshes: their normals, straight lines, and lists of nodes as edges.
 #pragma once
 
 #include "zel/dense.h"
