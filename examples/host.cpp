@@ -13,7 +13,7 @@
 int main() {
     using namespace zel;
 
-    // Around the square, anticlockwise from its lower left corner: 6 cells along bottom and top, 4
+    // Around the square, counterclockwise from its lower left corner: 6 cells along bottom and top, 4
     // along the sides. The loop names every node once and the first one again at its end.
     const unsigned m = 6;
     const unsigned n = 4;

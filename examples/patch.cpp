@@ -36,7 +36,7 @@ bool fills_the_unit_square_with_quads() {
 
 bool cuts_the_unit_square_in_three_patterns() {
     //! [triangle_patterns]
-    // One cell, its corners anticlockwise: no interior node comes in, so all patterns share `pos`.
+    // One cell, its corners counterclockwise: no interior node comes in, so all patterns share `pos`.
     double corners[] = {0, 0, 1, 0, 1, 1, 0, 1};
     unsigned loop[] = {0, 1, 2, 3, 0};
     auto pos = zel::dense2D<double>::wrap(corners, 2, 4);

@@ -302,7 +302,7 @@ bool holds(const dense2D<unsigned>& connect, unsigned e, unsigned node) {
     return std::count(connect[e], connect[e] + n, node) != 0;
 }
 
-/// Turning around the node, anticlockwise in anticlockwise elements, leads from e to f: over the edge of e
+/// Turning around the node, counterclockwise in counterclockwise elements, leads from e to f: over the edge of e
 /// that ends at the node.
 bool leads_to(const adjacent_mesh& a, unsigned e, unsigned f, unsigned node) {
     const unsigned n = corners(a.connect, e);

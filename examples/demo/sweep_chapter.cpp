@@ -25,7 +25,7 @@ void close_the_turn(examples::mesh& m) {
 }
 
 /// A bent line swept to the right, with small elements where it starts and large ones at the end. It
-/// runs downwards: what lies to the left of a line is swept into anticlockwise elements.
+/// runs downwards: what lies to the left of a line is swept into counterclockwise elements.
 examples::mesh graded_strip() {
     examples::mesh m;
     const auto profile = examples::add_line(

@@ -17,7 +17,7 @@ struct four_sides {
 };
 
 /// Places 2*(m+n) nodes around a patch behind the columns of `pos`, m cells along bottom and top and
-/// n along the other sides, and answers the closed loop of their numbers: anticlockwise, from the
+/// n along the other sides, and answers the closed loop of their numbers: counterclockwise, from the
 /// lower left corner on. An empty `pos` gets `dimension` rows.
 dense1D<unsigned, 8> add_outline(dense2D<double>& pos, const four_sides& sides, unsigned m,
                                  unsigned n, unsigned dimension);

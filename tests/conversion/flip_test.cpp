@@ -131,7 +131,7 @@ TEST(FlipKinds, RowsThatDoNotSuitTheKindAreRefused) {
     EXPECT_EQ(-2, flip(triangles, zel::ELEMENT_Q4));
 }
 
-TEST(FlipKinds, AValueThatIsNoKindSuitsNoRows) {
+TEST(FlipKinds, UnknownKindsSuitNoRows) {
     for (const int value : {25, 28, 31}) {
         const auto kind = static_cast<zel::element_type>(value);
         for (const std::size_t rows : {0U, 1U, 3U, 4U, 27U, 31U}) {

@@ -354,7 +354,7 @@ TEST(ConvertIntoHighOrder, AGivenEdgeWithAnEndThatIsNoNodeIsTheEdgeOfNoElement) 
     EXPECT_THAT(columns(connect), ElementsAre(cell(0, 1, 2, 3, 4, 5)));
 }
 
-TEST(ConvertIntoHighOrder, ColumnsOfEdgesWithoutRowsAreNoEdges) {
+TEST(ConvertIntoHighOrder, EdgeMatrixWithoutRowsCountsAsEmpty) {
     const dense2D<unsigned> edges = cells({{0, 1, 2}, {1, 2, 0}}).sub_matrix(0, 0, 0, 2);
     ASSERT_EQ(2U, edges.cols);
     auto pos = equilateral_triangle().pos;
@@ -411,7 +411,7 @@ TEST(ConvertIntoHighOrder, RowsFollowTheElementsThatThereAre) {
 
 // -------------------------------------------------------------------------------- views and blocks
 
-TEST(ConvertIntoHighOrder, ViewsOfAllKinds) {
+TEST(ConvertIntoHighOrder, ViewsWithALargerLeadingDimension) {
     const auto m = grid_mixed(3, 2);
     auto plain_pos = fresh_copy(m.pos);
     dense2D<unsigned> plain;

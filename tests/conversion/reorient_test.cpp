@@ -159,7 +159,7 @@ TEST(MeshReorient, ViewsAreTurnedInPlace) {
     EXPECT_EQ(0, mesh_reorient(connect.view, neighbors.view, 0, 0));
 }
 
-TEST(MeshReorient, AViewBesideAMatrixWithoutGapsIsFine) {
+TEST(MeshReorient, OneInputMayBeAViewAndTheOtherContiguous) {
     const auto mesh = grid_mixed(4, 3);
     auto connect = fresh_copy(mesh.connect);
     auto neighbors = adjacency_of(mesh.connect, mesh.pos.cols).neighbors;
@@ -234,7 +234,7 @@ TEST(MeshReorient, EnoughTurnsLiftAConflictToZero) {
                 ElementsAre(cell(0, 1, 2), cell(7, 8, 9), cell(10, 9, 8), cell(11, 8, 9)));
 }
 
-TEST(MeshReorient, AMissingCornerCountsAsTheLargestNumberInWideSums) {
+TEST(MeshReorient, AMissingCornerHasTheLargestPosition) {
     // The neighbour holds node 2 of the edge (1, 2) but not node 1. The place of node 1 then counts as
     // 0xFFFFFFFF, and 0xFFFFFFFF + 1 leaves 1 by 3 and 0 by 4.
     auto triangles = cells({{0, 1, 2}, {7, 2, 8}});

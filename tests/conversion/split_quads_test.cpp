@@ -265,7 +265,7 @@ TEST(SplitQ4IntoT3Selected, LowThresholdsKeepEverything) {
     }
 }
 
-TEST(SplitQ4IntoT3Selected, AQualityAboveOneIsReachedByNone) {
+TEST(SplitQ4IntoT3Selected, NoElementReachesAQualityAboveOne) {
     const auto mesh = grid_mixed(4, 3);
     for (const auto& least : {point(1.5, -2, -2), point(-2, 1.5, -2), point(-2, -2, 1.5)}) {
         const selection s(mesh.pos, mesh.connect, least[0], least[1], least[2], 1);
@@ -352,7 +352,7 @@ TEST(SplitQ4IntoT3Selected, StatusesInTheirOrderWithEmptyLists) {
     EXPECT_EQ(-8, status(square.pos, square.connect, bad_out));
 }
 
-TEST(SplitQ4IntoT3Selected, OneListForBothReadsNothingThatIsNoNode) {
+TEST(SplitQ4IntoT3Selected, OneListForBothReadsNoFillerAsNode) {
     for (const unsigned rows : {2U, 3U}) {
         const auto g = grid_mixed(4, 3, rows);
         dense1D<unsigned, 8> both;

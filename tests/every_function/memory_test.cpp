@@ -319,7 +319,7 @@ void fail_every_allocation(const call& c, tally& tried) {
     EXPECT_TRUE(same(c.run({}), whole)) << "the call behind the failures has another result";
 }
 
-TEST(ExhaustedMemory, LeavesEveryFunctionWithWhatItPromises) {
+TEST(ExhaustedMemory, EveryFunctionKeepsItsPromises) {
     std::map<std::string, tally> tried;
     for (const call& c : all_calls()) {
         SCOPED_TRACE(c.name());

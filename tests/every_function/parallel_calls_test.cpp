@@ -38,7 +38,7 @@ void on_all_threads(const std::function<void(std::size_t)>& task) {
     for (std::thread& thread : threads) thread.join();
 }
 
-TEST(ParallelCalls, OnTheSameInputsGiveWhatTheyGiveOneByOne) {
+TEST(ParallelCalls, OnTheSameInputsGiveTheSameAsOneByOne) {
     const std::vector<call>& calls = all_calls();
     std::vector<std::uint64_t> alone;
     for (const call& c : calls) alone.push_back(digest_of(c.run({})));

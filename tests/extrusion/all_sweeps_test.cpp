@@ -369,7 +369,7 @@ std::vector<sweep_case> sweeps_of_two_or_three_rows() {
     }
     return some;
 }
-TEST(AllSweeps, TwoRowsGiveWhatThreeWithZerosGive) {
+TEST(AllSweeps, TwoRowsGiveTheSameAsThreeWithZeros) {
     EXPECT_EQ(10U, sweeps_of_two_or_three_rows().size());
     for (const sweep_case& c : sweeps_of_two_or_three_rows()) {
         SCOPED_TRACE(c.name);
@@ -446,7 +446,7 @@ TEST(AllSweeps, TheSameEdgeTwiceDoublesElementsOnOneSetOfNodes) {
         EXPECT_EQ(0u, (a.pos.cols - 5) % 2);
     }
 }
-TEST(AllSweeps, ALoopGivesAClosedBand) {
+TEST(AllSweeps, ALoopIsSweptToAClosedBand) {
     for (const sweep_case& c : all_sweeps()) {
         SCOPED_TRACE(c.name);
         sweep_arguments a = arguments_of(c);
@@ -513,7 +513,7 @@ TEST(AllSweeps, ColumnsWithoutRowsBecomeColumnsWithoutNodes) {
         for (std::size_t i = 0; i < c.side_rows; ++i) EXPECT_EQ(no_node, a.out(i, 1));
     }
 }
-TEST(AllSweeps, ViewsInsideLargerMatricesGiveTheSame) {
+TEST(AllSweeps, ViewsWithALargerLeadingDimension) {
     for (const sweep_case& c : all_sweeps()) {
         SCOPED_TRACE(c.name);
         sweep_arguments plain = arguments_of(c);

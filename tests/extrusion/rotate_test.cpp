@@ -27,7 +27,7 @@ void expect_near(std::initializer_list<double> expected, const dense2D<double>& 
 
 // ----------------------------------------------------------------------------------- in the plane
 
-TEST(ExtrudeRotate, AQuarterRingRunsAnticlockwise) {
+TEST(ExtrudeRotate, AQuarterRingRunsCounterclockwise) {
     spoke s;
     ASSERT_EQ(0, extrude_rotate_Q4(s.pos, s.edges, point2{0, 0}, pi / 2, 2, s.out));
     EXPECT_THAT(columns(s.out), ElementsAre(cell(0, 1, 3, 2), cell(2, 3, 5, 4)));
@@ -218,7 +218,7 @@ TEST(ExtrudeRotate, TheWayInSpaceIsTheVectorProductWithTheRotation) {
     // Along the axis there is no way.
     EXPECT_EQ(1U, layers(first, {5, 7, -1}, {2, 4, 0}, 0x1p-10));
 }
-TEST(ExtrudeRotate, TheWayDecidesBetweenTwoCountsToTheLastBit) {
+TEST(ExtrudeRotate, TheLengthDecidesBetweenTwoCountsToTheLastBit) {
     // Between 6 and 7 layers of size 1: the square of the first one is rounded to below 42.
     const double ways[] = {0x1.9ec474a261263p+2, 0x1.9ec474a261264p+2};
     for (std::size_t k = 0; k < 2; ++k) {

@@ -130,7 +130,7 @@ TEST(LayerCount, ForceEvenGivesTwoAtLeast) {
     EXPECT_EQ(1u, layers(0.3, 1, 1));
     EXPECT_EQ(1u, layers(0, 1, 1));
 }
-TEST(LayerCount, RefusesWhatIsNoCount) {
+TEST(LayerCount, RejectsValuesThatAreNotCounts) {
     std::uint64_t n = 77;
     EXPECT_FALSE(layer_count(zel_test::nan, 1, 1, false, n));
     EXPECT_FALSE(layer_count(infinity, 1, 1, false, n));
@@ -173,7 +173,7 @@ TEST(SizeProgression, AnInfiniteSizeLeavesUniformLayers) {
     EXPECT_EQ(0.25, size_progression(0.25, infinity, 1));
     EXPECT_EQ(0.25, size_progression(0.25, 1, infinity));
 }
-TEST(SizeProgression, FollowsTheRatioAsFarAsDoublesTellTheSizesApart) {
+TEST(SizeProgression, FollowsTheRatioDownToTheResolutionOfDoubles) {
     // (R^t - 1)/(R - 1) with R = 2^-53 at one half, and with R = 2^53.
     const double root = std::sqrt(0x1p-53);
     EXPECT_NEAR((1 - root) / (1 - 0x1p-53), size_progression(0.5, 1, 0x1p-53), 2 * epsilon);

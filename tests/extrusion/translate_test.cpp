@@ -143,12 +143,12 @@ TEST(ExtrudeTranslate, SizesShrinkLikewise) {
         EXPECT_NEAR(20 * (1 - std::pow(2.0, -k / 7.0)), s.pos(0, 3 * static_cast<std::size_t>(k)),
                     1e-14);
 }
-TEST(ExtrudeTranslate, ForceEvenOfAShortWayGivesTwoLayers) {
+TEST(ExtrudeTranslate, ForceEvenOfAShortSweepGivesTwoLayers) {
     strip s;
     ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point2{0.3, 0}, 1, 1, true, s.out));
     EXPECT_EQ(4u, s.out.cols);
 }
-TEST(ExtrudeTranslate, AWayOfLengthZeroGivesOneLayerOnTheProfile) {
+TEST(ExtrudeTranslate, ASweepOfLengthZeroGivesOneLayerOnTheProfile) {
     strip s;
     ASSERT_EQ(0, extrude_translate_Q4(s.pos, s.edges, point2{0, 0}, 1, 1, false, s.out));
     EXPECT_EQ(2u, s.out.cols);

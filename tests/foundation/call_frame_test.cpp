@@ -54,7 +54,7 @@ TEST(CheckIDsOfAKind, AConcreteKindAsksForItsRows) {
     }
 }
 
-TEST(CheckIDsOfAKind, FourRowsAreNoTriangles) {
+TEST(CheckIDsOfAKind, FourRowsAreRejectedAsTriangles) {
     EXPECT_FALSE(check_IDs(cells({{0, 1, 2, no_node}}), zel::ELEMENT_T3, 3));
 }
 
@@ -239,7 +239,7 @@ TEST(CheckIDs, RowsBesideAViewAreNotLookedAt) {
         EXPECT_FALSE(check_IDs(f.view, 1)) << rows;
     }
 }
-TEST(CheckIDs, WhereTheBoundIsNoNodeEveryNumberPasses) {
+TEST(CheckIDs, ABoundOfNoNodeLetsEveryNumberPass) {
     EXPECT_TRUE(check_IDs(cells({{0xFFFFFFFEU, no_node}, {0, 7}}), no_node));
 }
 

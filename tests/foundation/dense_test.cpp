@@ -53,7 +53,7 @@ TEST(RefCounted, ObjectsStartWithoutOwnerAndGoWithTheLast) {
     EXPECT_TRUE(gone);
 }
 
-TEST(VectorNum, NobodyWritesTheBlockThatStandsForNone) {
+TEST(VectorNum, TheBlockThatStandsForNoneIsNeverWritten) {
     const auto image = [] {
         std::vector<unsigned char> bytes(sizeof(block_u));
         std::memcpy(bytes.data(), static_cast<const void*>(&block_u::none()), bytes.size());
@@ -101,7 +101,7 @@ TEST(VectorNum, ElementsMayHave256Bytes) {
     EXPECT_LT(block.shift, 256U);
     EXPECT_GE(block.capacity, 3U);
 }
-TEST(RefCounted, TheValueTwinCountsNothing) {
+TEST(RefCounted, TheClassForValuesNeverCounts) {
     struct by_value : zel::ref_counted {};
     const by_value a;
     const by_value b = a; // NOLINT(performance-unnecessary-copy-initialization)
@@ -211,7 +211,7 @@ struct refuses_construction {
     refuses_construction() { throw 1; }
 };
 
-TEST(Block, FailedConstructionFreesTheNewMemoryAndAnswersFalse) {
+TEST(Block, FailedConstructionFreesTheNewMemoryAndReturnsFalse) {
     const std::size_t before = live_blocks();
     {
         const Ptr<vector_num<refuses_construction, 8>> block(
@@ -528,7 +528,7 @@ TEST(Dense2D, PeakMemoryOfAReservationIsTheOutput) {
     EXPECT_EQ(base, live_bytes());
 }
 
-TEST(Dense2D, CountsThatOverflowAnswerFalse) {
+TEST(Dense2D, CountsThatOverflowReturnFalse) {
     auto m = cells({{0, 1, 2}});
     constexpr std::size_t half = std::size_t{1} << 32;
     for (const auto& [rows, cols] : {std::pair{half, half},

@@ -363,7 +363,7 @@ TEST(HbucketsInsert, Item47RehashesTo97Buckets) {
     EXPECT_EQ(47u, table.item_count);
     for (unsigned i = 0; i < 46; ++i) EXPECT_TRUE(table.contains(1000 + 7 * i));
 }
-TEST(HbucketsInsert, GrowthComesBeforeTheLookUp) {
+TEST(HbucketsInsert, GrowsBeforeItLooksUp) {
     number_set table;
     for (unsigned i = 0; i < 46; ++i) table.insert(i);
     table.insert(5); // there already
@@ -487,7 +487,7 @@ TEST(HbucketsMemory, EveryFailureLeavesTheTableUsable) {
         EXPECT_EQ(300u, table.item_count);
     });
 }
-TEST(HbucketsMemory, FailedInitialiseFallsBackTo23BucketsAndKeepsWhatItCan) {
+TEST(HbucketsMemory, FailedInitialiseFallsBackTo23Buckets) {
     number_set table;
     arm_allocator(1);
     EXPECT_FALSE(table.initialise(1000, 1000, 1.0));
@@ -496,7 +496,7 @@ TEST(HbucketsMemory, FailedInitialiseFallsBackTo23BucketsAndKeepsWhatItCan) {
     EXPECT_EQ(23u, table.used);
     EXPECT_NE(nullptr, table.insert(3));
 }
-TEST(HbucketsMemory, ATableWithoutAnySlotAnswersAndTriesAgain) {
+TEST(HbucketsMemory, ATableWithoutAnySlotReportsFailureAndTriesAgain) {
     zel_test::fail_for_good(true);
     arm_allocator(1);
     number_set table;

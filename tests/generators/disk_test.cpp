@@ -255,7 +255,7 @@ TEST(MeshDiskStatus, CountsThatOutgrowNodeNumbersAreMemoryStatuses) {
         expect_statuses({}, {}, {}, -199, -199, n);
     EXPECT_LT(peak_bytes(), bytes + (std::size_t{1} << 21)) << "known before much is asked for";
 }
-TEST(MeshDiskStatus, TheTestsComeBeforeTheCounts) {
+TEST(MeshDiskStatus, ArgumentsAreTestedBeforeCounts) {
     expect_statuses(points({{1, 2, 3}}), {}, {}, -1, -1, 0xFFFFFFFFU);
 }
 
@@ -374,7 +374,7 @@ TEST_P(MeshDiskSizes, WholeDisksAreValidForAllPatterns) {
     }
 }
 
-TEST(MeshDisk, TheBoundaryRunsAnticlockwiseFromTheRight) {
+TEST(MeshDisk, TheBoundaryRunsCounterclockwiseFromTheRight) {
     const disk d = disk_Q4(3, {1, 2}, 4);
     EXPECT_EQ(point(5, 2), column(d.pos, d.boundary(0, 0)));
     EXPECT_EQ(point(1, 6), column(d.pos, d.boundary(0, 6)));
@@ -481,7 +481,7 @@ TEST(MeshDisk, EdgesThatWereThereAreRenumberedToo) {
     EXPECT_EQ(11U, d.boundary.cols);
 }
 
-TEST(MeshDisk, DisksInViewsWithALargerLeadingDimension) {
+TEST(MeshDisk, ViewsWithALargerLeadingDimension) {
     const disk plain = disk_Q4(3);
     auto connect = framed(cells({{900, 900, 900, 900}}));
     auto boundary = framed(cells({{900, 900}}));

@@ -131,7 +131,7 @@ TEST(MetricsStruct, OneRowOfCellsHasNoInterior) {
     }
 }
 
-TEST(MetricsStruct, ViewsWithOddLayoutsAreFine) {
+TEST(MetricsStruct, ViewsWithALargerLeadingDimension) {
     random_numbers random(3);
     const auto loop = framed(plain_loop(4, 5));
     auto h = sizes(18, 0);
@@ -232,7 +232,7 @@ TEST(MetricsStruct, WithoutCellsAlongTheBottomEntriesAreLost) {
 
 // ---------------------------------------------------------------------------------- degenerate input
 
-TEST(MetricsStruct, ASizeThatIsNoneEmptiesItsLine) {
+TEST(MetricsStruct, AnInvalidSizeLeavesItsLineZero) {
     for (const double none : {0.0, -1.0, nan}) {
         auto h = sizes(16, 1.0); // four by four cells, inside (i, j) from 1 to 3
         h[2] = none;             // (2, 0)
@@ -249,7 +249,7 @@ TEST(MetricsStruct, ASizeThatIsNoneEmptiesItsLine) {
     }
 }
 
-TEST(MetricsStruct, ATensorThatIsNotPositiveDefiniteEmptiesItsLines) {
+TEST(MetricsStruct, ATensorThatIsNotPositiveDefiniteLeavesItsLinesZero) {
     for (const std::size_t rows : {3U, 6U})
         for (const double bad : {0.0, -1.0, nan, infinity}) {
             auto t = tensors(rows, 16, 1, 2);

@@ -88,7 +88,7 @@ std::vector<round_shape> round_shapes() {
     return shapes;
 }
 
-TEST(Seams, DisksAreWhatAMergeOfAllNodesGives) {
+TEST(Seams, DisksEqualAMergeOfAllNodes) {
     for (const auto& [n, radius, at] : round_shapes()) {
         SCOPED_TRACE(testing::Message() << n << " cells, radius " << radius << ", at " << at);
         const vector_fixed<double, 2> center{at, -0.7 * at};
@@ -101,7 +101,7 @@ TEST(Seams, DisksAreWhatAMergeOfAllNodesGives) {
     }
 }
 
-TEST(Seams, SpheresAreWhatAMergeOfAllNodesGives) {
+TEST(Seams, SpheresEqualAMergeOfAllNodes) {
     for (const auto& [n, radius, at] : round_shapes()) {
         SCOPED_TRACE(testing::Message() << n << " cells, radius " << radius << ", at " << at);
         const vector_fixed<double, 3> center{at, -0.7 * at, 0.1 * at};

@@ -429,7 +429,7 @@ TEST(MeshSphere, WithoutCirclesTheMeshIsTheSame) {
     }
 }
 
-TEST(MeshSphere, CirclesRunAnticlockwiseAboutTheirAxes) {
+TEST(MeshSphere, CirclesRunCounterclockwiseAboutTheirAxes) {
     const sphere s = sphere_Q4(2, {1, 2, 3}, 4);
     EXPECT_EQ(point(5, 2, 3), column(s.pos, s.circle_z(0, 0)));
     EXPECT_EQ(point(1, 6, 3), column(s.pos, s.circle_z(0, 4)));

@@ -264,7 +264,7 @@ TEST(MeshStructQ4, AppendsBehindWhatIsThere) {
     EXPECT_EQ(cell(0, 1, 8, 7), column(quads, 2));
 }
 
-TEST(MeshStructT3, IntoAFourRowMatrixRowThreeIsNoNode) {
+TEST(MeshStructT3, InAFourRowMatrixRowThreeMarksTriangles) {
     auto patch = square_loop(1, 1);
     auto connect = cells({{0, 1, 2, 3}});
     ASSERT_EQ(0, mesh_struct_T3(patch.pos, patch.boundary, 1, 0, connect));
@@ -298,7 +298,7 @@ TEST(MeshStruct, ColumnsWithoutRowsBecomeColumnsWithoutNodes) {
                 ElementsAre(cell(no_node, no_node, no_node), cell(0, 1, 2), cell(0, 2, 3)));
 }
 
-TEST(MeshStruct, ViewsWithOddLayoutsGiveTheSameMesh) {
+TEST(MeshStruct, ViewsWithALargerLeadingDimension) {
     for (const unsigned rows : {2U, 3U}) {
         const auto patch = scattered_loop(5, 6, rows, 3);
         const auto run = [&](dense2D<double> pos, const dense1D<unsigned, 8>& loop,
@@ -407,7 +407,7 @@ TEST(MeshStruct, EveryFaultHasItsStatusAndChangesNothing) {
     }
 }
 
-TEST(MeshStruct, OfTwoFaultsTheFirstIsAnswered) {
+TEST(MeshStruct, OfTwoFaultsTheFirstIsReturned) {
     for (std::size_t p = 0; p < faults().size(); ++p)
         for (std::size_t q = p + 1; q < faults().size(); ++q) {
             const fault& first = faults()[p];
@@ -430,7 +430,7 @@ TEST(MeshStruct, OfTwoFaultsTheFirstIsAnswered) {
         }
 }
 
-TEST(MeshStruct, NothingToDoComesBeforeEveryTest) {
+TEST(MeshStruct, NothingToDoIsSuccessBeforeEveryTest) {
     auto bad_pos = dense2D<double>(5, 3, 1.0);
     auto bad_connect = cells({{0, 1}});
     const auto loop = square_loop(2, 2).boundary;
@@ -454,7 +454,7 @@ TEST(MeshStruct, EmptyCoordinatesAreRefused) {
     EXPECT_EQ(-2, mesh_struct_Q4(two_rows, loop, 2, connect));
 }
 
-TEST(MeshStruct, LoopOfFourEntriesIsNothingForQuadsAndAFaultForTriangles) {
+TEST(MeshStruct, LoopOfFourEntriesIsSuccessForQuadsAndAnErrorForTriangles) {
     auto pos = square_loop(2, 2).pos;
     dense2D<unsigned> connect;
     EXPECT_EQ(0, mesh_struct_Q4(pos, ids({0, 1, 2, 0}), 1, connect));

@@ -82,7 +82,7 @@ TEST(TriangleNormal, OfEqualSidesTakesTheThirdSide) {
     EXPECT_EQ(0x1.0bf19d332a195p+2, n[2]);  // not ...94p+2
 }
 
-TEST(TriangleDoubleArea, IsZeroWhenCollapsedAndNotANumberWhenACornerIsNone) {
+TEST(TriangleDoubleArea, IsZeroWhenCollapsedAndNaNWhenACornerIs) {
     EXPECT_EQ(0, triangle_double_area<2>(p2{2, 3}, p2{2, 3}, p2{2, 3}));
     EXPECT_EQ(0, triangle_double_area<2>(p2{0, 0}, p2{1, 1}, p2{3, 3}));
     EXPECT_EQ(0, triangle_double_area<3>(p3{0, 0, 0}, p3{1, 1, 1}, p3{3, 3, 3}));
@@ -221,7 +221,7 @@ TEST(CornerAngle, OfSidesWhoseProductsUnderflowFollowsTheSignsOfTheZeros) {
     EXPECT_EQ(bits(0.0), bits(corner_angle_2d(p2{0, 0}, p2{1e-200, 0}, p2{1e-200, 0})));
 }
 
-TEST(CornerAngle, OfSomethingThatIsNotANumberIsNotANumber) {
+TEST(CornerAngle, OfNaNIsNaN) {
     EXPECT_TRUE(std::isnan(corner_angle_2d(p2{0, nan}, p2{1, 0}, p2{0, 1})));
     EXPECT_TRUE(std::isnan(corner_angle_3d(p3{0, 0, 0}, p3{1, nan, 0}, p3{0, 1, 0})));
     EXPECT_TRUE(std::isnan(corner_angle_2d(p2{infinity, 0}, p2{infinity, 0}, p2{0, 1})));
@@ -275,7 +275,7 @@ TEST(Solve2x2Symmetric, EachPassRepairsAWrongInverseDeterminant) {
     EXPECT_EQ(x, y);
 }
 
-TEST(Solve2x2Symmetric, StopsAtSomethingThatIsNotANumber) {
+TEST(Solve2x2Symmetric, StopsAtNaN) {
     double x = 0;
     double y = 0;
     solve_2x2_symmetric(1.0, 0.0, 1.0, nan, 1.0, 1.0, x, y, 2000000000);
@@ -395,7 +395,7 @@ TEST(TriangleCircumcircle, IsFlatInSpaceBelowASineOfOneInAMillion) {
     EXPECT_EQ(unbounded, flat.squared_radius);
 }
 
-TEST(TriangleCircumcircle, EndsAndStaysFlatWithNumbersThatAreNone) {
+TEST(TriangleCircumcircle, EndsAndStaysFlatWithNaNAndInfinity) {
     const auto plane = triangle_circumcircle(p2{nan, 0}, p2{1, 0}, p2{0, 1});
     EXPECT_EQ(0.5, plane.center[0]); // flat over the one side that can be measured
     EXPECT_EQ(0.5, plane.center[1]);

@@ -123,7 +123,7 @@ TEST(BuildAdjacency, AnElementIsNotItsOwnNeighbor) {
     EXPECT_EQ(0u, beside.shared_by_more);
 }
 
-TEST(BuildAdjacency, ViewsWithALargerLeadingDimensionAreFine) {
+TEST(BuildAdjacency, ViewsWithALargerLeadingDimension) {
     const auto plain = cells<3>({{0, 1, 2}, {0, 2, 3}});
     dense2D<unsigned> all(7, 3, 99u);
     const dense2D<unsigned> view = all.sub_matrix(2, 1, 3, 2);

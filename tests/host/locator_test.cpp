@@ -313,7 +313,7 @@ TEST(Locator, DegenerateElementsAreToldFromNothing) {
                 ElementsAre(static_cast<unsigned>(place::degenerate)));
 }
 
-TEST(Locator, ViewsWithALargerLeadingDimensionAreFine) {
+TEST(Locator, ViewsWithALargerLeadingDimension) {
     const mesh m = grid(6, kind::mixed);
     dense2D<double> wide(5, m.pos.cols + 1, 9.0);
     dense2D<double> pos = wide.sub_matrix(2, 1, 2, m.pos.cols);

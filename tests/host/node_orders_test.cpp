@@ -137,7 +137,7 @@ TEST(ReorderTo, StatusesComeInTheOrderOfTheArguments) {
     EXPECT_EQ(before, snapshot(connect));
 }
 
-TEST(ReorderTo, NodesOnEdgesTellTrianglesFromQuadrilaterals) {
+TEST(ReorderTo, NodesOnEdgesDistinguishTrianglesFromQuadrilaterals) {
     auto nine = counted(9, {9});
     EXPECT_EQ(0, reorder_to(node_format::vtk, 1, nine));  // a Q9
     EXPECT_EQ(-3, reorder_to(node_format::vtk, 2, nine)); // a triangle without its centre

@@ -67,7 +67,7 @@ TEST(Arc, OneNodeGivesAFullTurnAndDistancesChangeEvenly) {
     EXPECT_NEAR(-2, pos(0, line[1]), 1e-15);
 }
 
-TEST(Arc, NoCellsAreNothingAndOneAddsNoNode) {
+TEST(Arc, ZeroCellsDoNothingAndOneAddsNoNode) {
     dense2D<double> pos = two_nodes(2, 0, 0, 2);
     dense1D<unsigned, 8> line;
     EXPECT_EQ(0, arc(pos, 0, 1, {0, 0}, 0, line));
@@ -156,7 +156,7 @@ TEST(CurvedEdges, UnusableArgumentsChangeNothing) {
     EXPECT_EQ(before, snapshot(corners, edges));
 }
 
-TEST(CurvedEdges, AreWhatOrderConversionWants) {
+TEST(CurvedEdges, SuitOrderConversion) {
     dense2D<double> pos = two_nodes(1, 0, 0, 1);
     dense1D<unsigned, 8> line;
     ASSERT_EQ(0, arc(pos, 0, 1, {0, 0}, 2, line));

@@ -109,7 +109,7 @@ TEST(Volume, OpenSurfacesAreReported) {
     EXPECT_EQ(-7, v);
 }
 
-TEST(Volume, WhatIsNotFiniteGivesNaN) {
+TEST(Volume, NonFiniteInputGivesNaN) {
     for (const double x :
          {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()})
         EXPECT_TRUE(std::isnan(measured(axes(x, 1, 1), tetrahedron())));
@@ -131,7 +131,7 @@ TEST(Volume, UnusableArgumentsAndExhaustedMemoryChangeNothing) {
     });
 }
 
-TEST(Volume, ViewsWithALargerLeadingDimensionAreFine) {
+TEST(Volume, ViewsWithALargerLeadingDimension) {
     const box b(1);
     dense2D<double> wide(5, 10, 9.0);
     dense2D<double> pos = wide.sub_matrix(1, 1, 3, 8);

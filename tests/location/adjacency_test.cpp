@@ -90,7 +90,7 @@ TEST(Adjacency, AnElementIsNotItsOwnNeighbor) {
     EXPECT_THAT(column(beside.neighbors, 0), ElementsAre(none, none, none));
 }
 
-TEST(Adjacency, ViewsWithALargerLeadingDimensionAreFine) {
+TEST(Adjacency, ViewsWithALargerLeadingDimension) {
     dense2D<unsigned> all(7, 3, 99u);
     const auto plain = cells<3>({{0, 1, 2}, {0, 2, 3}});
     const dense2D<unsigned> view = all.sub_matrix(2, 1, 3, 2);

@@ -54,7 +54,7 @@ adjacent_mesh triangle_grid(unsigned n = 6) {
 
 // --------------------------------------------------------------------------------------- normal use
 
-TEST(GetElementContainingPoint, TheAnswerMayGoToAnEntryOfAnInput) {
+TEST(GetElementContainingPoint, TheResultMayBeWrittenToAnEntryOfAnInput) {
     const adjacent_mesh plain{"mixed", zel::ELEMENT_FACE, grid_mixed(6, 6)};
     const node_detector detector(plain.pos);
     random_numbers random(5);
@@ -235,7 +235,7 @@ TEST(GetElementContainingPoint, AMeshOfOneElementOfAMixedMeshKnowsItsOwnShape) {
     }
 }
 
-TEST(GetElementContainingPoint, ViewsWithALargerLeadingDimensionAreFine) {
+TEST(GetElementContainingPoint, ViewsWithALargerLeadingDimension) {
     const adjacent_mesh m("mixed", zel::ELEMENT_FACE, grid_mixed(6, 5));
     const auto pos = framed(m.pos);
     const auto connect = framed(m.connect);
@@ -367,14 +367,14 @@ TEST(GetElementContainingPoint, ADegenerateMeshOfOneElementCountsAsNotFound) {
     expect_nothing(0, ask({"clockwise", zel::ELEMENT_Q4, g}, {0.5, 0.5}));
 }
 
-TEST(GetElementContainingPoint, APointThatIsNotANumberIsInNone) {
+TEST(GetElementContainingPoint, APointWithNaNIsInNoElement) {
     const adjacent_mesh m = triangle_grid();
     for (const place& p :
          {place{nan, 0.5}, place{0.5, nan}, place{infinity, 0}, place{0, -infinity}})
         expect_nothing(0, ask(m, p));
 }
 
-TEST(GetElementContainingPoint, AToleranceThatIsNotANumberFindsNothing) {
+TEST(GetElementContainingPoint, AToleranceOfNaNFindsNothing) {
     expect_nothing(0, ask(triangle_grid(), {0.31, 0.47}, nan));
 }
 
@@ -391,7 +391,7 @@ TEST(GetElementContainingPoint, ADetectorOverOtherNodesDoesNoHarm) {
     }
 }
 
-TEST(GetElementContainingPoint, ANodeWithoutAnElementIsNoStart) {
+TEST(GetElementContainingPoint, ANodeWithoutElementIsNotUsedAsStart) {
     adjacent_mesh m = triangle_grid(2);
     for (unsigned& ancestor : m.ancestors) ancestor = no_node;
     expect_nothing(0, ask(m, {0.3, 0.3}));

@@ -168,7 +168,7 @@ TEST(InterpolateMetrics, ACornerGivesItsTensorBitForBitEvenAnInvalidOne) {
     }
 }
 
-TEST(InterpolateMetrics, ATensorThatIsNoneLeavesTheNodeAlone) {
+TEST(InterpolateMetrics, AnInvalidTensorLeavesTheNodeUnchanged) {
     for (const std::size_t rows : {3U, 6U}) {
         carried c(triangle(), {{1, 1}, {2, 0}, {2, 2}});
         dense2D<double> tensors(rows, c.m.pos.cols, -9.0);
@@ -290,7 +290,7 @@ TEST(InterpolateMetrics, WithoutAListAllNodesAreServed) {
     }
 }
 
-TEST(InterpolateMetrics, ViewsWithOddLayoutsAreFine) {
+TEST(InterpolateMetrics, ViewsWithALargerLeadingDimension) {
     random_numbers random(5);
     std::vector<place> at;
     for (int i = 0; i < 50; ++i) at.push_back({random.unit(), random.unit()});

@@ -117,7 +117,7 @@ TEST(Interpolate, ListAndMatrixOfOneRowGiveTheSameNumbers) {
     }
 }
 
-TEST(Interpolate, ViewsWithALargerLeadingDimensionAreFine) {
+TEST(Interpolate, ViewsWithALargerLeadingDimension) {
     random_numbers random(21);
     std::vector<place> at;
     for (int i = 0; i < 100; ++i) at.push_back({random.unit(), random.unit()});
@@ -414,7 +414,7 @@ TEST(Interpolate, OfTwoFaultsTheFirstArgumentCounts) {
     faulty().short_field().bad_list().expect(-5);
 }
 
-TEST(Interpolate, AFieldWithoutComponentsIsFine) {
+TEST(Interpolate, AFieldMayHaveNoComponents) {
     carried c(square_Q4(), {{0.5, 0.5}});
     c.field = dense2D<double>(0, 5);
     EXPECT_EQ(0, c.run());
@@ -504,7 +504,7 @@ TEST(LocalCoordsT3, NodesZeroAndOneAreExact) {
     }
 }
 
-TEST(LocalCoordsT3, APointStraightBelowOrAboveANodeIsNotTheNode) {
+TEST(LocalCoordsT3, APointWithOneEqualCoordinateIsNotTheNode) {
     const auto pos = points({{0.5, 1}, {0, 0}, {1, 0}});
     const unsigned cell[3] = {0, 1, 2};
     place st{9, 9};
@@ -516,7 +516,7 @@ TEST(LocalCoordsT3, APointStraightBelowOrAboveANodeIsNotTheNode) {
     EXPECT_EQ(-0.25, st[1]);
 }
 
-TEST(LocalCoordsT3, NodeTwoComesFromTheSolve) {
+TEST(LocalCoordsT3, NodeTwoIsSolvedFor) {
     const auto pos = points({{0.1, 0.3}, {7.7, 0.9}, {1.3, 9.1}});
     const unsigned cell[3] = {0, 1, 2};
     place st{9, 9};
@@ -528,13 +528,13 @@ TEST(LocalCoordsT3, NodeTwoComesFromTheSolve) {
 TEST(LocalCoordsT3, ReturnsTwiceTheSignedArea) {
     const auto pos = points({{0, 0}, {3, 0}, {0, 2}});
     place st;
-    const unsigned anticlockwise[3] = {0, 1, 2};
+    const unsigned counterclockwise[3] = {0, 1, 2};
     const unsigned clockwise[3] = {0, 2, 1};
-    EXPECT_EQ(6.0, local_coords_T3(points2(pos), anticlockwise, {1, 1}, st));
+    EXPECT_EQ(6.0, local_coords_T3(points2(pos), counterclockwise, {1, 1}, st));
     EXPECT_EQ(-6.0, local_coords_T3(points2(pos), clockwise, {1, 1}, st));
 }
 
-TEST(LocalCoordsT3, ATriangleWithoutAreaGivesZerosButKnowsItsNodes) {
+TEST(LocalCoordsT3, ATriangleWithoutAreaGivesZerosExceptAtItsNodes) {
     const auto pos = points({{0, 0}, {1, 1}, {2, 2}});
     const unsigned cell[3] = {0, 1, 2};
     place st{9, 9};
@@ -587,7 +587,7 @@ TEST(LocalCoordsQ4, CornersAndCentreOfASquareAreExact) {
     }
 }
 
-TEST(LocalCoordsQ4, ASingularJacobianAtTheCentreAnswersTheCentre) {
+TEST(LocalCoordsQ4, ASingularJacobianAtTheCentreReturnsTheCentre) {
     const auto pos = points({{0, 0}, {1, 1}, {2, 2}, {3, 3}});
     const unsigned cell[4] = {0, 1, 2, 3};
     place uv{9, 9};
@@ -630,7 +630,7 @@ TEST(LocalCoordsQ4, AtAStraightAngleTenStepsAreMade) {
     EXPECT_EQ(1 - 0x1p-10, uv[1]);
 }
 
-TEST(LocalCoordsQ4, EndsOnNumbersThatAreNone) {
+TEST(LocalCoordsQ4, EndsOnNaNAndInfinity) {
     auto g = unit_square();
     place uv;
     local_coords_Q4(points2(g.pos), g.connect[0], {nan, 0.5}, uv);

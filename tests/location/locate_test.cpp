@@ -156,7 +156,7 @@ TEST(ExitEdge, NumbersTheEdgesOfQuadrilateralsByTheirFirstNode) {
     }
 }
 
-TEST(ExitEdge, LetsPassWhatIsWithinToleranceTimesTheDoubledArea) {
+TEST(ExitEdge, AcceptsPointsWithinToleranceTimesTheDoubledArea) {
     // The unit triangle has a doubled area of 1: a point at y below side 2 of length 1 has -y.
     const auto m = one_triangle();
     const points_view<2> pos(m.pos);
@@ -186,7 +186,7 @@ TEST(ExitEdge, ElementsWithoutPositiveFiniteSizeAreDegenerate) {
               exit_edge<quad_cells>(points_view<2>(clockwise), quad, {0.5, 0.5}, slack, 0).where);
 }
 
-TEST(ExitEdge, AllEdgesFailForAPointThatIsNotANumber) {
+TEST(ExitEdge, AllEdgesFailForAPointWithNaN) {
     const auto m = one_triangle();
     for (unsigned start = 0; start < 3; ++start)
         EXPECT_EQ(beyond_edge((start + 1) % 3),
@@ -589,7 +589,7 @@ void expect_wandering(const adjacent_mesh& m) {
     }
 }
 
-TEST(Locate, APointThatIsNotANumberIsSoughtFromAnyStartInVain) {
+TEST(Locate, APointWithNaNIsNotFoundFromAnyStart) {
     expect_wandering<triangle_cells>({"triangles", zel::ELEMENT_T3, grid_T3(4, 3)});
     expect_wandering<quad_cells>({"quadrilaterals", zel::ELEMENT_Q4, grid_Q4(4, 3)});
     expect_wandering<mixed_cells>({"mixed", zel::ELEMENT_FACE, grid_mixed(4, 3)});

@@ -230,7 +230,7 @@ TEST(MetricsGen, AFourthRowCountsInLengthsAlone) {
     }
 }
 
-TEST(MetricsGen, ViewsWithOddLayoutsAreFine) {
+TEST(MetricsGen, ViewsWithALargerLeadingDimension) {
     const mesh m = bumpy(4);
     dense2D<double> plain(6, m.pos.cols, 0.0);
     auto pos = framed(m.pos);

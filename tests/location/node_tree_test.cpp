@@ -98,7 +98,7 @@ TEST(NodeTree, IsMadeEmptyOverTheUnitSquare) {
     EXPECT_EQ(4294967295.0 / 1.000000000001, tree.grid.scale);
 }
 
-TEST(NodeTree, AnswersNothingWhileEmpty) {
+TEST(NodeTree, ReturnsNoNodeWhileEmpty) {
     const dense2D<double> pos = points({{0.5, 0.5}});
     const dense1D<unsigned, 8> ancestors(1, 0U);
     const node_tree tree(pos);
@@ -207,7 +207,7 @@ TEST(NodeTree, OfManyNodesAtEachPlaceTheFirstThreeToComeAreKept) {
     }
 }
 
-TEST(NodeTree, DroppedNodesAreNeverAnswered) {
+TEST(NodeTree, DroppedNodesAreNeverReturned) {
     const planted same(points({{0, 0}, {1, 1}, {1, 1}, {1, 1}, {1, 1}, {1, 1}}));
     EXPECT_EQ(4U, same.taken);
     planted only_dropped = same;
@@ -232,7 +232,7 @@ TEST(NodeTree, EachCornerOfAMixedMeshIsTakenOnce) {
     EXPECT_EQ(2U, tree.fill<triangle_cells>(cells({{0, 1, 1}})));
 }
 
-TEST(NodeTree, ViewsWithALargerLeadingDimensionAreFine) {
+TEST(NodeTree, ViewsWithALargerLeadingDimension) {
     const auto g = grid_T3(9, 7);
     const auto pos = framed(g.pos);
     const auto connect = framed(g.connect);
@@ -304,7 +304,7 @@ TEST(NodeTree, TheBoxBelongsToTheTreeAndNothingBeyond) {
     EXPECT_EQ(no_node, four.closest(0, -1e-300));
 }
 
-TEST(NodeTree, APointThatIsNotANumberIsOutside) {
+TEST(NodeTree, APointWithNaNIsOutside) {
     const planted four(points({{0, 0}, {2, 0}, {0, 1}, {2, 1}}));
     EXPECT_EQ(no_node, four.close(nan, 0.5));
     EXPECT_EQ(no_node, four.closest(0.5, nan));
@@ -328,7 +328,7 @@ TEST(NodeTree, ANodeIsClosestToItself) {
     }
 }
 
-TEST(NodeTree, OfTwoNodesAtOneDistanceInALeafTheLowerOneIsAnswered) {
+TEST(NodeTree, OfTwoNodesAtOneDistanceInALeafTheLowerOneIsReturned) {
     const planted two(points({{1, 0}, {-1, 0}}));
     EXPECT_EQ(0U, two.close(0, 0));
     EXPECT_EQ(0U, two.closest(0, 0));
@@ -340,7 +340,7 @@ TEST(NodeTree, OfNodesAtOneDistanceInSeveralLeavesTheOneLookedAtFirstStays) {
     EXPECT_EQ(0U, four.closest(1, 1));
 }
 
-TEST(NodeTree, ALeafAnswersItsNextUsableNode) {
+TEST(NodeTree, ALeafReturnsItsNextUsableNode) {
     planted four(points({{0, 0}, {0.1, 0}, {0.2, 0}, {2, 2}}));
     EXPECT_EQ(0U, four.close(0, 0));
     four.exclude(0);
@@ -420,7 +420,7 @@ TEST(NodeTree, ADistanceToStartFromIsOnlyUndercut) {
 
 // ---------------------------------------------------------------------------------- degenerate input
 
-TEST(NodeTree, NodesThatAreNotNumbersAreRefused) {
+TEST(NodeTree, NodesWithNaNAreRejected) {
     const planted five(points({{0, 0}, {nan, 0.5}, {0.5, nan}, {1, 1}, {nan, nan}}));
     EXPECT_EQ(2U, five.taken);
     EXPECT_EQ(0U, five.closest(0.2, 0.2));
@@ -435,7 +435,7 @@ TEST(NodeTree, TheOtherCoordinateOfARefusedNodeStillWidensTheBox) {
     EXPECT_EQ(1U, three.closest(0.5, 4));
 }
 
-TEST(NodeTree, OnlyNodesThatAreNotNumbersGiveAnEmptyTree) {
+TEST(NodeTree, NodesWithNaNAloneGiveAnEmptyTree) {
     const planted none(points({{nan, nan}, {nan, 1}, {1, nan}}));
     EXPECT_EQ(0U, none.taken);
     EXPECT_EQ(no_node, none.close(1, 1));

@@ -144,7 +144,7 @@ TEST(Angles, OneListForBothHasTheRightSize) {
     EXPECT_EQ(m.connect.cols, both.size);
 }
 
-TEST(Angles, ViewsWithALeadingDimensionAreFine) {
+TEST(Angles, ViewsWithALargerLeadingDimension) {
     for (const unsigned rows : {2U, 3U}) {
         for (const auto& m : {grid_T3(6, 3, rows), grid_mixed(6, 3, rows)}) {
             const auto expected = angles_of(m);
@@ -236,7 +236,7 @@ TEST(Angles, SidesOfLengthZeroMakeAnglesOfZero) {
     }
 }
 
-TEST(Angles, AnAngleThatIsNotANumberCountsAtTheFirstCornerOnly) {
+TEST(Angles, AnAngleOfNaNCountsAtTheFirstCornerOnly) {
     // The corner at infinity has no angle, nor have its neighbours; the corner opposite has.
     const auto pos = points({{0, 0}, {1, 0}, {1, 1}, {zel_test::nan, 1}});
     const auto found = angles_of(pos, cells({{1, 2, 3, 0}, {0, 1, 2, 3}, {3, 0, 1, 2}}));

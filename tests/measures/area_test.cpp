@@ -99,7 +99,7 @@ TEST(Area, ElementsAreSummedOneByOneInTheirOrder) {
     }
 }
 
-TEST(Area, ViewsWithALeadingDimensionAreFine) {
+TEST(Area, ViewsWithALargerLeadingDimension) {
     for (const unsigned rows : {2U, 3U}) {
         for (const auto& m : {grid_T3(16, 32, rows), grid_mixed(16, 32, rows)}) {
             const auto pos = framed(m.pos);

@@ -86,7 +86,7 @@ TEST(Circumcenters, TheOutputMayShareStorageWithTheCoordinatesOrBeThem) {
     }
 }
 
-TEST(Circumcenters, ViewsWithALeadingDimensionAreFine) {
+TEST(Circumcenters, ViewsWithALargerLeadingDimension) {
     for (const unsigned rows : {2U, 3U}) {
         const auto m = grid_T3(6, 3, rows);
         EXPECT_EQ(snapshot(centers_of(m.pos, m.connect)),

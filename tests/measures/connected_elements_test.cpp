@@ -64,7 +64,7 @@ void turn_column(dense2D<unsigned>& connect, std::size_t e, unsigned turns) {
 
 // -------------------------------------------------------------------------------------- normal use
 
-TEST(ConnectedElements, AClosedFanOfSixStartsWithTheAncestorAndRunsAnticlockwise) {
+TEST(ConnectedElements, AClosedStarOfSixStartsWithTheAncestorAndRunsCounterclockwise) {
     auto connect = fan(6, true);
     for (unsigned e = 0; e < 6; ++e) turn_column(connect, e, e % 3);
     auto beside = adjacency_of(connect, 7);
@@ -122,7 +122,7 @@ TEST(ConnectedElements, WithoutElementsAllListsAreEmpty) {
 }
 
 TEST(ConnectedElements, BetweenQuadrilateralAndTriangleEachTurnsByItsOwnRule) {
-    // Around node 0, anticlockwise: a quadrilateral, a triangle, a quadrilateral, a triangle.
+    // Around node 0, counterclockwise: a quadrilateral, a triangle, a quadrilateral, a triangle.
     const auto ring = cells({{0, 1, 2, 3}, {0, 3, 4, no_node}, {0, 4, 5, 6}, {0, 6, 1, no_node}});
     for (unsigned turns = 0; turns < 12; ++turns) {
         auto connect = fresh_copy(ring);
@@ -143,7 +143,7 @@ TEST(ConnectedElements, BetweenQuadrilateralAndTriangleEachTurnsByItsOwnRule) {
     }
 }
 
-TEST(ConnectedElements, ViewsAreFineAndOutputsAreReplaced) {
+TEST(ConnectedElements, ViewsAreReadAndOutputsAreReplaced) {
     for (const auto& m : {grid_T3(5, 4), grid_mixed(5, 4), grid_Q4(5, 4)}) {
         const auto plain = stars_of(m);
         const auto beside = adjacency_of(m.connect, m.pos.cols);
@@ -233,7 +233,7 @@ TEST(ConnectedElements, AnAncestorWithoutTheNodeEndsTheTable) {
     EXPECT_EQ(s.elements.size, s.starts[5]);
 }
 
-TEST(ConnectedElements, AWalkThatMeetsAnElementWithoutTheNodeKeepsWhatItMet) {
+TEST(ConnectedElements, AWalkThatMeetsAnElementWithoutTheNodeKeepsTheElementsBeforeIt) {
     const auto connect = cells({{0, 1, 2}, {0, 2, 3}, {7, 8, 9}});
     adjacency beside = adjacency_of(connect, 10);
     beside.neighbors(1, 1) = 2; // beyond the edge 3-0 a stranger

@@ -125,7 +125,7 @@ TEST(ParametricCurvatures, TheOutputIsReplacedAndMayShareStorageWithTheInputsOrB
     EXPECT_EQ(expected, snapshot(part));
 }
 
-TEST(ParametricCurvatures, ViewsWithALeadingDimensionAreFine) {
+TEST(ParametricCurvatures, ViewsWithALargerLeadingDimension) {
     const auto c = chart_of(5, 1, of_quadric);
     dense2D<double> H;
     ASSERT_EQ(0, parametric_curvatures(framed(c.m.pos).view, framed(c.m.connect).view,

@@ -184,7 +184,7 @@ TEST(PrincipalCurvatures, TheOutputIsReplacedAndMayShareStorageWithTheCoordinate
     EXPECT_EQ(expected, snapshot(m.pos));
 }
 
-TEST(PrincipalCurvatures, ViewsWithALeadingDimensionAreFine) {
+TEST(PrincipalCurvatures, ViewsWithALargerLeadingDimension) {
     const auto m = surface_mesh(6, on_waves);
     const auto beside = adjacency_of(m.connect, m.pos.cols);
     const growth g{0.7, 1.0, 20, cells({{3, 4}, {11, 10}})};
@@ -280,7 +280,7 @@ TEST(PrincipalCurvatures, NoneOrOneElementLeaveTheSeedAlone) {
     EXPECT_FALSE(alone == snapshot(curvatures_of(m, {1e9, pi, 2})));
 }
 
-TEST(PrincipalCurvatures, TheLimitOfElementsMayBeOvershotByTwo) {
+TEST(PrincipalCurvatures, TheLimitOfElementsMayBeExceededByTwo) {
     // A triangle with three neighbours, each at a right angle: one step takes all of them.
     const mesh m{points({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0.5, 0, 1}, {0.5, 0.5, 1}, {0, 0.5, 1}}),
                  cells({{0, 1, 2}, {1, 0, 3}, {2, 1, 4}, {0, 2, 5}})};
@@ -412,7 +412,7 @@ TEST(PrincipalCurvatures, APatchWithoutAreaLeavesItsColumnsZero) {
     EXPECT_EQ(snapshot(dense2D<double>(8, 6, 0.0)), snapshot(c));
 }
 
-TEST(PrincipalCurvatures, APatchWithANodeThatIsNotANumberLeavesItsColumnZero) {
+TEST(PrincipalCurvatures, APatchWithANodeOfNaNLeavesItsColumnZero) {
     mesh m = roof();
     m.pos(2, 5) = zel_test::nan;
     const auto c = curvatures_of(m, {});

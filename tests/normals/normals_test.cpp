@@ -352,7 +352,7 @@ TEST(Normals, TheOutputMayBeTheCoordinatesOrShareTheirStorage) {
     ASSERT_EQ(0, normals(pos, m.connect, false, pos));
     EXPECT_EQ(of_elements, snapshot(pos));
 }
-TEST(Normals, ViewsWithALeadingDimensionAreFine) {
+TEST(Normals, ViewsWithALargerLeadingDimension) {
     for (const mesh& plain : {grid_T3(9, 8, 3), grid_Q4(9, 8, 3), grid_mixed(9, 8, 3)}) {
         const mesh m = bumpy(plain);
         const auto pos = framed(m.pos);

@@ -143,7 +143,7 @@ TEST(Offset, ATensorOfZerosGoesThroughAllTests) {
     EXPECT_TRUE(std::isnan(s.pos(0, 0)));
     EXPECT_EQ(point(0, 0, 1), column(s.pos, 3));
 }
-TEST(Offset, ADistanceThatIsNoNumberIsNoZero) {
+TEST(Offset, ADistanceOfNaNDiffersFromZero) {
     pyramid s;
     ASSERT_EQ(0, offset(s.pos, s.connect, s.N, zel_test::nan));
     EXPECT_TRUE(std::isnan(s.pos(2, 3)));
@@ -286,7 +286,7 @@ TEST(CopyWithOffset, FewElementsInALargeMeshAreCopiedTheSame) {
 
 // ------------------------------------------------------------------------------------------- views
 
-TEST(Offset, ViewsWithALeadingDimensionAreFine) {
+TEST(Offset, ViewsWithALargerLeadingDimension) {
     pyramid reference;
     ASSERT_EQ(0, offset(reference.pos, reference.connect, reference.N, 0.5));
     pyramid s;
@@ -295,7 +295,7 @@ TEST(Offset, ViewsWithALeadingDimensionAreFine) {
     EXPECT_EQ(snapshot(reference.pos), snapshot(pos.view));
     EXPECT_TRUE(pos.surroundings_untouched(8));
 }
-TEST(CopyWithOffset, ViewsWithALeadingDimensionAreFine) {
+TEST(CopyWithOffset, ViewsWithALargerLeadingDimension) {
     pyramid reference;
     ASSERT_EQ(0,
               copy_with_offset(reference.pos, reference.connect, reference.N, 0.5, reference.out));
@@ -429,7 +429,7 @@ TEST(Offset, ElementsOfOtherRowsMoveNothing) {
 
 // -------------------------------------------------------------------------------- degenerate input
 
-TEST(Offset, EntriesThatAreNoNodeAreNeitherGatheredNorChanged) {
+TEST(Offset, EntriesThatNameNoNodeAreNeitherGatheredNorChanged) {
     for (const form& f : forms()) {
         SCOPED_TRACE(f.name);
         pyramid s;

@@ -128,7 +128,7 @@ struct mesh {
     dense2D<unsigned> connect;
 };
 
-/// Nodes 0 ... 2(m+n)-1 around the unit square, anticlockwise from the origin, and the closed loop.
+/// Nodes 0 ... 2(m+n)-1 around the unit square, counterclockwise from the origin, and the closed loop.
 struct patch_outline {
     dense2D<double> pos;
     dense1D<unsigned, 8> boundary;
@@ -160,7 +160,7 @@ inline dense2D<double> grid_points(unsigned m, unsigned n, unsigned rows = 2) {
         }
     return pos;
 }
-/// Anticlockwise quadrilaterals on `grid_points`.
+/// Counterclockwise quadrilaterals on `grid_points`.
 inline mesh grid_Q4(unsigned m, unsigned n, unsigned rows = 2) {
     mesh g{grid_points(m, n, rows), dense2D<unsigned>(4, std::size_t{m} * n)};
     for (unsigned j = 0; j < n; ++j)
@@ -174,7 +174,7 @@ inline mesh grid_Q4(unsigned m, unsigned n, unsigned rows = 2) {
         }
     return g;
 }
-/// Anticlockwise triangles on `grid_points`, each cell cut from its lower left to its upper right.
+/// Counterclockwise triangles on `grid_points`, each cell cut from its lower left to its upper right.
 inline mesh grid_T3(unsigned m, unsigned n, unsigned rows = 2) {
     const mesh quads = grid_Q4(m, n, rows);
     mesh g{quads.pos, dense2D<unsigned>(3, 2 * quads.connect.cols)};

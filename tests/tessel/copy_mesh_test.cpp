@@ -82,14 +82,14 @@ TEST(CopyMesh, SpaceCopiesMove) {
     EXPECT_EQ(point(3, 2, 1), column(pos, 2));
 }
 
-TEST(CopyMesh, SmallTurnsAreNotRoundedAway) {
+TEST(CopyMesh, SmallTurnsAreKept) {
     auto pos = points({{1, 0}});
     dense2D<unsigned> nodes;
     ASSERT_EQ(0, copy_mesh(pos, nodes, still, {0, 0}, 1e-20, 1, cells({{0}})));
     EXPECT_EQ(1e-20, pos(1, 1));
 }
 
-TEST(CopyMesh, EntriesThatAreNoNodesStay) {
+TEST(CopyMesh, EntriesThatNameNoNodeAreKept) {
     auto pos = points({{0, 0}, {1, 0}, {0, 1}});
     dense2D<unsigned> mixed;
     ASSERT_EQ(0, copy_mesh(pos, mixed, {5, 5}, {0, 0}, 0, 1,
@@ -118,7 +118,7 @@ TEST(CopyMesh, ViewsWithALargerLeadingDimension) {
     EXPECT_EQ(columns(cells({{0, 1}, {2, 3}})), columns(edges.view));
 }
 
-TEST(CopyMesh, RowsBesideAViewOfTheSourceNameNoNodes) {
+TEST(CopyMesh, RowsBesideAViewOfTheSourceAreIgnored) {
     auto pos = points({{0, 0}, {1, 0}, {2, 0}});
     dense2D<unsigned> edges;
     const auto block = cells({{0, 1, 2}}); // the node below the view is not copied

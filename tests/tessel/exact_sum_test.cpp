@@ -55,7 +55,7 @@ TEST(ExactSum, TheSmallestProductDecidesBesideTheLargestThatCancel) {
     EXPECT_EQ(-1, sign_of({{1, smallest}, {-largest, smallest}}));
 }
 
-TEST(ExactSum, WhatRoundingWouldHideIsSeen) {
+TEST(ExactSum, DistancesAreComparedWithoutRounding) {
     const double step = 0x1p-52;
     // (1 + s)(1 - s) = 1 - s^2
     EXPECT_EQ(-1, sign_of({{1 + step, 1 - step}, {-1, 1}}));

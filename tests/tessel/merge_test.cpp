@@ -130,7 +130,7 @@ TEST(Merge, AnEmptyRangeIsFine) {
     EXPECT_EQ(0, merge(pos, nullptr, nullptr, 1e-12, 0));
 }
 
-TEST(Merge, TheLowestKeptNodeTakesOver) {
+TEST(Merge, ReplacementIsTheLowestKeptNode) {
     // Node 2 is near both, which are too far apart to be one.
     const auto pos = points({{0, 0}, {1.5, 0}, {0.75, 0}});
     EXPECT_EQ((std::vector<unsigned>{0, 1, 0}), merged(pos, 1.0));
@@ -222,7 +222,7 @@ TEST(Merge, ExtremeTolerancesAreExact) {
     EXPECT_EQ((std::vector<unsigned>{0, 0}), merged(points({{0, 0}, {1.2e308, 1.2e308}}), 1.7e308));
     EXPECT_EQ((std::vector<unsigned>{0, 1}), merged(points({{-1e308, 0}, {1e308, 0}}), 1.7e308));
 }
-TEST(Merge, NumbersAtTheEdgeOfWhatCellsResolve) {
+TEST(Merge, NumbersAtTheResolutionOfCells) {
     // Around 2^44 to 2^60 tolerances the cells become as small as the steps between numbers.
     for (int e = 40; e < 64; ++e) {
         const double base = std::ldexp(1.0, e);
@@ -236,7 +236,7 @@ TEST(Merge, NumbersAtTheEdgeOfWhatCellsResolve) {
 
 // ---------------------------------------------------------------------------------- odd arguments
 
-TEST(Merge, EntriesThatAreNoNodesStay) {
+TEST(Merge, EntriesThatNameNoNodeAreKept) {
     const auto pos = points({{0, 0}, {0, 0}, {1, 1}});
     auto connect = cells({{1, 3, no_node, 1000000}, {0xFFFFFFFEU, 2, 1, 0}});
     ASSERT_EQ(0, merge(pos, connect, 1e-12, 0));
@@ -295,7 +295,7 @@ TEST(Merge, ExhaustedMemoryIsReportedAndNothingChanges) {
 
 // -------------------------------------------------------------------------------------- properties
 
-TEST(Reference, KnowsExactTiesAndWhatRoundingMayDecide) {
+TEST(Reference, FindsExactTiesAndTiesUpToRounding) {
     const double o[2] = {0, 0}, tie[2] = {3, 4}, inexact[2] = {0.1, 0.2},
                  huge[2] = {1.5e308, -1.5e308};
     EXPECT_EQ(closeness::not_closer, compare(o, tie, 2, 5));
@@ -462,7 +462,7 @@ TEST(Merge, AgreesWithBruteForceWhereCellsAreFarFromTheOrigin) {
 
 // ------------------------------------------------------------------------------------------ Simplify
 
-TEST(Simplify, TakesAwayWhatNothingRefersTo) {
+TEST(Simplify, RemovesUnusedNodes) {
     auto pos = points({{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}});
     auto connect = cells({{0, 2}, {2, 4}});
     ASSERT_EQ(0, simplify(pos, connect, 0));
@@ -498,7 +498,7 @@ TEST(Simplify, BothConnectivitiesKeepTheirNodes) {
     EXPECT_EQ(columns(cells({{0, 1, no_node}})), columns(connect2));
 }
 
-TEST(Simplify, EntriesThatAreNoNodesStay) {
+TEST(Simplify, EntriesThatNameNoNodeAreKept) {
     auto pos = points({{0, 0}, {1, 0}, {2, 0}});
     auto connect = cells({{2, no_node}, {3, 0xFFFFFFFEU}});
     ASSERT_EQ(0, simplify(pos, connect, 0));
@@ -656,7 +656,7 @@ TEST(Simplify, AnEmptyViewInTheMiddleOfAMatrixHidesNothing) {
     EXPECT_EQ(columns(points({{1, 0}, {3, 0}})), columns(pos));
     EXPECT_EQ(columns(cells({{0, 1}, {1, 0}})), columns(block));
 }
-TEST(Simplify, ColumnsWithoutRowsAreNoNodes) {
+TEST(Simplify, ColumnsWithoutRowsCountAsNoNodes) {
     dense2D<double> pos(0, 4);
     auto connect = cells({{1, 3}});
     ASSERT_EQ(0, simplify(pos, connect, 0));

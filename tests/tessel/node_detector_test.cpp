@@ -82,7 +82,7 @@ TEST(NodeDetector, EveryNodeFindsItself) {
         EXPECT_EQ(i, detector.find_closest({pos(0, i), pos(1, i)}));
 }
 
-TEST(NodeDetector, WithoutNodesThereIsNoAnswer) {
+TEST(NodeDetector, WithoutNodesItReturnsNoNode) {
     const node_detector detector{dense2D<double>()};
     EXPECT_EQ(0U, detector.size());
     EXPECT_EQ(no_node, detector.find_close({0, 0}));

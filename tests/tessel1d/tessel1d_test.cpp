@@ -31,7 +31,7 @@ TEST(LineNormals, TheEdgeIsTurnedLeft) {
               columns(normals_of(pos, cells({{1, 0}}), 1, true)));
 }
 
-TEST(LineNormals, AStripAlongThemHasAnticlockwiseCells) {
+TEST(LineNormals, AStripAlongThemHasCounterclockwiseCells) {
     random_numbers random(5);
     for (int k = 0; k < 50; ++k) {
         const auto pos = points({{random.unit(), random.unit()}, {random.unit(), random.unit()}});
@@ -71,7 +71,7 @@ TEST(LineNormals, PowersBeyondTheExtremesWeightAlike) {
                   columns(normals_of(pos, edges, power, true)));
 }
 
-TEST(LineNormals, TheLargestPowerTakesTheLongestEdgeAndAddsWhatLosesLater) {
+TEST(LineNormals, TheLargestPowerTakesTheLongestEdgeAndAddsLaterShorterOnes) {
     const auto pos = points({{0, 0}, {2, 0}, {2, 8}});
     // The short edge comes first and is replaced.
     const auto replaced = normals_of(pos, cells({{0, 1}, {1, 2}}), DBL_MAX, true);
