@@ -81,7 +81,7 @@ bool ring() {
     const int status = zel::tessel2d::extrude_rotate_Q4(pos, profile, center, quarter, 6, quads);
     const int status_T3 = zel::tessel2d::extrude_rotate_T3(pos, profile, center, -quarter, 0.25,
                                                            0.25, 1, true, triangles);
-    // Six layers counterclockwise; clockwise the inner node goes a way of pi/2 in six layers of 0.25.
+    // Six layers counterclockwise; clockwise the path of the inner node has length pi/2, in six layers of 0.25.
     //! [ring]
     return status == 0 && status_T3 == 0 && quads.cols == 6 && triangles.cols == 12 &&
            close_to(0, pos(0, 12)) && close_to(1, pos(1, 12));

@@ -16,7 +16,7 @@ constexpr unsigned across = 6;
 constexpr unsigned upward = 4;
 
 /// Gives every edge of the outline a third node, which lies on its curved side, behind the columns of
-/// `pos`. Answers the edges as conversions take them: ends, then the node between.
+/// `pos`. Returns the edges as conversions take them: ends, then the node between.
 ///
 /// The nodes of the outline are the first of the mesh, in the order of its loop.
 dense2D<unsigned> curved_edges(dense2D<double>& pos) {

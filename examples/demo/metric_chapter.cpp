@@ -40,7 +40,7 @@ sizes sizes_of(const double* m) {
     return {1 / std::sqrt(middle + half), 1 / std::sqrt(middle - half), angle};
 }
 
-/// What the sides of the patch ask for: flat below, round above, turned more and more to the right.
+/// The tensors on the sides of the patch: flat below, round above, turned more and more to the right.
 sizes wanted(const double* p) {
     return {0.09, 0.02 + 0.07 * p[1], 0.5 * pi * p[0] * (1 - p[1])};
 }

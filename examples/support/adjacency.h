@@ -2,7 +2,7 @@
 #pragma once
 
 // Which elements lie beside an element, and which element holds a node: the two inputs that point
-// location, interpolation, orientation repair and connected elements ask their host for. The library
+// location, interpolation, orientation repair and connected elements need from their host. The library
 // never builds them, since a host mostly has them at hand; this header does it for those who have not.
 #include "zel/dense.h"
 
