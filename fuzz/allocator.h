@@ -18,7 +18,7 @@ struct memory_plan {
 
 /// From here to `end_of_call` the plan holds. Outside of calls nothing fails.
 void start_of_call(const memory_plan& plan);
-/// Tells whether an allocation has failed during the call, for whatever reason.
+/// Returns true if an allocation has failed during the call, for whatever reason.
 bool end_of_call();
 
 /// How many allocations of calls have failed since the program began.

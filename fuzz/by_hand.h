@@ -137,7 +137,7 @@ inline int reorient(columns& connect, columns& neighbors, std::size_t seed, bool
     return count;
 }
 
-/// A quadrilateral with a collapsed edge becomes a triangle; tells whether it did.
+/// A quadrilateral with a collapsed edge becomes a triangle. Returns true if it did.
 inline bool mend(column& e) {
     static const column corners[4] = {{0, 2, 3}, {0, 1, 3}, {0, 1, 2}, {0, 1, 2}};
     static const column sides[4] = {{6, 7, 5}, {6, 7, 4}, {5, 7, 4}, {5, 6, 4}};

@@ -128,7 +128,7 @@ std::vector<typename View::value_type> elements(const View& view) {
 inline bool same(unsigned a, unsigned b) {
     return a == b;
 }
-/// Bit for bit, but for the signs and payloads of what is not a number.
+/// Bit for bit, except for signs and payloads of NaN.
 inline bool same(double a, double b) {
     return std::memcmp(&a, &b, sizeof a) == 0 || (a != a && b != b);
 }

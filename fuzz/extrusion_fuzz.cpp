@@ -119,7 +119,7 @@ int call_sized(const sweep_options& o, dense2D<double>& pos, const dense2D<unsig
 
 // -------------------------------------------------------------------------------- documented statuses
 
-/// What the tests of the arguments must answer. `work` is true when none of them fails and there is
+/// The status that the tests of the arguments must return. `work` is true when none of them fails and there is
 /// something to do, so that only memory and numbers can run out.
 struct verdict {
     int status = 0;
@@ -237,7 +237,7 @@ long double way_of(const sweep_options& o, const sweep_views& given) {
     const double* const p = given.pos[given.profile(0, 0)];
     const long double x = static_cast<long double>(p[0]) - o.C[0];
     const long double y = static_cast<long double>(p[1]) - o.C[1];
-    // Squares of larger numbers overflow, and nothing times infinity is no number.
+    // Squares of larger numbers overflow, and zero times infinity is NaN.
     const bool overflows = !(std::fabs(x) < 1e150L && std::fabs(y) < 1e150L);
     if (overflows) return std::numeric_limits<long double>::infinity();
     if (o.kind == motion::rotate2) return length(x, y, 0) * std::fabs(o.angle);
@@ -465,7 +465,7 @@ void check_present(const dense2D<T>& before, const dense2D<T>& after, T fill) {
                     "present columns keep their values");
 }
 
-/// Tells whether numbers or memory can run out, whatever the allocator does.
+/// Returns true if numbers or memory can run out, whatever the allocator does.
 bool may_run_out(const sweep_options& o, const sweep_views& given) {
     long double layers = o.layers;
     if (o.hands_on()) {

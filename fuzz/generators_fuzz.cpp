@@ -295,7 +295,7 @@ void require_round(const round_shape<Dim>& s, const dense2D<unsigned>& connect, 
     require(euler == (open == 0 ? 2U : 1U), "the mesh has neither holes nor seams");
 }
 
-/// A function that meshes a round shape, and what it may answer.
+/// A function that meshes a round shape, and the statuses that it may return.
 template <class Function>
 struct mesher {
     const char* name;

@@ -108,7 +108,7 @@ inline bool suits(const dense2D<unsigned>& connect, zel::element_type type, std:
     return connect.rows == zel::element_node_count(type) && all_below(connect, nodes);
 }
 
-/// What the tests of the first four arguments answer.
+/// The status of the tests of the first four arguments.
 inline int located_status(const located_mesh& l, zel::element_type type) {
     if (l.pos.rows != 2) return -1;
     if (!suits(l.connect, type, l.pos.cols)) return -2;

@@ -158,7 +158,7 @@ carrying plain_copy(const carrying& c) {
     return {zel_fuzz::plain_copy(c.l), zel_fuzz::plain_copy(c.nodes), c.listed, c.keep_valid};
 }
 
-/// What the tests answer; `fits` tells whether the metrics have a column per node, and suitable rows.
+/// The status of the tests; `fits` says whether the metrics have a column per node, and suitable rows.
 int carrying_status(const carrying& c, zel::element_type tested, bool fits) {
     if (c.nodes.empty()) return 0;
     if (const int status = located_status(c.l, tested)) return status;
@@ -172,7 +172,7 @@ void require_carried_status(int status, const carrying& c, int expected) {
     require(status == expected, "the status is that of the first unusable argument");
 }
 
-/// Tells whether a node is to be served, and whether it may be.
+/// Says whether a node is to receive values, and whether it may.
 std::vector<bool> served_nodes(const carrying& c) {
     std::vector<bool> served(c.l.pos.cols);
     if (!is_searched(c.l.connect, c.l.type)) return served;

@@ -65,7 +65,7 @@ bool names_only(const dense2D<unsigned>& ids, std::size_t nodes) {
                        [=](unsigned id) { return id < nodes || id == no_node; });
 }
 
-/// What the tests of both kinds of normals answer.
+/// The status of the tests of both kinds of normals.
 int normals_status(const dense2D<double>& pos, const dense2D<unsigned>& connect) {
     if (pos.empty() || connect.empty()) return 0;
     if (pos.rows != 3) return -1;
@@ -259,7 +259,7 @@ std::vector<unsigned> named_nodes(const dense2D<unsigned>& connect, std::size_t 
     return list;
 }
 
-/// What the tests of an offset along given vectors answer, when there is something to do.
+/// The status of the tests of an offset along given vectors, if there is something to do.
 int given_status(const mesh& m, const dense2D<double>& N) {
     if (m.pos.rows != 3) return -1;
     const std::size_t bound = std::min(m.pos.cols, N.cols);

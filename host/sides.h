@@ -10,7 +10,7 @@
 //    side that led there; if that side belongs to the same lower node, both lie on one edge. Places grow
 //    from node to node, so the table never needs clearing.
 //
-// Where elements and nodes come in random order, passes 2 and 3 ask for memory ahead of its use.
+// Where elements and nodes are in random order, passes 2 and 3 prefetch.
 //
 // Every step is one pass, and the work per side does not depend on how many sides a node has.
 #include "foundation/cell_shapes.h"
@@ -97,10 +97,10 @@ public:
     }
 
 private:
-    static constexpr std::size_t far = 16; // sides between the hint to the processor and its use
+    static constexpr std::size_t far = 16; // sides between prefetch and use
 
-    /// Returns true if most elements have other nodes than their predecessors, far away. Then hints to the
-    /// processor pay; else they only take time.
+    /// Returns true if most elements have other nodes than their predecessors, far away. Then
+    /// prefetching saves time; otherwise it costs some.
     static bool are_scattered(const columns<const unsigned>& cells, std::size_t n) noexcept {
         constexpr unsigned near = 4096;
         const std::size_t step = n / 64 + 1;

@@ -75,8 +75,8 @@ public:
 private:
     static constexpr unsigned half = 27;
     static constexpr std::uint64_t low_bits = (std::uint64_t{1} << half) - 1;
-    static constexpr std::size_t spare =
-        3; // digits behind the last bit of a product, for the division
+    // Digits behind the last bit of a product, for the division.
+    static constexpr std::size_t spare = 3;
     static constexpr std::size_t count = 208;
     static constexpr std::uint32_t often = 1u << 24;
     // Bit i of the digits weighs 2^(i + lowest_exponent): three mantissas count from 2^-1074.

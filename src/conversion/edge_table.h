@@ -28,7 +28,7 @@ namespace zel::tessel2d {
 /// What a table holds of an edge that was looked up.
 struct edge_entry {
     unsigned* first; ///< number of its first node; null: it is not there, memory is exhausted
-    bool against;    ///< the edge was asked for against the direction in which it was put there
+    bool against;    ///< the edge was looked up against the direction in which it was put there
     bool fresh;      ///< it has been put there just now
 };
 

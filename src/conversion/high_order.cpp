@@ -76,9 +76,9 @@ void put_given(const dense2D<unsigned>& edges, edge_table& table) noexcept {
     }
 }
 
-/// Writes the numbers of `count` nodes from the entry's first one on in the direction in which the edge was
-/// asked for, and returns the place behind them. Beyond the last number there is no node, nor where the
-/// edge has no entry.
+/// Writes the numbers of `count` nodes from the entry's first one on in the direction in which the
+/// edge was looked up, and returns the place behind them. It writes `no_node` beyond the last
+/// number, and if the edge has no entry.
 inline unsigned* put_run(const edge_entry& entry, std::size_t count, unsigned* run) noexcept {
     if (!entry.first) return std::fill_n(run, count, no_node);
     const std::uint64_t first = *entry.first;

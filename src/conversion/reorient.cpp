@@ -134,9 +134,10 @@ struct reorientation {
     }
 };
 
-/// Asks for the columns that are needed in a few steps: those of an element far behind the head of the
-/// queue, and those of the neighbours of a nearer one, whose own columns have come by then. What is no
-/// neighbour is asked for too, which does nothing and costs less than a test.
+/// Prefetches the columns that are needed in a few steps: those of an element far behind the head
+/// of the queue, and those of the neighbours of a nearer one, whose own columns have been loaded by
+/// then. Entries that are no neighbour are prefetched too, which has no effect and costs less than
+/// a test.
 template <class Shape, std::size_t Leading>
 [[gnu::always_inline]] inline void prefetch_ahead(const surface<Leading>& mesh,
                                                   const reorientation& walk) noexcept {

@@ -22,8 +22,8 @@ struct sized_normal {
     double size() const noexcept { return n[3]; }
 };
 
-/// The corners of a triangle. Their addresses are computed when they are asked for: twelve at a time would
-/// not fit into registers.
+/// The corners of a triangle. Their addresses are computed on demand: twelve at a time would not
+/// fit into registers.
 struct triangle_corners {
     const unsigned* nodes;
     const points_view<3>& points;

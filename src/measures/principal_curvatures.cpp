@@ -178,11 +178,11 @@ struct patch_sums {
     symmetric_fixed<double, 3> tensor;
 };
 
-/// The triangles around one node after the other. What is asked of a triangle can hardly be guessed, so
-/// nothing jumps on an answer.
+/// The triangles around one node after the other. Whether a triangle joins can hardly be predicted,
+/// so the tests are branch-free.
 struct patch {
     dense1D<unsigned, 8> list{};
-    stamp_marks marks{}; // the stamp: asked and turned down; one more: a member
+    stamp_marks marks{}; // the stamp: tested and rejected; one more: a member
     const face* faces = nullptr;
     const hinge* hinges = nullptr;
     unsigned* members = nullptr;
@@ -252,8 +252,9 @@ private:
         store_in_order(batch, end);
     }
 
-    /// Adds what the edges between a member and lower-numbered members give. For the others zeros are
-    /// added, which is cheaper than a jump that no processor can guess, and changes no bit.
+    /// Adds the terms of the edges between a member and lower-numbered members. For the others
+    /// zeros are added, which is cheaper than a branch that cannot be predicted, and changes no
+    /// bit.
     void add_hinges(unsigned e, double (&t)[6]) const noexcept {
         const face& f = faces[e];
         const unsigned member = marks.stamp + 1;

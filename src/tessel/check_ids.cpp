@@ -16,11 +16,11 @@ namespace zel::tessel {
 
 namespace {
 
-// An entry x passes a row when x + offset does not exceed limit, in 32-bit wrap-around: offset 0 and
-// limit bound - 1 ask for x < bound; offset 1 and limit bound let 0xFFFFFFFF pass too, since it wraps
-// to 0. Both tests are one addition and one comparison, so that rows with different rules make one
-// vector loop. The top bit is flipped on both sides (adding it flips it), which turns the comparison
-// into the signed one that every vector unit has.
+// An entry x passes a row when x + offset does not exceed limit, in 32-bit wrap-around: offset 0
+// and limit bound - 1 test x < bound; offset 1 and limit bound let 0xFFFFFFFF pass too, since it
+// wraps to 0. Both tests are one addition and one comparison, so that rows with different rules
+// make one vector loop. The top bit is flipped on both sides (adding it flips it), which turns the
+// comparison into the signed one that every vector unit has.
 constexpr unsigned top_bit = 0x80000000U;
 
 struct rule {

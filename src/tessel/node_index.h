@@ -2,10 +2,10 @@
 // The search structure of a node detector: grids within grids over the nodes of a planar mesh.
 #pragma once
 
-// A grid of equal cells lies over the box of the nodes, and the nodes are sorted by cell, so that those
-// of neighbouring cells of a row stand side by side. The nodes of a crowded cell have a grid of their
-// own over their box, and so on: clusters cost no more than even nodes. A grid that is mostly empty gets
-// larger cells, so that a search does not walk through empty ones.
+// A grid of equal cells lies over the box of the nodes, and the nodes are sorted by cell, so that
+// those of neighbouring cells of a row are contiguous. The nodes of a crowded cell have a grid of
+// their own over their box, and so on: clusters cost no more than even nodes. A grid that is mostly
+// empty gets larger cells, so that a search does not walk through empty ones.
 //
 // Where a grid does not part the nodes, because most of them lie in one cell or because its sizes are
 // out of the range of numbers, they are cut into halves of equal count. This bounds the depth.
@@ -41,12 +41,11 @@ struct branch {
     unsigned cells[2];    ///< grid: their counts. Else 0
     double cut_place; ///< cut: nodes to its left have coordinates up to it, to its right from it on
     std::size_t cut_axis; ///< cut: of the coordinate
-    std::size_t
-        first_begin; ///< grid: where `numbers` holds the first node of each cell. Cut: the first
-                     ///< node to the right
-    std::size_t
-        first_child; ///< grid: where `numbers` holds the branch of each crowded cell, 0 if none
-                     ///< is crowded. Cut: the first of two branches
+    /// Grid: where `numbers` holds the first node of each cell. Cut: the first node to the right.
+    std::size_t first_begin;
+    /// Grid: where `numbers` holds the branch of each crowded cell, 0 if none is crowded. Cut: the first
+    /// of two branches.
+    std::size_t first_child;
 
     bool is_point() const noexcept { return low[0] == high[0] && low[1] == high[1]; }
     bool is_grid() const noexcept { return cells[0] > 0; }

@@ -27,7 +27,7 @@ struct around {
 /// threads at once.
 struct call {
     std::string function; ///< as in functions.txt
-    std::string options;  ///< tells apart the calls of one function
+    std::string options;  ///< distinguishes the calls of one function
     std::function<outcome(const around&)> run;
 
     std::string name() const { return function + ": " + options; }

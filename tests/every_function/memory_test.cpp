@@ -26,7 +26,7 @@ constexpr std::uint64_t none = 0xFFFFFFFFu;
 
 // ---------------------------------------------------------------------------- what may be left behind
 
-/// Tells whether outputs are what the function promises after an allocation has failed. `whole` is the
+/// Returns true if outputs are what the function promises after an allocation has failed. `whole` is the
 /// outcome with enough memory.
 using promise = std::function<bool(const outcome& o, const outcome& whole)>;
 
@@ -164,7 +164,7 @@ bool appended_in_part(const outcome& o, const outcome& whole) {
     return left_out(o.after[0].bits, whole.after[0].bits) &&
            o.after[0].bits.size() >= o.before[0].bits.size();
 }
-/// The answer is false, and nothing has changed.
+/// The function returns false, and nothing has changed.
 bool answers_false(const outcome& o, const outcome&) {
     return o.status == 0 && o.after == o.before;
 }

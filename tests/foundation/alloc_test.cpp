@@ -55,7 +55,7 @@ TEST(Allocator, MatricesGrowAcrossTheLimitBetweenSmallAndLarge) {
     }
 }
 
-#if !defined(__SANITIZE_ADDRESS__) // which ends the program where the system answers null
+#if !defined(__SANITIZE_ADDRESS__) // which ends the program where the system returns null
 TEST(Allocator, AbsurdRequestsReturnNull) {
     for (const std::size_t bytes : {~std::size_t{0}, ~std::size_t{0} / 2, std::size_t{1} << 60})
         EXPECT_EQ(nullptr, zel::__vector_num_alloc(bytes));

@@ -24,7 +24,7 @@ constexpr double nan = zel_test::nan; // of two by that name
 
 constexpr double slack = 1e-6;
 
-/// A searcher that always answers the same two nodes and counts the questions.
+/// A searcher that always returns the same two nodes and counts its calls.
 struct fixed_searcher {
     unsigned close;
     unsigned closest;

@@ -126,7 +126,7 @@ TEST(MinimumMetric, TensorsOfAnySizeAreCombined) {
 }
 
 TEST(MinimumMetric, CommonDirectionsAreRecovered) {
-    // Tensors made from one oblique basis: the answer is known.
+    // Tensors made from one oblique basis: the result is known.
     for (std::uint64_t seed = 1; seed <= 200; ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         random_numbers random(seed);

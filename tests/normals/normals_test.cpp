@@ -287,8 +287,7 @@ TEST(Normals, PowersBeyondTheExtremesAndNaNWeightAlikeAndScale) {
     }
 }
 TEST(Normals, ThePowersNextToTheExtremesAreOrdinary) {
-    const mesh m =
-        crease(); // 3^power is infinite, 1^power is 1: infinity times a zero is no number
+    const mesh m = crease(); // 3^power is infinite, 1^power is 1: infinity times a zero is NaN
     const double power = std::nextafter(largest, 0);
     const auto N = node_normals(m, power, true);
     EXPECT_TRUE(std::isnan(N(0, 0)));

@@ -138,7 +138,7 @@ TEST(Offset, ATensorOfZerosGoesThroughAllTests) {
     EXPECT_EQ(-2, offset(s.pos, cells({{0, 2, 8}}), s.N, zero_tensor));
     EXPECT_EQ(-3, offset(s.pos, s.connect, dense2D<double>(2, 8, 0.0), zero_tensor));
     EXPECT_EQ(-3, offset(s.pos, cells({{0, 2, 8}}), zero_tensor));
-    s.N(0, 0) = infinity; // zero times infinity is no number
+    s.N(0, 0) = infinity; // zero times infinity is NaN
     EXPECT_EQ(0, offset(s.pos, s.connect, s.N, zero_tensor));
     EXPECT_TRUE(std::isnan(s.pos(0, 0)));
     EXPECT_EQ(point(0, 0, 1), column(s.pos, 3));
@@ -339,7 +339,7 @@ std::vector<form> forms() {
     };
 }
 
-/// `spoil` makes arguments unusable; the forms with and without vectors have to answer as given, and to
+/// `spoil` makes arguments unusable; the forms with and without vectors have to return the given status, and to
 /// change nothing but to clear `out` where a distance is given.
 void expect_refused(int with_vectors, int without, const std::function<void(pyramid&)>& spoil) {
     for (const form& f : forms()) {

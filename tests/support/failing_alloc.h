@@ -17,7 +17,7 @@ void fail_for_good(bool on);
 /// allocator was armed; arming with 0 only forgets.
 bool disarm_allocator();
 
-/// Tells whether an allocation has failed since the allocator was armed.
+/// Returns true if an allocation has failed since the allocator was armed.
 bool allocation_failed();
 
 /// What lives now, and the most bytes that lived at one time since `reset_peak`.
