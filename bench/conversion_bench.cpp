@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fixtures.h"
 
-#include "examples/support/adjacency.h"
 #include "foundation/call_frame.h"
 #include "foundation/topology.h"
+#include "support/adjacency.h"
 #include "support/meshes.h"
 #include "zel/tessel2d/conversion.h"
 #include "zel/tessel2d/orientation.h"
@@ -414,7 +414,7 @@ reference visit(const dense2D<unsigned>& neighbors) {
 
 void mesh_reorient_half_flipped(benchmark::State& state) {
     const auto m = grid(true, side_for(state.range(0), true), static_cast<order>(state.range(1)));
-    auto beside = zel::examples::adjacency_of(m.connect, m.pos.cols).neighbors;
+    auto beside = zel_test::adjacency_of(m.connect, m.pos.cols).neighbors;
     auto cells = fresh_copy(m.connect);
     random_numbers random{5};
     for (std::size_t e = 1; e < cells.cols; ++e) {

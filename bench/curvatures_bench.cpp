@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "examples/support/adjacency.h"
 #include "fixtures.h"
+#include "support/adjacency.h"
 #include "zel/lapack.h"
 #include "zel/tessel2d.h"
 
@@ -19,7 +19,7 @@ enum order : std::int64_t { by_rows, shuffled };
 struct mesh {
     dense2D<double> pos; // 2 rows: the unit square; 3 rows: waves over it
     dense2D<unsigned> connect;
-    zel::examples::adjacency beside;
+    zel_test::adjacency beside;
     unsigned cells; // along a side
 };
 
@@ -56,7 +56,7 @@ mesh make_mesh(std::size_t dim, std::int64_t elements, std::int64_t how) {
         }
     }
     if (how == shuffled) shuffle_columns(m.connect, 3);
-    m.beside = zel::examples::adjacency_of(m.connect, nodes);
+    m.beside = zel_test::adjacency_of(m.connect, nodes);
     return m;
 }
 

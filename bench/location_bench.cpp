@@ -2,8 +2,8 @@
 #include "fixtures.h"
 #include "meshes.h"
 
-#include "examples/support/adjacency.h"
 #include "location/locate.h"
+#include "support/adjacency.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d/location.h"
 
@@ -22,12 +22,12 @@ constexpr double tolerance = 1e-6;
 /// A planar mesh of triangles with its adjacency, and its search tree.
 struct located {
     zel_bench::mesh m;
-    zel::examples::adjacency beside;
+    zel_test::adjacency beside;
     std::unique_ptr<node_tree> tree;
 
     located(std::int64_t triangles, std::int64_t how) : located(make_mesh(2, 3, triangles, how)) {}
     explicit located(zel_bench::mesh triangles) : m(std::move(triangles)) {
-        beside = zel::examples::adjacency_of(m.connect, m.pos.cols);
+        beside = zel_test::adjacency_of(m.connect, m.pos.cols);
         tree = std::make_unique<node_tree>(m.pos);
         tree->fill<triangle_cells>(m.connect);
     }

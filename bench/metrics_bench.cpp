@@ -2,8 +2,9 @@
 #include "fixtures.h"
 #include "meshes.h"
 
-#include "examples/support/adjacency.h"
+#include "foundation/call_frame.h"
 #include "metrics/blend.h"
+#include "support/adjacency.h"
 #include "zel/lapack.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d/generators.h"
@@ -214,11 +215,11 @@ BENCHMARK(metrics_gen_aniso3d)
 /// A planar mesh of triangles and 10^5 nodes of no element inside it.
 struct with_orphans {
     zel_bench::mesh m;
-    zel::examples::adjacency beside;
+    zel_test::adjacency beside;
     dense1D<unsigned, 8> nodes{100000};
 
     explicit with_orphans(std::int64_t triangles) : m(make_mesh(2, 3, triangles, jittered)) {
-        beside = zel::examples::adjacency_of(m.connect, m.pos.cols);
+        beside = zel_test::adjacency_of(m.connect, m.pos.cols);
         const std::size_t first = m.pos.cols;
         m.pos.resize(2, first + nodes.size);
         beside.ancestors.resize(first + nodes.size, zel::no_node);

@@ -4,12 +4,17 @@
 #include "zel/tessel.h"
 #include "zel/tessel2d/generators.h"
 
-#include "support/require.h"
-
+#include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 using namespace zel;
-using examples::require;
+
+static void require(bool condition, const char* what) {
+    if (condition) return;
+    std::puts(what);
+    std::abort();
+}
 
 static void lists() {
     //! [lists]

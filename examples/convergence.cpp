@@ -5,7 +5,7 @@
 // Ends with status 1 if a finer mesh does not give smaller errors, or a case fails.
 #include "zel/tessel2d.h"
 
-#include "support/adjacency.h"
+#include "zel/host/adjacency.h"
 
 #include <algorithm>
 #include <array>
@@ -121,11 +121,13 @@ struct errors {
 };
 
 errors principal_errors(const surface& s, const sample& m, double radius, unsigned most) {
-    const auto neighbors = zel::examples::adjacency_of(m.connect, m.points.cols).neighbors;
     zel::dense2D<double> k;
     errors result;
-    result.good = zel::tessel2d::principal_curvatures(m.points, m.connect, neighbors, radius, 3.2,
-                                                      most, {}, k) == 0;
+    zel::host::adjacency beside;
+    result.good = zel::host::build_adjacency(m.connect, m.points.cols, beside) == 0;
+    if (!result.good) return result;
+    result.good = zel::tessel2d::principal_curvatures(m.points, m.connect, beside.neighbors, radius,
+                                                      3.2, most, {}, k) == 0;
     if (!result.good) return result;
     double found = 0, expected = 0;
     for (const std::size_t i : m.inner) {

@@ -4,7 +4,7 @@
 // Ends with status 1 if a result is not the expected one.
 #include "zel/tessel2d.h"
 
-#include "support/adjacency.h"
+#include "zel/host/adjacency.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,14 +40,15 @@ bool bends_an_edge() {
     unsigned nodes[] = {0, 2, 1, 1, 2, 3, 0, 1, 4, 1, 5, 4};
     const auto pos = zel::dense2D<double>::wrap(corners, 3, 6);
     const auto connect = zel::dense2D<unsigned>::wrap(nodes, 3, 4);
-    const auto neighbors = zel::examples::adjacency_of(connect, 6).neighbors;
+    zel::host::adjacency beside;
+    if (zel::host::build_adjacency(connect, 6, beside) != 0) return false;
     const zel::dense2D<unsigned> no_hard_edges;
 
     zel::dense2D<double> curvatures;
     const double radius = 2;
     const double any_angle = 3.2;
     const int status = zel::tessel2d::principal_curvatures(
-        pos, connect, neighbors, radius, any_angle, 30, no_hard_edges, curvatures);
+        pos, connect, beside.neighbors, radius, any_angle, 30, no_hard_edges, curvatures);
     // One edge of length 1 bends by pi/2 in a patch of area 2, toward the normals: at node 0, k1 is
     // pi/4 and k2 is 0. u1, in rows 0 to 2, runs along the edge: it is (0, 1, 0) or (0, -1, 0).
     //! [principal]

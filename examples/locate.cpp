@@ -2,7 +2,7 @@
 //
 // Location and fields: the element that holds a point, and a field carried onto other points.
 // Ends with status 1 if a result is not the expected one.
-#include "support/adjacency.h"
+#include "zel/host/adjacency.h"
 #include "zel/tessel2d.h"
 
 #include <cmath>
@@ -14,12 +14,13 @@ constexpr unsigned none = 0xFFFFFFFFu;
 
 bool finds_elements() {
     //! [which_element]
-    // Two squares side by side. Adjacency comes from the host; the helper builds it in linear time.
+    // Two squares side by side. Neighbours and ancestors come from the program, here by the host tools.
     double corners[] = {0, 0, 1, 0, 2, 0, 0, 1, 1, 1, 2, 1};
     unsigned quads[] = {0, 1, 4, 3, 1, 2, 5, 4};
     const auto pos = zel::dense2D<double>::wrap(corners, 2, 6);
     const auto connect = zel::dense2D<unsigned>::wrap(quads, 4, 2);
-    const auto beside = zel::examples::adjacency_of(connect, pos.cols);
+    zel::host::adjacency beside;
+    if (zel::host::build_adjacency(connect, pos.cols, beside) != 0) return false;
     const zel::tessel::node_detector detector(pos);
 
     unsigned right, outside;
@@ -41,7 +42,8 @@ bool carries_a_field() {
     unsigned triangles[] = {0, 1, 2, 0, 2, 3};
     const auto pos = zel::dense2D<double>::wrap(places, 2, 6);
     const auto connect = zel::dense2D<unsigned>::wrap(triangles, 3, 2);
-    const auto beside = zel::examples::adjacency_of(connect, pos.cols); // no ancestor for 4 and 5
+    zel::host::adjacency beside; // no ancestor for 4 and 5
+    if (zel::host::build_adjacency(connect, pos.cols, beside) != 0) return false;
 
     // Two components at each node: x + y and 10 x. The columns of the two points are filled.
     double values[] = {0, 0, 1, 10, 2, 10, 1, 0, -1, -1, -1, -1};
@@ -63,7 +65,8 @@ bool carries_a_scalar() {
     unsigned quad[] = {0, 1, 2, 3};
     const auto pos = zel::dense2D<double>::wrap(places, 2, 5);
     const auto connect = zel::dense2D<unsigned>::wrap(quad, 4, 1);
-    const auto beside = zel::examples::adjacency_of(connect, pos.cols);
+    zel::host::adjacency beside;
+    if (zel::host::build_adjacency(connect, pos.cols, beside) != 0) return false;
 
     double values[] = {0, 1, 3, 2, -1};
     unsigned wanted[] = {4};

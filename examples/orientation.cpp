@@ -2,7 +2,7 @@
 //
 // Orientation: turning elements over, making a surface agree with itself, collapsed quadrilaterals.
 // Ends with status 1 if a result is not the expected one.
-#include "support/adjacency.h"
+#include "zel/host/adjacency.h"
 #include "zel/tessel2d.h"
 
 #include <cstdio>
@@ -46,8 +46,9 @@ bool reorients() {
     // The second triangle runs the common edge from 1 to 2 as the first one does.
     unsigned nodes[] = {0, 1, 2, 1, 2, 3};
     auto connect = zel::dense2D<unsigned>::wrap(nodes, 3, 2);
-    zel::dense2D<unsigned> neighbors = zel::examples::adjacency_of(connect, 4).neighbors;
-    const int turned = zel::tessel2d::mesh_reorient(connect, neighbors, 0, 1);
+    zel::host::adjacency beside;
+    if (zel::host::build_adjacency(connect, 4, beside) != 0) return false;
+    const int turned = zel::tessel2d::mesh_reorient(connect, beside.neighbors, 0, 1);
     // turned is 1: the second triangle is (3, 2, 1). Element 0, the seed, stays.
     //! [reorient]
     return turned == 1 && nodes[3] == 3 && nodes[4] == 2 && nodes[5] == 1;

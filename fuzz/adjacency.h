@@ -6,7 +6,7 @@
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
 
-#include "examples/support/adjacency.h"
+#include "support/adjacency.h"
 
 #include <algorithm>
 #include <set>
@@ -79,7 +79,7 @@ inline adjacency beside(input& in, const dense2D<unsigned>& elements, std::size_
         a.ancestors = node_list(in, in.one_in(8) ? in.below(12) : nodes, connect.cols);
         return a;
     }
-    const auto found = zel::examples::adjacency_of(connect, nodes);
+    const auto found = zel_test::adjacency_of(connect, nodes);
     a.neighbors = laid_out(in, found.neighbors);
     a.ancestors = laid_out(in, found.ancestors);
     // Any element of a node will do.

@@ -40,7 +40,7 @@ void build(input& in) {
     const bool good = connect.empty() || is_surface(connect, nodes);
     require_status(status, good ? 0 : -1);
     if (status != 0 || connect.empty()) return;
-    const auto expected = zel::examples::adjacency_of(plain_copy(connect), nodes);
+    const auto expected = zel_test::adjacency_of(plain_copy(connect), nodes);
     require(same(zel_fuzz::elements(expected.neighbors), zel_fuzz::elements(a.neighbors)),
             "neighbours are those of a plain search");
     require(same(zel_fuzz::elements(expected.ancestors), zel_fuzz::elements(a.ancestors)),

@@ -6,7 +6,7 @@
 // Both sides of a row run in turn, at least five rounds; what counts is the smallest time of each. The inputs
 // are made in the form that each side works on before the clock starts. "limit" is the time in which the
 // memory that the task must write (or, where it writes little, read) is passed over in the same rounds.
-#include "examples/support/adjacency.h"
+#include "support/adjacency.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d.h"
 
@@ -324,7 +324,7 @@ void surfaces(std::size_t elements, bool shuffled) {
                  for (const auto f : peer.faces()) theirs += peer.calc_face_area(f);
              },
              [&] { return std::abs(ours - theirs) <= 1e-10 * ours; }});
-    const auto beside = examples::adjacency_of(m.connect, m.pos.cols);
+    const auto beside = zel_test::adjacency_of(m.connect, m.pos.cols);
     dense1D<unsigned, 8> starts, around;
     std::vector<unsigned> peer_starts, peer_around;
     const auto circulate = [&] {
@@ -368,12 +368,12 @@ void surfaces(std::size_t elements, bool shuffled) {
         run({"stars with adjacency" + state,
              power(m.connect.cols),
              "OpenMesh",
-             "ours with the adjacency of the examples; OpenMesh builds half-edges",
+             "ours with the adjacency of the tests; OpenMesh builds half-edges",
              items,
              m.connect.cols * 28,
              {},
              [&] {
-                 const auto built = examples::adjacency_of(m.connect, m.pos.cols);
+                 const auto built = zel_test::adjacency_of(m.connect, m.pos.cols);
                  get_connected_elements(m.connect, built.neighbors, built.ancestors, starts,
                                         around);
              },

@@ -22,7 +22,7 @@ constexpr unsigned upward = 4;
 dense2D<unsigned> curved_edges(dense2D<double>& pos) {
     const unsigned count = 2 * (across + upward);
     dense2D<double> finer;
-    examples::add_outline(finer, sail(), 2 * across, 2 * upward, 2);
+    add_outline(finer, sail(), 2 * across, 2 * upward, 2);
 
     const std::size_t nodes = pos.cols;
     dense2D<unsigned> edges(3, count);

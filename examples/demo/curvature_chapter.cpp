@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "demo/chapters.h"
 #include "demo/measure.h"
-#include "support/adjacency.h"
 #include "support/require.h"
+#include "zel/host/adjacency.h"
 #include "zel/tessel2d.h"
 
 #include <algorithm>
@@ -20,7 +20,8 @@ struct curvatures {
 };
 
 curvatures curvatures_of(const examples::mesh& m, double radius) {
-    const auto beside = examples::adjacency_of(m.connect, m.pos.cols);
+    host::adjacency beside;
+    require(host::build_adjacency(m.connect, m.pos.cols, beside), "build_adjacency");
     const dense2D<unsigned> no_hard_edges;
     dense2D<double> found;
     require(tessel2d::principal_curvatures(m.pos, m.connect, beside.neighbors, radius, 1.2, 2000,

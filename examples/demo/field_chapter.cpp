@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "demo/chapters.h"
 #include "demo/measure.h"
-#include "support/adjacency.h"
-#include "support/outline.h"
+#include "demo/outline.h"
 #include "support/require.h"
+#include "zel/host/adjacency.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d.h"
 
@@ -44,10 +44,9 @@ dense2D<unsigned> grid_over(dense2D<double>& pos) {
     const auto at = [=](double u, double v) {
         return point{low[0] + u * (high[0] - low[0]), low[1] + v * (high[1] - low[1]), 0};
     };
-    const examples::four_sides box{
-        [=](double t) { return at(t, 0); }, [=](double t) { return at(1, t); },
-        [=](double t) { return at(t, 1); }, [=](double t) { return at(0, t); }};
-    const auto loop = examples::add_outline(pos, box, grid_across, grid_upward, 2);
+    const four_sides box{[=](double t) { return at(t, 0); }, [=](double t) { return at(1, t); },
+                         [=](double t) { return at(t, 1); }, [=](double t) { return at(0, t); }};
+    const auto loop = add_outline(pos, box, grid_across, grid_upward, 2);
     dense2D<unsigned> grid;
     require(tessel2d::mesh_struct_Q4(pos, loop, grid_upward, grid), "mesh_struct_Q4");
     return grid;
@@ -72,7 +71,7 @@ dense2D<unsigned> coarse(const dense2D<unsigned>& grid) {
 using segment = std::array<point, 2>;
 
 /// The sides that only one triangle has.
-std::vector<segment> border_of(const examples::mesh& m, const examples::adjacency& beside) {
+std::vector<segment> border_of(const examples::mesh& m, const host::adjacency& beside) {
     std::vector<segment> border;
     for (std::size_t e = 0; e < m.connect.cols; ++e) {
         for (unsigned k = 0; k < 3; ++k) {
@@ -128,7 +127,7 @@ examples::mesh cells_where(const examples::mesh& m, const std::vector<segment>& 
 }
 
 /// Whether a search finds a triangle around each of the nodes from `first` on.
-std::vector<bool> found_by_search(const examples::mesh& land, const examples::adjacency& beside,
+std::vector<bool> found_by_search(const examples::mesh& land, const host::adjacency& beside,
                                   const dense2D<double>& pos, std::size_t first) {
     const tessel::node_detector detector(land.pos);
     std::vector<bool> found;
@@ -156,7 +155,8 @@ void field_chapter(book& b) {
         {"get_element_containing_point", "interpolate", "mesh_struct_Q4"});
     s.columns = 3;
     examples::mesh m = examples::deep_copy(b.island);
-    const auto beside_alone = examples::adjacency_of(m.connect, m.pos.cols);
+    host::adjacency beside_alone;
+    require(host::build_adjacency(m.connect, m.pos.cols, beside_alone), "build_adjacency");
     const std::vector<segment> border = border_of(m, beside_alone);
     const std::size_t nodes = m.pos.cols;
     examples::mesh grid;
@@ -164,7 +164,8 @@ void field_chapter(book& b) {
     grid.pos = m.pos;
 
     // Two components: the waves, and a plane field for the check. The grid's nodes start without.
-    const auto beside = examples::adjacency_of(m.connect, m.pos.cols);
+    host::adjacency beside;
+    require(host::build_adjacency(m.connect, m.pos.cols, beside), "build_adjacency");
     dense2D<double> values(2, m.pos.cols, 0.0);
     dense1D<unsigned, 8> wanted(m.pos.cols - nodes);
     require(values.cols == m.pos.cols && wanted.size == m.pos.cols - nodes, "memory is exhausted");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "demo/chapters.h"
-#include "support/outline.h"
+#include "demo/outline.h"
 #include "support/require.h"
 #include "zel/tessel2d.h"
 
@@ -85,10 +85,10 @@ void metric_chapter(book& b) {
     const auto straight = [](double x0, double y0, double x1, double y1) {
         return [=](double t) { return point{x0 + t * (x1 - x0), y0 + t * (y1 - y0), 0}; };
     };
-    const examples::four_sides square{straight(0, 0, 1, 0), straight(1, 0, 1, 1),
-                                      straight(0, 1, 1, 1), straight(0, 0, 0, 1)};
+    const four_sides square{straight(0, 0, 1, 0), straight(1, 0, 1, 1), straight(0, 1, 1, 1),
+                            straight(0, 0, 0, 1)};
     examples::mesh m;
-    const auto loop = examples::add_outline(m.pos, square, cells, cells, 2);
+    const auto loop = add_outline(m.pos, square, cells, cells, 2);
     const std::size_t given = m.pos.cols;
     dense2D<double> tensors(3, given);
     require(tensors.cols == given, "memory is exhausted");

@@ -57,8 +57,7 @@ void patch_chapter(book& b) {
     }
 
     examples::mesh outline;
-    const auto loop =
-        examples::add_outline(outline.pos, sail(), sail_cells_across, sail_cells_upward, 2);
+    const auto loop = add_outline(outline.pos, sail(), sail_cells_across, sail_cells_upward, 2);
     t.rows.push_back({"The outline alone", examples::whole(outline.pos.cols), "–",
                       examples::fixed(area_within(outline, loop), 6), "–", "–", "–"});
     add_table(s, t);

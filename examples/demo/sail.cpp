@@ -13,12 +13,12 @@ namespace {
 constexpr double pi = 3.14159265358979323846;
 
 dense1D<unsigned, 8> add_sail(dense2D<double>& pos, unsigned across, unsigned upward) {
-    return examples::add_outline(pos, sail(), across, upward, 2);
+    return add_outline(pos, sail(), across, upward, 2);
 }
 
 } // namespace
 
-examples::four_sides sail() {
+four_sides sail() {
     using examples::point;
     return {[](double t) {
                 return point{4 * t, 0.32 * std::sin(2 * pi * t), 0};

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "support/outline.h"
+#include "demo/outline.h"
 
 namespace zel::demo {
 
 /// A patch with four curved sides: waves below, a bow above, the sides bent to the right.
-examples::four_sides sail();
+four_sides sail();
 
 constexpr unsigned sail_cells_across = 16;
 constexpr unsigned sail_cells_upward = 10;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "demo/chapters.h"
 #include "demo/measure.h"
-#include "support/outline.h"
+#include "demo/outline.h"
 #include "support/require.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d.h"
@@ -28,7 +28,7 @@ void close_the_turn(examples::mesh& m) {
 /// runs downwards: what lies to the left of a line is swept into counterclockwise elements.
 examples::mesh graded_strip() {
     examples::mesh m;
-    const auto profile = examples::add_line(
+    const auto profile = add_line(
         m.pos,
         [](double t) {
             return point{0.3 * std::sin(pi * t), 1.6 * (1 - t), 0};
@@ -43,7 +43,7 @@ examples::mesh graded_strip() {
 /// A radius swept once around.
 examples::mesh ring() {
     examples::mesh m;
-    const auto profile = examples::add_line(
+    const auto profile = add_line(
         m.pos,
         [](double t) {
             return point{1 + t, 0, 0};
@@ -63,7 +63,7 @@ examples::mesh boundary_layer() {
         const double angle = -2 * pi * t;
         return point{std::cos(angle), 0.34 * std::sin(angle) * (1 - 0.55 * std::cos(angle)), 0};
     };
-    const auto profile = examples::add_line(m.pos, drop, 96, true, 2);
+    const auto profile = add_line(m.pos, drop, 96, true, 2);
     require(tessel2d::extrude_normal_Q4(m.pos, profile, 0.25, 0.006, 0.06, false, m.connect),
             "extrude_normal_Q4");
     return m;
@@ -76,7 +76,7 @@ examples::mesh vase() {
         return point{0.62 + 0.40 * std::sin(2 * pi * (t - 0.06)) * (1 - 0.35 * t) + 0.12 * t, 0,
                      2.6 * t};
     };
-    const auto profile = examples::add_line(m.pos, wall, 28, false, 3);
+    const auto profile = add_line(m.pos, wall, 28, false, 3);
     require(tessel2d::extrude_rotate_Q4(m.pos, profile, vector3{0, 0, 0}, vector3{0, 0, 2 * pi}, 56,
                                         m.connect),
             "extrude_rotate_Q4");
@@ -87,7 +87,7 @@ examples::mesh vase() {
 /// A radius that turns one and a half times and climbs meanwhile.
 examples::mesh helix() {
     examples::mesh m;
-    const auto profile = examples::add_line(
+    const auto profile = add_line(
         m.pos,
         [](double t) {
             return point{0.4 + 1.1 * t, 0, 0};
@@ -105,7 +105,7 @@ examples::mesh spring() {
     const auto section = [](double t) {
         return point{1.5 + 0.32 * std::cos(2 * pi * t), 0, 0.32 * std::sin(2 * pi * t)};
     };
-    const auto profile = examples::add_line(m.pos, section, 16, true, 3);
+    const auto profile = add_line(m.pos, section, 16, true, 3);
     require(tessel2d::extrude_spiral_T3(m.pos, profile, vector3{0, 0, 0}, vector3{0, 0, 5 * pi},
                                         vector3{0, 0, 2.6}, 150, 2, m.connect),
             "extrude_spiral_T3");

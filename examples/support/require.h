@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "zel/host/messages.h"
+
 #include <stdexcept>
 #include <string>
 
@@ -12,12 +14,10 @@ inline void require(bool condition, const std::string& what) {
     if (!condition) throw std::runtime_error(what);
 }
 
-/// Passes a status on. A negative one ends the work with a message that names the call: -k is the
-/// k-th argument, -199 stands for exhausted memory.
-inline int require(int status, const std::string& call) {
-    if (status == -199) throw std::runtime_error(call + ": memory is exhausted");
+/// Passes a status on. A negative one ends the work with the sentence that the function's header has for it.
+inline int require(int status, const std::string& function) {
     if (status < 0) {
-        throw std::runtime_error(call + ": argument " + std::to_string(-status) + " is unusable");
+        throw std::runtime_error(function + ": " + host::explain(function.c_str(), status));
     }
     return status;
 }

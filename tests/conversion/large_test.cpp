@@ -6,7 +6,7 @@
 #include "zel/tessel2d/conversion.h"
 #include "zel/tessel2d/orientation.h"
 
-#include "examples/support/adjacency.h"
+#include "support/adjacency.h"
 
 #include <cmath>
 
@@ -133,7 +133,7 @@ TEST_F(LargeStrip, IsCutIntoTrianglesInEachWay) {
 }
 
 TEST_F(LargeStrip, IsReorientedFromOneEndToTheOther) {
-    const auto beside = zel::examples::adjacency_of(strip.connect, strip.pos.cols);
+    const auto beside = zel_test::adjacency_of(strip.connect, strip.pos.cols);
     auto connect = fresh_copy(strip.connect);
     auto neighbors = fresh_copy(beside.neighbors);
     for (unsigned e = 1; e < m; e += 2) {

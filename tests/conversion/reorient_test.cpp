@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "zel/tessel2d/orientation.h"
 
-#include "examples/support/adjacency.h"
+#include "support/adjacency.h"
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
@@ -12,9 +12,9 @@ namespace {
 
 using namespace zel_test;
 using testing::ElementsAre;
-using zel::examples::adjacency_of;
 using zel::tessel2d::flip;
 using zel::tessel2d::mesh_reorient;
+using zel_test::adjacency_of;
 
 const unsigned none = no_node;
 

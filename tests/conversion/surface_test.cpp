@@ -4,8 +4,8 @@
 #include "zel/tessel2d/conversion.h"
 #include "zel/tessel2d/orientation.h"
 
-#include "examples/support/adjacency.h"
 #include "foundation/topology.h"
+#include "support/adjacency.h"
 #include "support/checks.h"
 #include "support/meshes.h"
 #include "zel/tessel2d/measures.h"
@@ -17,7 +17,7 @@ namespace {
 
 using namespace zel_test;
 using namespace zel::tessel2d;
-using zel::examples::adjacency_of;
+using zel_test::adjacency_of;
 
 mesh scanned_surface() {
     std::ifstream in(ZEL_TEST_DATA "/../examples/data/bunny.off");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "every_function/inputs.h"
 
-#include "examples/support/adjacency.h"
+#include "support/adjacency.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +18,7 @@ constexpr unsigned cells_y = 11;
 // ------------------------------------------------------------------------------------------ meshes
 
 shared_mesh with_adjacency(std::string name, zel::element_type type, mesh m) {
-    auto beside = zel::examples::adjacency_of(m.connect, m.pos.cols);
+    auto beside = zel_test::adjacency_of(m.connect, m.pos.cols);
     return {std::move(name), type, m.pos, m.connect, beside.neighbors, beside.ancestors};
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "examples/support/adjacency.h"
+#include "support/adjacency.h"
 
 #include <gmock/gmock.h>
 
@@ -15,8 +15,8 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using zel::dense2D;
-using zel::examples::adjacency;
-using zel::examples::adjacency_of;
+using zel_test::adjacency;
+using zel_test::adjacency_of;
 
 constexpr unsigned none = 0xFFFFFFFFu;
 

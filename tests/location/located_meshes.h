@@ -2,7 +2,7 @@
 #pragma once
 
 // Meshes for tests of location and interpolation, with their adjacency, and what is known about them.
-#include "examples/support/adjacency.h"
+#include "support/adjacency.h"
 #include "support/checks.h"
 #include "support/meshes.h"
 #include "zel/element_type.h"
@@ -23,7 +23,7 @@ struct adjacent_mesh {
 
     adjacent_mesh(std::string called, zel::element_type kind, const mesh& m)
         : name(std::move(called)), type(kind), pos(m.pos), connect(m.connect) {
-        const auto beside = zel::examples::adjacency_of(connect, pos.cols);
+        const auto beside = zel_test::adjacency_of(connect, pos.cols);
         neighbors = beside.neighbors;
         ancestors = beside.ancestors;
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "examples/support/adjacency.h"
 #include "measures/side_by_side.h"
 #include "measures/stamp_marks.h"
+#include "support/adjacency.h"
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
@@ -18,9 +18,9 @@ namespace {
 using namespace zel_test;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using zel::examples::adjacency;
-using zel::examples::adjacency_of;
 using zel::tessel2d::get_connected_elements;
+using zel_test::adjacency;
+using zel_test::adjacency_of;
 
 struct stars {
     int status = 0;

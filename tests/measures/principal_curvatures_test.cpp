@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tests of `principal_curvatures`.
-#include "examples/support/adjacency.h"
 #include "geometry/tangent_frame.h"
+#include "support/adjacency.h"
 #include "support/checks.h"
 #include "support/curvature_reference.h"
 #include "support/failing_alloc.h"
@@ -17,8 +17,8 @@
 namespace {
 
 using namespace zel_test;
-using zel::examples::adjacency_of;
 using zel::tessel2d::principal_curvatures;
+using zel_test::adjacency_of;
 
 const double pi = std::acos(-1.0);
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/outline.h"
+#include "demo/outline.h"
 
 #include "support/require.h"
 
 #include <algorithm>
 
-namespace zel::examples {
+namespace zel::demo {
 
 dense1D<unsigned, 8> add_outline(dense2D<double>& pos, const four_sides& sides, unsigned m,
                                  unsigned n, unsigned dimension) {
@@ -13,10 +13,11 @@ dense1D<unsigned, 8> add_outline(dense2D<double>& pos, const four_sides& sides, 
     const std::size_t count = 2 * (std::size_t{m} + n);
     const std::size_t rows = pos.empty() ? dimension : pos.rows;
     dense1D<unsigned, 8> loop(count + 1);
-    require(pos.resize(rows, first + count) && loop.size == count + 1, "memory is exhausted");
+    examples::require(pos.resize(rows, first + count) && loop.size == count + 1,
+                      "memory is exhausted");
 
     std::size_t k = 0;
-    const auto place = [&](const point& p) {
+    const auto place = [&](const examples::point& p) {
         std::copy_n(p.begin(), rows, pos[first + k]);
         loop[k] = static_cast<unsigned>(first + k);
         ++k;
@@ -35,9 +36,10 @@ dense2D<unsigned> add_line(dense2D<double>& pos, const curve& line, unsigned cel
     const std::size_t count = std::size_t{cells} + (closed ? 0 : 1);
     const std::size_t rows = pos.empty() ? dimension : pos.rows;
     dense2D<unsigned> edges(2, cells);
-    require(pos.resize(rows, first + count) && edges.cols == cells, "memory is exhausted");
+    examples::require(pos.resize(rows, first + count) && edges.cols == cells,
+                      "memory is exhausted");
     for (std::size_t k = 0; k < count; ++k) {
-        const point p = line(static_cast<double>(k) / cells);
+        const examples::point p = line(static_cast<double>(k) / cells);
         std::copy_n(p.begin(), rows, pos[first + k]);
     }
     for (std::size_t k = 0; k < cells; ++k) {
@@ -47,4 +49,4 @@ dense2D<unsigned> add_line(dense2D<double>& pos, const curve& line, unsigned cel
     return edges;
 }
 
-} // namespace zel::examples
+} // namespace zel::demo

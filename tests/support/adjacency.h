@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// Which elements lie beside an element, and which element holds a node: the two inputs that point
-// location, interpolation, orientation repair and connected elements need from their host. The library
-// never builds them, since a host mostly has them at hand; this header does it for those who have not.
+// Neighbours and ancestors of a mesh, built without the host tools: what tests, benchmarks and fuzz drivers of the
+// library hand to the functions that ask for them, and what the host tools are compared with.
 #include "zel/dense.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <vector>
 
-namespace zel::examples {
+namespace zel_test {
+
+using zel::dense1D;
+using zel::dense2D;
 
 /// @var neighbors  rows x columns of the connectivity. Entry (k, e) is the element across local edge k
 ///                 of element e, or 0xFFFFFFFF. Edge k of a triangle joins nodes k + 1 and k + 2
@@ -120,4 +122,4 @@ inline adjacency adjacency_of(const dense2D<unsigned>& connect, std::size_t node
     return result;
 }
 
-} // namespace zel::examples
+} // namespace zel_test

@@ -5,10 +5,10 @@
 
 #include <functional>
 
-namespace zel::examples {
+namespace zel::demo {
 
 /// A curve by its parameter from 0 to 1.
-using curve = std::function<point(double)>;
+using curve = std::function<examples::point(double)>;
 
 /// The sides of a patch: `bottom` and `top` run from left to right, `left` and `right` upwards.
 /// They are taken to meet at the corners.
@@ -28,4 +28,4 @@ dense1D<unsigned, 8> add_outline(dense2D<double>& pos, const four_sides& sides, 
 dense2D<unsigned> add_line(dense2D<double>& pos, const curve& line, unsigned cells, bool closed,
                            unsigned dimension);
 
-} // namespace zel::examples
+} // namespace zel::demo
