@@ -38,6 +38,11 @@ inline unsigned turn_edge(unsigned i, unsigned corners) noexcept {
     return corners == 3 ? (i + 1) % 3 : (i + 3) % 4;
 }
 
+/// The row of neighbours that leads across the edge that starts at corner i: the other way around the node.
+inline unsigned turn_back_edge(unsigned i, unsigned corners) noexcept {
+    return corners == 3 ? (i + 2) % 3 : i;
+}
+
 /// Exchanges two numbers if `on` is 1 and not if it is 0, without a branch.
 inline void swap_if(unsigned on, unsigned& x, unsigned& y) noexcept {
     const unsigned change = (x ^ y) & (0U - on);

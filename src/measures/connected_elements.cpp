@@ -129,7 +129,7 @@ struct star_walk {
                 result = outcome::out_of_room;
             } else {
                 const unsigned ending = turn_edge(i, corners);
-                const unsigned starting = corners == 3 ? (i + 2) % 3 : i;
+                const unsigned starting = turn_back_edge(i, corners);
                 result = visit(across[e][starting]);
                 if (result == outcome::whole) result = visit(across[e][ending]);
             }

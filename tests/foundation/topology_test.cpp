@@ -60,6 +60,15 @@ TEST(Topology, TurnEdgeLeadsAcrossTheEdgeThatEndsAtTheNode) {
     for (unsigned i = 0; i < 4; ++i) EXPECT_EQ(quad[i], edge_nodes(quad, 4, turn_edge(i, 4)).b);
 }
 
+TEST(Topology, TurnBackEdgeLeadsAcrossTheEdgeThatStartsAtTheNode) {
+    const unsigned triangle[3] = {10, 11, 12};
+    for (unsigned i = 0; i < 3; ++i)
+        EXPECT_EQ(triangle[i], edge_nodes(triangle, 3, turn_back_edge(i, 3)).a);
+    const unsigned quad[4] = {10, 11, 12, 13};
+    for (unsigned i = 0; i < 4; ++i)
+        EXPECT_EQ(quad[i], edge_nodes(quad, 4, turn_back_edge(i, 4)).a);
+}
+
 // After turning over, each row of neighbours leads across the same pair of nodes as before.
 TEST(Topology, TurningOverKeepsNeighborsAtTheirEdges) {
     for (const unsigned corners : {3U, 4U}) {
