@@ -146,7 +146,7 @@ public:
     /// many slots.
     bool rehash(std::uint64_t requested) noexcept;
 
-    /// The slot that holds the key of `value`. If there was none, `value` is put into a new slot
+    /// The slot that holds the key of `value`. If there was none, `value` is put into a free slot
     /// and `item_count` grows; otherwise the payload stays. Returns null, with nothing changed, if
     /// memory is exhausted.
     slot* find_or_insert(std::uint64_t hash, Value value) noexcept;
