@@ -11,7 +11,7 @@ from pathlib import Path
 
 root = Path(__file__).resolve().parents[2]
 words = "SPDX-License-Identifier: Apache-2.0"
-marks = {".h": "//", ".cpp": "//", ".js": "//", ".mjs": "//", ".py": "#", ".cmake": "#", ".sh": "#"}
+marks = {".h": "//", ".cpp": "//", ".js": "//", ".mjs": "//", ".py": "#", ".pyi": "#", ".cmake": "#", ".sh": "#"}
 
 
 def sources():
