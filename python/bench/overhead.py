@@ -2,6 +2,8 @@
 """How long calls take on one triangle, beside a call of Python that does nothing.
 
     PYTHONPATH=build/release/python python3 python/bench/overhead.py
+
+Rounds are short and take turns, so that each call has undisturbed ones also on a machine that is busy.
 """
 
 import timeit
@@ -27,11 +29,15 @@ calls: Dict[str, Callable[[], object]] = {
 }
 
 
-def microseconds(call: Callable[[], object], number: int = 20000) -> float:
-    """The least of several rounds."""
-    return min(timeit.repeat(call, number=number, repeat=15)) / number * 1e6
+def microseconds(number: int = 2000, rounds: int = 40) -> Dict[str, float]:
+    """The least of several rounds, for each call."""
+    least = {name: float("inf") for name in calls}
+    for _ in range(rounds):
+        for name, call in calls.items():
+            least[name] = min(least[name], timeit.timeit(call, number=number) / number * 1e6)
+    return least
 
 
 if __name__ == "__main__":
-    for name, call in calls.items():
-        print(f"{name:28}{microseconds(call):8.3f} us")
+    for name, time in microseconds().items():
+        print(f"{name:28}{time:8.3f} us")

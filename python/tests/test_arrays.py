@@ -68,13 +68,15 @@ def test_results_hand_over_the_memory_of_the_library():
 
 
 def test_five_passes_over_a_large_mesh_take_no_memory():
-    loop = np.arange(4 * 700 + 1, dtype=np.uint32) % (4 * 700)
-    s = np.linspace(0, 1, 701)[:-1]
-    o = np.zeros(700)
+    n = 1000
+    loop = np.arange(4 * n + 1, dtype=np.uint32) % (4 * n)
+    s = np.linspace(0, 1, n + 1)[:-1]
+    o = np.zeros(n)
     pos = np.concatenate(
         [np.c_[s, o], np.c_[o + 1, s], np.c_[1 - s, o + 1], np.c_[o, 1 - s]]
     )
-    mesh = t.mesh_struct_Q4(pos, loop, 700)
+    mesh = t.mesh_struct_T3(pos, loop, n)
+    assert len(mesh.connect) == 2_000_000
     before = resident()
     for _ in range(5):
         assert abs(t.area(*mesh) - 1) < 1e-9

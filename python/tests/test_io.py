@@ -5,7 +5,7 @@ import numpy as np
 import pytest
 
 import tessel2d as t
-from tessel2d import io
+from tessel2d import _native, io
 
 triangles = t.mesh_sphere_T3(n=3)
 quads = t.mesh_sphere_Q4(n=3)
@@ -107,6 +107,33 @@ def test_order_of_nodes_is_that_of_the_format():
     for order in ("vtk", "gmsh"):
         triangle = pos[connect[0, io.node_order(3, 2, 1, order)]].round(9)
         assert triangle[3:].tolist() == [[1, 0], [2, 0], [2, 1], [1, 2], [0, 2], [0, 1], [1, 1]]
+
+
+# Corners, nodes on an edge and nodes inside of each element whose order the C++ host tools know.
+known = {
+    "T3": (3, 0, 0),
+    "T6": (3, 1, 0),
+    "T7": (3, 1, 1),
+    "T10": (3, 2, 1),
+    "Q4": (4, 0, 0),
+    "Q8": (4, 1, 0),
+    "Q9": (4, 1, 1),
+    "Q12": (4, 2, 0),
+    "Q16": (4, 2, 4),
+    "Q25": (4, 3, 9),
+}
+
+
+@pytest.mark.parametrize("order", ["vtk", "gmsh"])
+def test_orders_of_nodes_are_those_of_the_host_tools(order):
+    without = {"vtk": {"Q12", "T15"}, "gmsh": {"T7", "T15"}}[order]
+    for element in [*known, "T15"]:
+        theirs = _native.node_order(order, element)
+        if element in without:
+            assert theirs is None
+        else:
+            assert io.node_order(*known[element], order) == theirs
+    assert _native.node_order(order, "T4") is None
 
 
 @pytest.mark.parametrize("ending", with_data)
