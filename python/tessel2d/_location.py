@@ -3,7 +3,7 @@
 
 from __future__ import annotations
 
-from typing import Any, Callable, Iterator, Optional, Tuple, Union, overload
+from typing import Callable, Iterator, Optional, Tuple, Union, overload
 
 import numpy as np
 from numpy.typing import NDArray
@@ -20,9 +20,7 @@ from ._results import (
     Numbers,
     Reals,
 )
-
-#: Called with the number of points that a part had, as tqdm's update.
-Progress = Callable[[int], Any]
+from .host import Progress
 
 #: Points of one part. Parts are never smaller than the mesh, whose search tree each builds anew.
 part_size = 1 << 18
