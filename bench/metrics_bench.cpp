@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fixtures.h"
+#include "foundation/call_frame.h"
 #include "meshes.h"
 
 #include "foundation/call_frame.h"
