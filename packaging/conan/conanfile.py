@@ -25,8 +25,8 @@ class Tessel2d(ConanFile):
     def generate(self):
         CMakeDeps(self).generate()
         toolchain = CMakeToolchain(self)
-        for name, value in {"ZEL_INSTALL": True, "ZEL_BUILD_TESTS": False, "ZEL_BUILD_EXAMPLES": False, "ZEL_BUILD_VTK": False,
-                            "ZEL_PACKAGE_TESTS": False}.items():
+        for name, value in {"ZEL_INSTALL": True, "ZEL_BUILD_TESTS": False, "ZEL_BUILD_EXAMPLES": False,
+                            "ZEL_BUILD_VTK": False, "ZEL_PACKAGE_TESTS": False}.items():
             toolchain.cache_variables[name] = value
         toolchain.generate()
 

@@ -15,7 +15,7 @@
     python_packages=(pybind11-dev python3-dev python3-numpy python3-pytest python3-hypothesis
         python3-meshio python3-h5py python3-matplotlib mypy python3-pip python3-venv
         python3-setuptools python3-wheel)
-    # Hundreds of packages, for one program of tests that compares node orders with theirs.
+    # Hundreds of packages, for the bridge to VTK and for tests that compare node orders with theirs.
     format_packages=(libvtk9-dev libgmsh-dev)
     bench_packages=(libbenchmark-dev)
     package_packages=(debhelper lintian autopkgtest fakeroot git)
