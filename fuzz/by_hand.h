@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <deque>
 #include <map>
 #include <utility>
 #include <vector>
@@ -91,50 +90,6 @@ inline void turn_over(column& e, bool quadratic_triangle, bool quadratic_quad) {
     std::swap(e[0], e[2]);
     if (quadratic_triangle) std::swap(e[3], e[5]);
     if (quadratic_quad) std::swap(e[4], e[5]), std::swap(e[6], e[7]);
-}
-
-/// The walk over neighbours, every meeting queued; returns what `mesh_reorient` does.
-inline int reorient(columns& connect, columns& neighbors, std::size_t seed, bool all) {
-    const std::size_t elements = connect.size();
-    const auto corners_of = [&](std::size_t e) { return is_triangle(connect[e]) ? 3U : 4U; };
-    const auto place = [&](unsigned node, std::size_t e) -> std::uint64_t {
-        for (unsigned i = 0; i < corners_of(e); ++i)
-            if (connect[e][i] == node) return i;
-        return no_node;
-    };
-    std::vector<bool> visited(elements, false);
-    int count = 0;
-    for (std::size_t start = seed; start < elements; ++start) {
-        if (visited[start]) continue;
-        std::deque<std::size_t> queue{start};
-        while (!queue.empty()) {
-            const std::size_t e = queue.front();
-            queue.pop_front();
-            if (visited[e]) continue;
-            visited[e] = true;
-            const unsigned n = corners_of(e);
-            for (unsigned k = 0; k < n; ++k) {
-                const std::size_t f = neighbors[e][k];
-                if (f >= elements || visited[f]) continue;
-                const unsigned from = n == 3 ? (k + 1) % 3 : k;
-                const std::uint64_t i = place(connect[e][from], f);
-                const std::uint64_t j = place(connect[e][(from + 1) % n], f);
-                const unsigned c = corners_of(f);
-                if (j == (i + 1) % c) {
-                    turn_over(connect[f], false, false);
-                    std::swap(neighbors[f][0], neighbors[f][c == 3 ? 2 : 1]);
-                    if (c == 4) std::swap(neighbors[f][2], neighbors[f][3]);
-                    ++count;
-                } else if (i != (j + 1) % c) {
-                    count = -2;
-                }
-                queue.push_back(f);
-                if (count < 0) break;
-            }
-        }
-        if (!all) break;
-    }
-    return count;
 }
 
 /// A quadrilateral with a collapsed edge becomes a triangle. Returns true if it did.

@@ -5,6 +5,7 @@
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
 
+#include "support/reorientation_walk.h"
 #include "zel/tessel2d/conversion.h"
 #include "zel/tessel2d/orientation.h"
 
@@ -602,7 +603,7 @@ void reorient(input& in) {
     if (beside.size() != expected.size() || beside[0].size() != expected[0].size())
         return require_status(status, -2);
     if (seed >= expected.size()) return require_status(status, -3);
-    const int count = by_hand::reorient(expected, beside, seed, all != 0);
+    const int count = zel_test::reorientation_walk(expected, beside, seed, all != 0);
     require(status == count, "turned elements are counted");
     by_hand::require_columns(connect, 0, expected, "elements agree with their neighbours");
     by_hand::require_columns(neighbors, 0, beside, "neighbours follow their edges");

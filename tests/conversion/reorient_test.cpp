@@ -5,8 +5,7 @@
 #include "support/checks.h"
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
-
-#include <deque>
+#include "support/reorientation_walk.h"
 
 namespace {
 
@@ -28,60 +27,6 @@ unsigned flip_some(dense2D<unsigned>& connect, dense2D<unsigned>& neighbors, dou
         auto across = neighbors.sub_matrix(0, e, neighbors.rows, 1);
         EXPECT_EQ(0, flip(cell, across, zel::ELEMENT_FACE));
         ++count;
-    }
-    return count;
-}
-
-/// The walk as one would write it down: lists that grow as they please, every meeting queued.
-int reference_walk(std::vector<std::vector<unsigned>>& connect,
-                   std::vector<std::vector<unsigned>>& neighbors, std::size_t seed, bool all) {
-    const std::size_t elements = connect.size();
-    const auto corners = [&](std::size_t e) {
-        return connect[e].size() == 3 || connect[e][3] == none ? 3U : 4U;
-    };
-    const auto place = [&](unsigned node, std::size_t e) -> std::uint64_t {
-        for (unsigned i = 0; i < corners(e); ++i)
-            if (connect[e][i] == node) return i;
-        return 0xFFFFFFFFu;
-    };
-    std::vector<bool> visited(elements, false);
-    std::deque<std::size_t> queue;
-    int count = 0;
-    for (std::size_t cursor = seed; cursor < elements;) {
-        while (cursor < elements && visited[cursor]) ++cursor;
-        if (cursor == elements) break;
-        queue.push_back(cursor);
-        while (!queue.empty()) {
-            const std::size_t e = queue.front();
-            queue.pop_front();
-            if (visited[e]) continue;
-            visited[e] = true;
-            for (unsigned k = 0; k < corners(e); ++k) {
-                const std::size_t f = neighbors[e][k];
-                if (f >= elements || visited[f]) continue;
-                static constexpr unsigned triangle_edges[3][2] = {{1, 2}, {2, 0}, {0, 1}};
-                static constexpr unsigned quad_edges[4][2] = {{0, 1}, {1, 2}, {2, 3}, {3, 0}};
-                const auto* const ends = corners(e) == 3 ? triangle_edges[k] : quad_edges[k];
-                const std::uint64_t i = place(connect[e][ends[0]], f);
-                const std::uint64_t j = place(connect[e][ends[1]], f);
-                const unsigned c = corners(f);
-                if (j == (i + 1) % c) {
-                    std::swap(connect[f][0], connect[f][2]);
-                    if (c == 3) {
-                        std::swap(neighbors[f][0], neighbors[f][2]);
-                    } else {
-                        std::swap(neighbors[f][0], neighbors[f][1]);
-                        std::swap(neighbors[f][2], neighbors[f][3]);
-                    }
-                    ++count;
-                } else if (i != (j + 1) % c) {
-                    count = -2;
-                }
-                queue.push_back(f);
-                if (count < 0) break;
-            }
-        }
-        if (!all) break;
     }
     return count;
 }
@@ -330,7 +275,6 @@ TEST(MeshReorientProperties, RandomFlipsAreUndoneUpToTheSeed) {
     }
 }
 
-// Arbitrary adjacency: wrong, one-sided, out of range. The same as the walk written down plainly.
 TEST(MeshReorient, ACornerWithoutANodeIsRefused) {
     for (std::size_t row = 0; row < 3; ++row) {
         for (const std::size_t rows : {3U, 4U}) {
@@ -344,6 +288,7 @@ TEST(MeshReorient, ACornerWithoutANodeIsRefused) {
     }
 }
 
+// Arbitrary adjacency: wrong, one-sided, out of range. The same as the walk written down plainly.
 TEST(MeshReorientProperties, AnyNumbersGiveWhatThePlainWalkGives) {
     for (unsigned seed = 1; seed <= 2000; ++seed) {
         SCOPED_TRACE(seed);
@@ -369,7 +314,7 @@ TEST(MeshReorientProperties, AnyNumbersGiveWhatThePlainWalkGives) {
         auto plain_neighbors = columns(neighbors);
         const auto start = random.below(count);
         const int all = static_cast<int>(random.below(2));
-        const int expected = reference_walk(plain_connect, plain_neighbors, start, all != 0);
+        const int expected = reorientation_walk(plain_connect, plain_neighbors, start, all != 0);
         ASSERT_EQ(expected, mesh_reorient(connect, neighbors, start, all));
         ASSERT_EQ(plain_connect, columns(connect));
         ASSERT_EQ(plain_neighbors, columns(neighbors));
