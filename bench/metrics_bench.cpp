@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fixtures.h"
-#include "foundation/call_frame.h"
 #include "meshes.h"
 
 #include "foundation/call_frame.h"

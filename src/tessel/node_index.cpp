@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 Builds the search structure of a node detector; node_index.h
-// describes it.
+// SPDX-License-Identifier: Apache-2.0
+//
+// Builds the search structure of a node detector; node_index.h describes it.
 #include "tessel/node_index.h"
 
 #include <cmath>
