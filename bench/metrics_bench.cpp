@@ -222,7 +222,7 @@ struct with_orphans {
         beside = zel_test::adjacency_of(m.connect, m.pos.cols);
         const std::size_t first = m.pos.cols;
         m.pos.resize(2, first + nodes.size);
-        beside.ancestors.resize(first + nodes.size, zel::no_node);
+        beside.ancestors.resize(first + nodes.size, 0xFFFFFFFFU);
         random_numbers random{7};
         for (std::size_t k = 0; k < nodes.size; ++k) {
             for (std::size_t i = 0; i < 2; ++i) m.pos(i, first + k) = random.unit();

@@ -36,6 +36,7 @@ inline bool is_surface(const dense2D<unsigned>& connect, std::size_t nodes) {
 
 /// No element has a node twice, and no two run along an edge in the same direction.
 inline bool is_oriented(const dense2D<unsigned>& connect) {
+    if (connect.empty()) return true;
     std::set<std::pair<unsigned, unsigned>> directed;
     for (std::size_t e = 0; e < connect.cols; ++e) {
         const unsigned n = corners(connect, e);
