@@ -91,8 +91,8 @@ private:
 /// From an edge to the number of its first node.
 class edge_table {
 public:
-    /// Makes the buckets for meshes of `nodes` nodes with up to `edges` distinct edges. Without memory for
-    /// them all edges go to the trie.
+    /// Makes the buckets for meshes of `nodes` nodes, whose numbers are below that, with up to `edges`
+    /// distinct edges. Without memory for them all edges go to the trie.
     edge_table(std::size_t nodes, std::size_t edges) noexcept {
         const std::size_t most = edges / 2 + 2; // 2.5 places for each edge
         if (nodes > most) {
