@@ -24,7 +24,7 @@ int check_mesh(const dense2D<unsigned>& connect, std::size_t nodes) noexcept {
 template <class Shape>
 void find_ancestors(const dense2D<unsigned>& connect, unsigned* ancestors) noexcept {
     const auto cells = columns_of(connect);
-    for (std::size_t e = connect.cols; e-- > 0;) {
+    for (std::size_t e = connect.empty() ? 0 : connect.cols; e-- > 0;) {
         const unsigned* const cell = cells[e];
         const unsigned corners = Shape::corners(cell);
         for (unsigned i = 0; i < corners; ++i) ancestors[cell[i]] = static_cast<unsigned>(e);

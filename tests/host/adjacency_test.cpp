@@ -153,6 +153,16 @@ TEST(BuildAdjacency, TheConnectivityMayBeTheResult) {
     EXPECT_THAT(column(beside.neighbors, 1), ElementsAre(none, none, 0));
 }
 
+TEST(BuildAdjacency, ColumnsWithoutRowsAreNoElements) {
+    dense2D<unsigned> columns(0, 7);
+    ASSERT_EQ(7U, columns.cols);
+    adjacency found;
+    EXPECT_EQ(0, build_adjacency(columns, 3, found));
+    EXPECT_TRUE(found.neighbors.empty());
+    ASSERT_EQ(3U, found.ancestors.size);
+    for (const unsigned element : found.ancestors) EXPECT_EQ(none, element);
+}
+
 TEST(BuildAdjacency, EmptyMeshesGiveNodesWithoutAncestors) {
     for (const dense2D<unsigned>& connect :
          {dense2D<unsigned>(), dense2D<unsigned>(3, 0), dense2D<unsigned>(4, 0)}) {
