@@ -243,10 +243,12 @@ void outlines(input& in) {
     const unsigned b = in.node(pos.cols, true);
     const zel::vector_fixed<double, 2> centre{in.number(), in.number()};
     const unsigned n = in.count();
+    in.outgrows = n > 0x10000;
     call(
         in, "arc", {-1, -2, -3, -4},
         [&](auto& p, auto& l) { return zel::host::arc(p, a, b, centre, n, l); }, grows(pos),
         grows(line));
+    in.outgrows = false;
     const dense1D<unsigned, 8> sides[3] = {node_list(in, in.below(6), 9),
                                            node_list(in, in.below(6), 9),
                                            node_list(in, in.below(6), 9)};

@@ -168,11 +168,20 @@ struct locator::prepared_mesh {
         if (connect.empty()) return true;
         const std::size_t taken = connect.rows == 3 ? tree.fill<triangle_cells>(connect)
                                                     : tree.fill<mixed_cells>(connect);
-        return (taken != 0 && detector.size() != 0) || !has_finite_node();
+        return (taken != 0 || !names_finite_node()) && (detector.size() != 0 || !has_finite_node());
+    }
+    bool is_finite_node(std::size_t j) const noexcept {
+        return std::isfinite(pos(0, j)) && std::isfinite(pos(1, j));
     }
     bool has_finite_node() const noexcept {
         for (std::size_t j = 0; j < pos.cols; ++j)
-            if (std::isfinite(pos(0, j)) && std::isfinite(pos(1, j))) return true;
+            if (is_finite_node(j)) return true;
+        return false;
+    }
+    bool names_finite_node() const noexcept {
+        for (std::size_t e = 0; e < connect.cols; ++e)
+            for (std::size_t i = 0; i < connect.rows; ++i)
+                if (connect(i, e) < pos.cols && is_finite_node(connect(i, e))) return true;
         return false;
     }
 

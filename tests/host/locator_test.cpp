@@ -273,6 +273,15 @@ TEST(Locator, KeepsNothingOfItsArguments) {
     EXPECT_EQ(1, at.locate({1.3, 3.2}, after));
 }
 
+TEST(Locator, AMeshWithoutFiniteNodesBesideFiniteOnesIsNoLackOfMemory) {
+    dense2D<double> pos(2, 4, std::nan(""));
+    pos(0, 3) = pos(1, 3) = 1;
+    dense2D<unsigned> triangle(3, 1);
+    for (unsigned i = 0; i < 3; ++i) triangle(i, 0) = i;
+    locator found;
+    EXPECT_EQ(0, found.build(pos, triangle));
+}
+
 TEST(Locator, WithoutAMeshNothingIsInside) {
     locator at;
     const auto expect_nothing = [&] {
