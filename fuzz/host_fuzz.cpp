@@ -171,6 +171,7 @@ void locate(input& in) {
     const int built = call(
         in, "locator::build", {-1, -2},
         [&](const auto& p, const auto& c) { return at.build(p, c); }, reads(pos), reads(connect));
+    const bool whole = !now.failed;
     const int status = call(
         in, "locator::locate", {-1},
         [&](const auto& p, auto& e, auto& s) {
@@ -179,6 +180,8 @@ void locate(input& in) {
         },
         reads(points), makes(holders), makes(places));
     if (built != 0 || status != 0 || connect.empty()) return;
+    // Short of memory a search around a node leaves elements out.
+    if (!whole || now.failed) return;
     zel::host::adjacency beside;
     if (zel::host::build_adjacency(connect, pos.cols, beside) != 0) return;
     const zel::tessel::node_detector detector(pos);
