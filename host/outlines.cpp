@@ -182,11 +182,12 @@ int append(dense2D<double>& pos, dense2D<unsigned>& connect, const dense2D<doubl
         !checked_add(elements, cells.empty() ? 0 : cells.cols, element_count)) {
         return status_memory;
     }
-    if (added != 0 && !pos.resize(from.rows, node_count)) return status_memory;
-    if (!cells.empty() && !connect.resize(cells.rows, element_count)) {
-        if (added != 0) pos.resize(nodes == 0 ? 0 : pos.rows, nodes);
+    if ((added != 0 && !pos.reserve(from.rows, node_count, 1)) ||
+        (!cells.empty() && !connect.reserve(cells.rows, element_count, 1))) {
         return status_memory;
     }
+    if (added != 0) pos.resize(from.rows, node_count);
+    if (!cells.empty()) connect.resize(cells.rows, element_count);
     for (std::size_t j = 0; j < added; ++j) std::copy_n(from[j], from.rows, pos[nodes + j]);
     for (std::size_t j = 0; elements + j < element_count; ++j) {
         unsigned* const to = connect[elements + j];
