@@ -80,7 +80,7 @@ private:
     static constexpr std::size_t count = 208;
     static constexpr std::uint32_t often = 1u << 24;
     // Bit i of the digits weighs 2^(i + lowest_exponent): three mantissas count from 2^-1074.
-    static constexpr long lowest_exponent = -3 * 1074 - 32 * static_cast<long>(spare);
+    static constexpr long lowest_exponent = -3L * 1074 - 32 * static_cast<long>(spare);
     static constexpr long subnormal_place = -1074 - lowest_exponent;
 
     struct parts {

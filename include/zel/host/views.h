@@ -11,6 +11,9 @@
 
 namespace zel::host {
 
+// The views are const, so that what they look at cannot be written through them.
+// NOLINTBEGIN(readability-const-return-type)
+
 namespace views_detail {
 
 // The view promises not to write: it is handed out as `const`.
@@ -105,5 +108,7 @@ ZEL_TESSEL2D_HOST_API int narrow(const std::int64_t* numbers, std::size_t rows, 
 /// Cost: one pass.
 /// @snippet examples/views.cpp wide_numbers
 ZEL_TESSEL2D_HOST_API void widen(const dense2D<unsigned>& connect, std::int64_t* numbers) noexcept;
+
+// NOLINTEND(readability-const-return-type)
 
 } // namespace zel::host
