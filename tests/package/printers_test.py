@@ -34,7 +34,7 @@ expected = {
 }
 
 
-def session(program, commands):
+def gdb_output(program, commands):
     """The lines that gdb prints when it stops in `look` and does these commands."""
     arguments = [gdb, "-nx", "-nh", "-batch",
                  "-iex", "set debuginfod enabled off",
@@ -56,7 +56,7 @@ def main():
                     "-I", os.path.join(stage, "include", "zel-tessel2d"),
                     "-L", lib, "-lzel_tessel2d", "-Wl,-rpath," + lib], check=True)
     extra = ["many", "*wild"]
-    lines = session(program, ["print " + name for name in [*expected, *extra]])
+    lines = gdb_output(program, ["print " + name for name in [*expected, *extra]])
     values = [line.split(" = ", 1)[1] for line in lines if re.match(r"\$\d+ = ", line)]
     wrong = 0
     if len(values) < len(expected) + len(extra):
