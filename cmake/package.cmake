@@ -26,6 +26,9 @@ endif()
 if(NOT TARGET zel_tessel2d_vtk)
   list(APPEND zel_without REGEX "/zel/host/vtk\\.h$" EXCLUDE)
 endif()
+if(NOT TARGET zel_tessel2d_distributed)
+  list(APPEND zel_without REGEX "/zel/distributed$" EXCLUDE)
+endif()
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/zel" DESTINATION "${zel_include_root}"
         COMPONENT development FILES_MATCHING PATTERN "*.h" ${zel_without})
 
