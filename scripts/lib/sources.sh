@@ -3,7 +3,7 @@
 # Which C++ files are ours. To be sourced; paths are relative to the root of the project.
 
 library_folders=(include src host)
-other_folders=(python tests fuzz bench examples)
+other_folders=(distributed python tests fuzz bench examples)
 
 # all_sources: every C++ file, one per line.
 all_sources() {
