@@ -211,7 +211,8 @@ private:
     friend struct __block_access;
     friend union __lasting_block<vector_num>;
 
-    constexpr explicit vector_num(numera::__lasting lasting) noexcept
+    // Hidden: clang would export it from where the class is instantiated, gcc does not.
+    [[gnu::visibility("hidden")]] constexpr explicit vector_num(numera::__lasting lasting) noexcept
         : numera::ref_counted(lasting), shift(not_owned) {}
 
     bool __grow(std::size_t min_capacity, std::size_t keep, std::size_t factor);
