@@ -279,6 +279,36 @@ BENCHMARK(locate_in_a_hole)
     ->ArgsProduct({{10000, 100000, 1000000}})
     ->UseManualTime();
 
+/// `interpolate` onto a thousand points in the hole of a ring, beside a thousand within.
+void interpolate_in_a_hole(benchmark::State& state) {
+    const located at(ring(state.range(0)));
+    const auto onto = [&at](double inner, double outer) {
+        const dense2D<double> points = points_between(inner, outer, 1000);
+        const std::size_t nodes = at.m.pos.cols;
+        const std::size_t all = nodes + points.cols;
+        auto pos = fresh_copy(at.m.pos);
+        auto ancestors = at.beside.ancestors;
+        dense1D<unsigned, 8> orphans(points.cols);
+        if (!pos.resize(2, all) || !ancestors.resize(all, no_node)) std::abort();
+        for (std::size_t j = 0; j < points.cols; ++j) {
+            std::copy_n(points[j], 2, pos[nodes + j]);
+            orphans[j] = static_cast<unsigned>(nodes + j);
+        }
+        return [=, &at, field = dense1D<double, 8>(all, 1.0)](stopwatch& watch) mutable {
+            watch.start();
+            const int status = zel::tessel2d::interpolate(
+                pos, at.m.connect, at.beside.neighbors, ancestors, field, orphans, zel::ELEMENT_T3);
+            watch.stop();
+            if (status != 0) std::abort();
+        };
+    };
+    measure(state, 1000, {{"within", onto(0.45, 0.95)}}, onto(0, 0.38));
+}
+BENCHMARK(interpolate_in_a_hole)
+    ->ArgNames({"nodes"})
+    ->ArgsProduct({{10000, 100000, 1000000}})
+    ->UseManualTime();
+
 // ----------------------------------------------------------------------------------- interpolation
 
 void interpolate(benchmark::State& state) {

@@ -31,12 +31,16 @@ struct waiting_cell {
     double square; ///< no node in it is nearer
 };
 
-/// Each level leaves at most three cells behind.
+/// Each level leaves at most three cells behind, and the last writes four.
 struct cell_stack {
-    waiting_cell cells[3 * root_depth + 4];
+    waiting_cell cells[3 * root_depth + 5];
     std::size_t count = 0;
 
-    void push(const waiting_cell& c) noexcept { cells[count++] = c; }
+    /// Pushes a cell if it is to be kept.
+    void write(const waiting_cell& c, bool kept) noexcept {
+        cells[count] = c;
+        count += kept ? 1 : 0;
+    }
     waiting_cell pop() noexcept { return cells[--count]; }
 };
 
@@ -87,8 +91,7 @@ private:
     bool range_search(const placed_cell& from, std::size_t skip, bool exhaustive) noexcept;
     void push_children(const placed_cell& c, cell_stack& stack) const noexcept;
     void shrink_box() noexcept;
-    bool overlaps_box(const placed_cell& c) const noexcept;
-    double square_of_way(std::uint32_t at, std::uint32_t first, std::uint32_t count) const noexcept;
+    double square_of_way(double ahead, double count) const noexcept;
 };
 
 /// The cell that one reaches from the root towards `to`, at the first leaf or at `least` depth.
@@ -149,52 +152,42 @@ void tree_search<Filter>::shrink_box() noexcept {
     high = tree.grid({p[0] + r, p[1] + r});
 }
 
-template <class Filter>
-bool tree_search<Filter>::overlaps_box(const placed_cell& c) const noexcept {
-    const auto far = [&c](std::uint32_t from) {
-        const std::uint32_t to = c.depth == root_depth ? 0 : from + (1u << c.depth);
-        return to == 0 ? 0xFFFFFFFFu : to;
-    };
-    return c.corner.x <= high.x && far(c.corner.x) >= low.x && c.corner.y <= high.y &&
-           far(c.corner.y) >= low.y;
-}
-
-/// The square of the way from the point to a run of `count` cells of the grid, along one axis. The sum over
-/// both axes is not above the squared distance of any node there, as `scan` computes it.
+/// The square of the way from the point to a run of `count` cells of the grid that begins so many cells ahead,
+/// along one axis. The sum over both axes is not above the squared distance of any node there, as `scan` computes it.
 ///
 /// A coordinate on the grid is rounded by less than 2^-18 of a grid cell. So the way, less one whole grid
 /// cell, is not above the difference of the coordinates, and rounding a smaller difference, its square and
 /// the sum gives no larger result. Where the scale overflows the squares are zero or NaN, which rules
 /// nothing out.
 template <class Filter>
-double tree_search<Filter>::square_of_way(std::uint32_t at, std::uint32_t first,
-                                          std::uint32_t count) const noexcept {
-    const double below = static_cast<double>(first) - at - 2;
-    const double above = static_cast<double>(at) - first - count - 1.0;
+double tree_search<Filter>::square_of_way(double ahead, double count) const noexcept {
+    const double below = ahead - 2;
+    const double above = -ahead - count - 1;
     const double way = std::max({0.0, below, above}) * unit;
     return way * way;
 }
 
 /// Pushes the children that hold anything and may hold a nearer node, the one on the point's side last and
-/// the opposite first.
+/// the opposite first. Which these are cannot be predicted, so each is written and then kept or not.
 template <class Filter>
 void tree_search<Filter>::push_children(const placed_cell& c, cell_stack& stack) const noexcept {
     const std::uint32_t half = 1u << (c.depth - 1);
     const grid_point middle{c.corner.x + half, c.corner.y + half};
-    const double along_x[2] = {square_of_way(xy.x, c.corner.x, half),
-                               square_of_way(xy.x, middle.x, half)};
-    const double along_y[2] = {square_of_way(xy.y, c.corner.y, half),
-                               square_of_way(xy.y, middle.y, half)};
-    const unsigned near_x = xy.x >= middle.x ? 1 : 0;
-    const unsigned near_y = xy.y >= middle.y ? 1 : 0;
+    const double count = half;
+    const double ahead_x = static_cast<double>(c.corner.x) - xy.x;
+    const double ahead_y = static_cast<double>(c.corner.y) - xy.y;
+    const double along_x[2] = {square_of_way(ahead_x, count),
+                               square_of_way(ahead_x + count, count)};
+    const double along_y[2] = {square_of_way(ahead_y, count),
+                               square_of_way(ahead_y + count, count)};
+    const unsigned near = (xy.y >= middle.y ? 2u : 0u) + (xy.x >= middle.x ? 1u : 0u);
     const unsigned first = words(c.cell)[0];
     for (unsigned turn = 4; turn-- > 0;) {
-        const unsigned q = (near_y * 2 + near_x) ^ turn;
+        const unsigned q = near ^ turn;
         const double square = along_x[q & 1] + along_y[q >> 1];
-        if (square >= best || is_vacant(first + q)) continue;
-        const grid_point corner{(q & 1) != 0 ? middle.x : c.corner.x,
-                                (q >> 1) != 0 ? middle.y : c.corner.y};
-        stack.push({{first + q, c.depth - 1, corner}, square});
+        const grid_point corner{c.corner.x + (q & 1) * half, c.corner.y + (q >> 1) * half};
+        stack.write({{first + q, c.depth - 1, corner}, square},
+                    !is_vacant(first + q) & !(square >= best));
     }
 }
 
@@ -206,15 +199,14 @@ bool tree_search<Filter>::range_search(const placed_cell& from, std::size_t skip
     if (is_vacant(from.cell)) return false;
     bool found_one = false;
     cell_stack stack;
-    stack.push({from, 0});
+    stack.write({from, 0}, true);
     while (stack.count > 0) {
         const waiting_cell next = stack.pop();
         const placed_cell& c = next.at;
-        if (c.cell == skip || next.square >= best || !overlaps_box(c)) continue;
+        if (c.cell == skip || next.square >= best) continue;
         if (!is_leaf(c.cell)) {
             push_children(c, stack);
         } else if (scan(c.cell)) {
-            shrink_box();
             found_one = true;
             if (!exhaustive) break;
         }
