@@ -85,6 +85,22 @@ list<number> global_corners(const partitioned_mesh& mesh) {
     return corners;
 }
 
+void distinct_nodes(const list<number>& corners, const list<home>& corner_homes,
+                    list<number>& numbers, list<home>& homes) {
+    list<std::size_t> order(corners.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::sort(order.begin(), order.end(),
+              [&](std::size_t a, std::size_t b) { return corners[a] < corners[b]; });
+    numbers.clear();
+    homes.clear();
+    for (const std::size_t k : order) {
+        if (corners[k] == no_number) break;
+        if (!numbers.empty() && numbers.back() == corners[k]) continue;
+        numbers.push_back(corners[k]);
+        homes.push_back(corner_homes[k]);
+    }
+}
+
 int with_halo(const partitioned_mesh& mesh, unsigned layers, partitioned_mesh& wide) {
     wide = mesh;
     return mesh.halo >= layers ? 0 : grow_halo(wide, layers - mesh.halo);

@@ -38,6 +38,10 @@ int put_together(const loose_part& loose, partitioned_mesh& mesh);
 /// Replaces the local numbers of a part's elements by global ones: `rows` per element.
 list<number> global_corners(const partitioned_mesh& mesh);
 
+/// The distinct nodes of some corners, ascending, with their homes; without `no_number`.
+void distinct_nodes(const list<number>& corners, const list<home>& corner_homes,
+                    list<number>& numbers, list<home>& homes);
+
 /// The mesh with at least so many layers around each part: the same matrices if it has them, else new ones.
 int with_halo(const partitioned_mesh& mesh, unsigned layers, partitioned_mesh& wide);
 

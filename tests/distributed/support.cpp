@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "distributed/support.h"
+#include "support/failing_alloc.h"
 
 #include "zel/tessel2d.h"
 
@@ -335,6 +336,39 @@ void expect_whole(const partitioned_mesh& mesh, const dense2D<double>& pos,
                 local == no_node ? no_node : static_cast<unsigned>(mesh.node_numbers[local]);
         }
     expect_columns(global, mesh.element_numbers, connect);
+}
+
+void fail_each_allocation_on_one_rank(const std::function<void()>& prepare,
+                                      const std::function<int()>& call,
+                                      const std::function<void()>& unchanged) {
+    const int last = ranks() - 1;
+    std::size_t failures = 0;
+    int failing = 1;
+    // Many ranks take their time: there each seventh allocation has its turn.
+    const std::size_t step = ranks() > 4 ? 7 : 1;
+    for (std::size_t k = 1; failing && k < 5000; k += step) {
+        SCOPED_TRACE(testing::Message() << "allocation " << k << " failed on the last rank");
+        prepare();
+        if (rank() == last) arm_allocator(k);
+        const int status = call();
+        failing = rank() == last && disarm_allocator();
+        MPI_Bcast(&failing, 1, MPI_INT, last, PETSC_COMM_WORLD);
+        int least = 0, most = 0;
+        MPI_Allreduce(&status, &least, 1, MPI_INT, MPI_MIN, PETSC_COMM_WORLD);
+        MPI_Allreduce(&status, &most, 1, MPI_INT, MPI_MAX, PETSC_COMM_WORLD);
+        EXPECT_EQ(least, most) << "ranks disagree";
+        if (status == -199) {
+            ++failures;
+            unchanged();
+        } else {
+            EXPECT_EQ(0, status);
+        }
+        if (!failing) {
+            EXPECT_EQ(0, status) << "no allocation failed";
+        }
+    }
+    EXPECT_EQ(0, failing) << "the function never gets through";
+    EXPECT_GT(failures, 0U) << "no failure was reported";
 }
 
 void for_all_parts(const std::function<void(const whole_mesh&, partitioned_mesh&)>& body) {
