@@ -139,31 +139,42 @@ py::tuple append(py::handle pos_, py::handle connect_, py::handle pos2_, py::han
 
 using zel::host::locator;
 
-void build(locator& mesh, py::handle pos_, py::handle connect_, py::handle neighbors_,
-           py::handle ancestors_) {
+/// A locator and how many nodes its mesh has.
+struct located_nodes {
+    locator mesh;
+    std::size_t nodes = 0;
+};
+
+/// `function`, which complains of what does not fit, has the arguments of locator::build in the same places.
+std::unique_ptr<located_nodes> build(py::handle pos_, py::handle connect_, py::handle neighbors_,
+                                     py::handle ancestors_, const std::string& function) {
     const auto pos = reals(pos_, "pos");
     const auto connect = numbers(connect_, "connect");
+    auto built = std::make_unique<located_nodes>();
+    built->nodes = pos.view.cols;
+    const std::initializer_list<const char*> arguments = {"pos", "connect", "neighbors",
+                                                          "ancestors"};
     if (neighbors_.is_none() && ancestors_.is_none()) {
-        run("locator::build", {"pos", "connect"},
-            [&] { return mesh.build(pos.view, connect.view); });
-        return;
+        run(function.c_str(), arguments, [&] { return built->mesh.build(pos.view, connect.view); });
+        return built;
     }
     const adjacent a =
-        adjacency_of("locator::build", connect, pos.view.cols, neighbors_, ancestors_, 2);
-    run("locator::build", {"pos", "connect", "neighbors", "ancestors"},
-        [&] { return mesh.build(pos.view, connect.view, a.neighbors, a.ancestors); });
+        adjacency_of(function.c_str(), connect, pos.view.cols, neighbors_, ancestors_, 2);
+    run(function.c_str(), arguments,
+        [&] { return built->mesh.build(pos.view, connect.view, a.neighbors, a.ancestors); });
+    return built;
 }
 
-py::object find(const locator& mesh, py::handle p_, py::handle tolerance_) {
+py::object find(const located_nodes& in, py::handle p_, py::handle tolerance_) {
     const auto p = vector<2>(p_, "p");
     const double tolerance = real(tolerance_, "tolerance");
     unsigned element = none;
-    const int found = mesh.locate(p, element, tolerance);
+    const int found = in.mesh.locate(p, element, tolerance);
     if (found < 0) raise("locator::locate(p, element, tolerance)", found, {"p"});
     return found == 1 ? py::object(py::int_(element)) : py::none();
 }
 
-py::tuple locate(const locator& mesh, py::handle points_, py::handle tolerance_,
+py::tuple locate(const located_nodes& in, py::handle points_, py::handle tolerance_,
                  py::handle threads_) {
     const auto points = reals(points_, "points");
     const double tolerance = real(tolerance_, "tolerance");
@@ -171,21 +182,21 @@ py::tuple locate(const locator& mesh, py::handle points_, py::handle tolerance_,
     number_list elements, places;
     coordinates weights;
     run("locator::locate(points, elements, weights, places, tolerance, threads)", {"points"},
-        [&] { return mesh.locate(points.view, elements, weights, places, tolerance, threads); });
+        [&] { return in.mesh.locate(points.view, elements, weights, places, tolerance, threads); });
     return py::make_tuple(give(elements), give(weights, weights.rows), give(places));
 }
 
-py::tuple transfer(const locator& mesh, py::handle points_, py::handle threads_) {
+py::tuple transfer(const located_nodes& in, py::handle points_, py::handle threads_) {
     const auto points = reals(points_, "points");
     const unsigned threads = count(threads_, "threads");
     zel::host::transfer_table table;
     run("locator::transfer", {"points"},
-        [&] { return mesh.transfer(points.view, table, threads); });
+        [&] { return in.mesh.transfer(points.view, table, threads); });
     return py::make_tuple(give(table.states), give(table.elements), give(table.local, 2));
 }
 
-py::array carry(const locator& mesh, py::handle states_, py::handle elements_, py::handle local_,
-                py::handle field_, py::handle unserved_) {
+py::array carry(const located_nodes& in, py::handle states_, py::handle elements_,
+                py::handle local_, py::handle field_, py::handle unserved_) {
     const auto states = numbers_list(states_, "table");
     const auto elements = numbers_list(elements_, "table");
     const auto local = reals(local_, "table");
@@ -193,22 +204,21 @@ py::array carry(const locator& mesh, py::handle states_, py::handle elements_, p
     const zel::host::transfer_table table{states.view, elements.view, local.view};
     const auto carried = [&](const auto& field, auto values) {
         run("locator::carry", {"table", "field"},
-            [&] { return mesh.carry(table, field.view, values, unserved); });
+            [&] { return in.mesh.carry(table, field.view, values, unserved); });
         return values;
     };
     if (dimensions(field_) == 1) return give(carried(real_list(field_, "field"), value_list()));
     const auto field = reals(field_, "field");
-    return give(carried(field, coordinates()), field.view.rows);
+    const coordinates values = carried(field, coordinates());
+    if (field.view.rows == 0) // values without components, for each point all the same
+        return py::array(py::dtype::of<double>(), {states.array.shape(0), py::ssize_t{0}});
+    return give(values, field.view.rows);
 }
 
 void add_locator(py::module_& m) {
-    py::class_<locator>(m, "Locator")
-        .def(py::init(
-            [](py::handle pos, py::handle connect, py::handle neighbors, py::handle ancestors) {
-                auto mesh = std::make_unique<locator>();
-                build(*mesh, pos, connect, neighbors, ancestors);
-                return mesh;
-            }))
+    py::class_<located_nodes>(m, "Locator")
+        .def(py::init(&build))
+        .def("__len__", [](const located_nodes& in) { return in.nodes; })
         .def("find", &find)
         .def("locate", &locate)
         .def("transfer", &transfer)

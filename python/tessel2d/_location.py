@@ -3,27 +3,15 @@
 
 from __future__ import annotations
 
-from typing import Callable, Iterator, Optional, Tuple, Union, overload
+from typing import Optional, Tuple, Union, overload
 
 import numpy as np
 from numpy.typing import NDArray
 
 from . import _native
 from ._native import NodeDetector
-from ._results import (
-    INSIDE,
-    NEAREST,
-    NONE,
-    UNSERVED,
-    ArrayLike,
-    Carried,
-    Numbers,
-    Reals,
-)
-from .host import Progress
-
-#: Points of one part. Parts are never smaller than the mesh, whose search tree each builds anew.
-part_size = 1 << 18
+from ._results import NONE, ArrayLike, Carried, Reals
+from .host import Progress, by_parts
 
 
 def get_element_containing_point(
@@ -124,14 +112,15 @@ def interpolate(
         return _native.interpolate(pos, connect, field, nodes, neighbors, ancestors, inplace)
     if nodes is not None or inplace:
         raise TypeError("points: nodes and inplace do not go with points")
-    carrier = _Carrier("interpolate", pos, connect, neighbors, ancestors)
+    mesh = _native.Locator(pos, connect, neighbors, ancestors, "interpolate")
     values = _native.as_field(field, "field")
-    carrier.test_field(values, 5, "field")
+    _native.test_length("interpolate", values, len(mesh), 5, "field")
 
-    def carry(part: Reals, state: NDArray[np.uint8]) -> Reals:
-        return _interpolated(carrier, values, part, state)
+    def part(some: Reals) -> _Part:
+        table = mesh.transfer(some, 1)
+        return mesh.carry(*table, values, np.nan), table[0].astype(np.uint8)
 
-    return carrier.carried(values, points, np.nan, carry, progress)
+    return Carried(*by_parts(_in_the_plane(points), part, progress))
 
 
 def interpolate_metrics(
@@ -170,20 +159,33 @@ def interpolate_metrics(
         )
     if nodes is not None or inplace:
         raise TypeError("points: nodes and inplace do not go with points")
-    carrier = _Carrier("interpolate_metrics", pos, connect, neighbors, ancestors)
+    where = _native.as_reals(pos, "pos")
+    _native.test_columns("interpolate_metrics", where, 2, 1, "pos")
+    across, around = _native.adjacency(
+        "interpolate_metrics", connect, len(where), neighbors, ancestors
+    )
+    mesh = _native.Locator(where, connect, across, around, "interpolate_metrics")
     values = _native.as_field(metrics, "metrics")
-    carrier.test_field(values, 5, "metrics")
+    _native.test_length("interpolate_metrics", values, len(mesh), 5, "metrics")
 
-    def carry(part: Reals, state: NDArray[np.uint8]) -> Reals:
-        _interpolated(carrier, values, part, state)
-        all_pos, orphans, all_ancestors = carrier.with_orphans(part)
-        all_values = _appended(values, len(part), 0.0)
+    def part(some: Reals) -> _Part:
+        # The points as nodes that no element has, behind those of the mesh.
+        orphans = np.arange(len(where), len(where) + len(some), dtype=np.uint32)
+        sizes = np.concatenate([values, np.zeros((len(some), *values.shape[1:]))])
         _native.interpolate_metrics(
-            all_pos, connect, all_values, orphans, True, carrier.neighbors, all_ancestors, True
+            np.concatenate([where, some]),
+            connect,
+            sizes,
+            orphans,
+            True,
+            across,
+            np.concatenate([around, np.full(len(some), NONE, around.dtype)]),
+            True,
         )
-        return all_values[len(values) :]
+        return sizes[len(where) :], mesh.transfer(some, 1)[0].astype(np.uint8)
 
-    return carrier.carried(values, points, 0.0, carry, progress)
+    # Each part copies the mesh, so that none is smaller than it.
+    return Carried(*by_parts(_in_the_plane(points), part, progress, at_least=len(where)))
 
 
 def metrics_gen_aniso3d(
@@ -209,91 +211,12 @@ def metrics_gen_aniso3d(
     return _native.metrics_gen_aniso3d(pos, connect, normal_size, metrics)
 
 
-def _appended(values: Reals, count: int, fill: float) -> Reals:
-    """Values with further rows behind them."""
-    more = np.empty((len(values) + count, *values.shape[1:]))
-    more[: len(values)] = values
-    more[len(values) :] = fill
-    return more
+#: Values at a part of the points, and their states.
+_Part = Tuple[Reals, NDArray[np.uint8]]
 
 
-class _Carrier:
-    """A mesh from which values are carried onto points, part by part."""
-
-    def __init__(
-        self,
-        name: str,
-        pos: ArrayLike,
-        connect: ArrayLike,
-        neighbors: Optional[ArrayLike],
-        ancestors: Optional[ArrayLike],
-    ) -> None:
-        self.name = name
-        self.pos = _native.as_reals(pos, "pos")
-        self.connect = connect
-        _native.test_columns(name, self.pos, 2, 1, "pos")
-        self.neighbors, self.ancestors = _native.adjacency(
-            name, connect, len(self.pos), neighbors, ancestors
-        )
-
-    def test_field(self, values: Reals, argument: int, field_name: str) -> None:
-        _native.test_length(self.name, values, len(self.pos), argument, field_name)
-
-    def with_orphans(self, part: Reals) -> Tuple[Reals, Numbers, Numbers]:
-        """The nodes with points behind them, the numbers of the points, and ancestors for all."""
-        count, nodes = len(part), len(self.pos)
-        orphans = np.arange(nodes, nodes + count, dtype=np.uint32)
-        ancestors = np.full(nodes + count, NONE, np.uint32)
-        ancestors[: len(self.ancestors)] = self.ancestors
-        return np.concatenate([self.pos, part]), orphans, ancestors
-
-    def carried(
-        self,
-        values: Reals,
-        points: ArrayLike,
-        fill: float,
-        carry: Callable[[Reals, NDArray[np.uint8]], Reals],
-        progress: Optional[Progress],
-    ) -> Carried:
-        where = _native.as_reals(points, "points")
-        if where.size and where.shape[1] != 2:
-            raise TypeError("points: an array of 2 columns is expected")
-        result = np.full((len(where), *values.shape[1:]), fill)
-        state = np.full(len(where), UNSERVED, np.uint8)
-        for part in _parts(len(where), max(part_size, len(self.pos))):
-            result[part] = carry(where[part], state[part])
-            if progress is not None:
-                progress(part.stop - part.start)
-        return Carried(result, state)
-
-
-def _parts(count: int, size: int) -> Iterator[slice]:
-    for first in range(0, count, size):
-        yield slice(first, min(first + size, count))
-
-
-def _interpolated(
-    carrier: _Carrier, values: Reals, part: Reals, state: NDArray[np.uint8]
-) -> Reals:
-    """Values at points; `state` is filled in.
-
-    The coordinates of the nodes go along as two more components: inside an element they come out as
-    those of the point itself, outside as those of the closest node.
-    """
-    nodes, count = len(carrier.pos), len(part)
-    all_pos, orphans, ancestors = carrier.with_orphans(part)
-    field = np.empty((nodes + count, values[0:1].size + 2 if nodes else 2))
-    columns = values.reshape(nodes, -1) if nodes else values.reshape(0, 0)
-    field[:nodes, :2] = carrier.pos
-    field[:nodes, 2:] = columns
-    field[nodes:] = np.nan
-    _native.interpolate(
-        all_pos, carrier.connect, field, orphans, carrier.neighbors, ancestors, True
-    )
-    found = field[nodes:]
-    extent = float(np.ptp(carrier.pos, axis=0).max()) if nodes else 0.0
-    with np.errstate(invalid="ignore"):
-        distance = np.abs(found[:, :2] - part).max(axis=1, initial=0.0)
-    state[:] = np.where(distance <= 1e-9 * extent, INSIDE, NEAREST)
-    state[np.isnan(distance)] = UNSERVED
-    return found[:, 2:].reshape(count, *values.shape[1:])
+def _in_the_plane(points: ArrayLike) -> Reals:
+    where = _native.as_reals(points, "points")
+    if where.size and where.shape[1] != 2:
+        raise TypeError("points: an array of 2 columns is expected")
+    return where if where.size else np.empty((0, 2))

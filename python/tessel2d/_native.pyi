@@ -22,8 +22,10 @@ class Locator:
         connect: ArrayLike,
         neighbors: Optional[ArrayLike],
         ancestors: Optional[ArrayLike],
+        function: str,
         /,
     ) -> None: ...
+    def __len__(self) -> int: ...
     def find(self, p: ArrayLike, tolerance: float, /) -> Optional[int]: ...
     def locate(
         self, points: ArrayLike, tolerance: float, threads: int, /

@@ -344,7 +344,7 @@ class Locator:
         neighbors: Optional[ArrayLike] = None,
         ancestors: Optional[ArrayLike] = None,
     ) -> None:
-        self._mesh = _native.Locator(pos, connect, neighbors, ancestors)
+        self._mesh = _native.Locator(pos, connect, neighbors, ancestors, "locator::build")
 
     def find(self, p: ArrayLike, *, tolerance: float = 1e-6) -> Optional[int]:
         """The element that contains the point p, or None: what `get_element_containing_point` finds.
@@ -383,7 +383,7 @@ class Locator:
         def part(some: Reals) -> Located:
             return Located(*self._mesh.locate(some, tolerance, threads))
 
-        return Located(*_by_parts(points, part, progress))
+        return Located(*by_parts(points, part, progress))
 
     def transfer(
         self, points: ArrayLike, *, threads: int = 1, progress: Optional[Progress] = None
@@ -399,7 +399,7 @@ class Locator:
         def part(some: Reals) -> Transfer:
             return Transfer(*self._mesh.transfer(some, threads))
 
-        return Transfer(*_by_parts(points, part, progress))
+        return Transfer(*by_parts(points, part, progress))
 
     def carry(
         self, table: Transfer, field: ArrayLike, *, unserved: float = float("nan")
@@ -420,16 +420,21 @@ class Locator:
         return self._mesh.carry(table[0], table[1], table[2], field, unserved)
 
 
-def _by_parts(
-    points: ArrayLike, work: Callable[[Reals], Any], progress: Optional[Progress]
+def by_parts(
+    points: ArrayLike,
+    work: Callable[[Reals], Any],
+    progress: Optional[Progress],
+    *,
+    at_least: int = 0,
 ) -> Iterator[Any]:
-    """The arrays of a result that `work` makes for a part of the points."""
+    """The arrays of a result that `work` makes for a part of the points, of `at_least` so many."""
     where = _native.as_reals(points, "points")
     if where.ndim == 1:  # []
         where = where.reshape(0, 2)
     results = []
-    for first in range(0, max(len(where), 1), part_size):
-        some = where[first : first + part_size]
+    size = max(part_size, at_least)
+    for first in range(0, max(len(where), 1), size):
+        some = where[first : first + size]
         results.append(work(some))
         if progress is not None:
             progress(len(some))

@@ -217,7 +217,13 @@ def test_empty_arrays():
     assert t.normals(np.zeros((0, 3)), np.zeros((0, 3), int)).shape == (0, 3)
     with pytest.raises(t.Error):
         t.circumcenters(np.zeros((4, 0)), np.zeros((4, 0), np.uint32))
-    assert t.interpolate(square, cells, np.zeros(4), np.zeros((0, 2))).values.shape == (0,)
+    for shape in ((4,), (4, 3), (4, 0)):
+        carried = t.interpolate(square, cells, np.zeros(shape), np.zeros((0, 2)))
+        assert (carried.values.shape, carried.state.shape) == ((0, *shape[1:]), (0,))
+        carried = t.interpolate(square, cells, np.zeros(shape), square)
+        assert carried.values.shape == shape and (carried.state == t.INSIDE).all()
+    carried = t.interpolate(nothing, [], [], square)
+    assert np.isnan(carried.values).all() and (carried.state == t.UNSERVED).all()
 
 
 def test_huge_shapes():

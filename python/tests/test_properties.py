@@ -12,7 +12,7 @@ from hypothesis import strategies as st
 from hypothesis.extra import numpy as hnp
 
 import tessel2d as t
-from tessel2d import _location, _native
+from tessel2d import _native, host
 
 quick = settings(max_examples=150, deadline=None, suppress_health_check=list(HealthCheck), derandomize=True)
 
@@ -135,6 +135,31 @@ def test_linear_fields_are_carried_exactly(points):
     assert (np.isnan(carried.values) == (carried.state == t.UNSERVED)).all()
 
 
+@quick
+@given(meshes(dims=(2,)), hnp.arrays(np.float64, (5, 2), elements=coordinate))
+def test_points_of_any_mesh_are_served_as_nodes_are(mesh, points):
+    pos, connect = mesh
+    nodes, elements = len(pos), connect[(connect[:, :3].min(axis=1, initial=0) >= 0)]
+    elements = elements[(elements < nodes).all(axis=1)]
+    field = np.arange(2.0 * nodes).reshape(nodes, 2)
+    beside = t.host.adjacency(elements, nodes)
+    carried = t.interpolate(pos, elements, field, points)
+    listed = t.interpolate(
+        np.concatenate([pos, points]),
+        elements,
+        np.concatenate([field, np.full((5, 2), np.nan)]),
+        nodes=np.arange(nodes, nodes + 5),
+        neighbors=beside.neighbors,
+        ancestors=np.concatenate([beside.ancestors, np.full(5, t.NONE, np.uint32)]),
+    )
+    assert carried.values.tobytes() == listed[nodes:].tobytes()
+    served = carried.state != t.UNSERVED
+    assert np.isnan(carried.values[~served]).all()
+    if nodes and len(elements):
+        transfer = host.Locator(pos, elements).transfer(points)
+        assert carried.state.tolist() == transfer.states.tolist()
+
+
 def test_points_are_served_as_nodes_are():
     disk = t.mesh_disk_Q4(n=3)
     points = np.random.default_rng(1).uniform(-1.3, 1.3, (200, 2))
@@ -161,17 +186,24 @@ def test_progress_and_parts(monkeypatch):
     disk = t.mesh_disk_T3(n=2)
     points = np.random.default_rng(1).uniform(-1, 1, (1000, 2))
     whole = t.interpolate(disk.pos, disk.connect, disk.pos, points)
-    monkeypatch.setattr(_location, "part_size", 100)
+    monkeypatch.setattr(host, "part_size", 100)
     done = []
     parts = t.interpolate(disk.pos, disk.connect, disk.pos, points, progress=done.append)
-    assert sum(done) == 1000 and len(done) > 5
+    assert done == [100] * 10
     assert parts.values.tobytes() == whole.values.tobytes()
     assert parts.state.tobytes() == whole.state.tobytes()
+    sizes = np.hypot(*disk.pos.T) + 1
+    done.clear()
+    parts = t.interpolate_metrics(disk.pos, disk.connect, sizes, points, progress=done.append)
+    assert done == [100] * 10
+    monkeypatch.undo()
+    whole = t.interpolate_metrics(disk.pos, disk.connect, sizes, points)
+    assert [a.tobytes() for a in parts] == [a.tobytes() for a in whole]
 
 
 def test_a_batch_can_be_interrupted_between_parts(monkeypatch):
     disk = t.mesh_disk_T3(n=2)
-    monkeypatch.setattr(_location, "part_size", 100)
+    monkeypatch.setattr(host, "part_size", 100)
     done = []
 
     def interrupt(count):
