@@ -19,6 +19,13 @@ using api = py::detail::npy_api;
     throw py::type_error(std::string(name) + ": " + reason);
 }
 
+/// Ends an exception of which a better one tells. Interruptions and lack of memory go on.
+void forget_error() {
+    if (!PyErr_ExceptionMatches(PyExc_Exception) || PyErr_ExceptionMatches(PyExc_MemoryError))
+        throw py::error_already_set();
+    PyErr_Clear();
+}
+
 std::string type_name(py::handle given) {
     return py::str(py::type::handle_of(given).attr("__name__"));
 }
@@ -42,8 +49,7 @@ py::array as_array(py::handle given, const char* name) {
         refuse(name, "an array is expected, not " + type_name(given));
     PyObject* const made = api::get().PyArray_FromAny_(given.ptr(), nullptr, 0, 0, 0, nullptr);
     if (made) return py::reinterpret_steal<py::array>(made);
-    if (PyErr_ExceptionMatches(PyExc_MemoryError)) throw py::error_already_set();
-    PyErr_Clear();
+    forget_error();
     refuse(name, "an array is expected, not this " + type_name(given));
 }
 
@@ -275,7 +281,7 @@ input<value_list> real_list_in_place(py::handle given, const char* name) {
 double real(py::handle given, const char* name) {
     const double x = PyFloat_AsDouble(given.ptr());
     if (x == -1.0 && PyErr_Occurred()) {
-        PyErr_Clear();
+        forget_error();
         refuse(name, "a number is expected, not " + type_name(given));
     }
     return x;
@@ -286,7 +292,7 @@ namespace {
 long long whole_number(py::handle given, const char* name, long long least, long long most) {
     PyObject* const index = PyNumber_Index(given.ptr());
     if (!index) {
-        PyErr_Clear();
+        forget_error();
         refuse(name, "an integer is expected, not " + type_name(given));
     }
     int overflow = 0;
@@ -309,12 +315,11 @@ int integer(py::handle given, const char* name) {
                                          std::numeric_limits<int>::max()));
 }
 bool flag(py::handle given, const char* name) {
-    const int truth = PyObject_IsTrue(given.ptr());
-    if (truth < 0) {
-        PyErr_Clear();
-        refuse(name, "True or False is expected, not " + type_name(given));
-    }
-    return truth != 0;
+    if (PyBool_Check(given.ptr())) return given.ptr() == Py_True;
+    const std::string type = type_name(given);
+    if (!PyLong_Check(given.ptr()) && type != "bool_" && type != "bool") // those of numpy
+        refuse(name, "True or False is expected, not " + type);
+    return PyObject_IsTrue(given.ptr()) == 1;
 }
 
 void read_vector(py::handle given, const char* name, double* to, std::size_t n) {
@@ -338,13 +343,13 @@ std::size_t dimensions(py::handle given) {
         return static_cast<std::size_t>(py::reinterpret_borrow<py::array>(given).ndim());
     if (PyFloat_Check(given.ptr()) || PyLong_Check(given.ptr()) || given.is_none()) return 0;
     PyObject* const made = api::get().PyArray_FromAny_(given.ptr(), nullptr, 0, 0, 0, nullptr);
-    if (!made) PyErr_Clear();
+    if (!made) forget_error();
     return made ? static_cast<std::size_t>(py::reinterpret_steal<py::array>(made).ndim()) : 0;
 }
 
 std::size_t dimension(py::handle given) {
     const Py_ssize_t length = PyObject_Size(given.ptr());
-    if (length < 0) PyErr_Clear();
+    if (length < 0) forget_error();
     return length < 0 ? 0 : static_cast<std::size_t>(length);
 }
 

@@ -54,6 +54,12 @@ sweep sweep_of(const char* name, py::handle pos, py::handle edges, const py::tup
     return s;
 }
 
+/// For sweeps that drop the third row of nodes in the memory where they are: in the plane always, along a
+/// screw when the layers cannot be made.
+void drop_third_row_elsewhere(sweep& s) {
+    if (s.pos.rows == 3) s.pos = own_copy(s.pos);
+}
+
 py::tuple strip(const sweep& s) {
     return py::make_tuple(give(s.pos, 0), give(s.connect, s.triangles ? 3 : 4));
 }
@@ -109,11 +115,13 @@ py::tuple turned(sweep& s, const Center& C, const Turn& A) {
 py::tuple extrude_rotate(const std::string& name, py::handle pos, py::handle edges,
                          py::handle center, py::handle angle, const py::tuple& how) {
     sweep s = sweep_of(name.c_str(), pos, edges, how);
-    if (dimension(center) == 3)
-        return turned(s, vector<3>(center, "center"), vector<3>(angle, "angle"));
-    // In the plane a third row of nodes is dropped, in the memory where they are.
-    s.pos = s.pos.rows == 3 ? own_copy(s.pos) : s.pos;
-    return turned(s, vector<2>(center, "center"), real(angle, "angle"));
+    if (dimension(center) == 3) {
+        const auto C = vector<3>(center, "center");
+        return turned(s, C, vector<3>(angle, "angle"));
+    }
+    const auto C = vector<2>(center, "center");
+    drop_third_row_elsewhere(s);
+    return turned(s, C, real(angle, "angle"));
 }
 
 py::tuple extrude_spiral(const std::string& name, py::handle pos, py::handle edges,
@@ -123,6 +131,7 @@ py::tuple extrude_spiral(const std::string& name, py::handle pos, py::handle edg
     const auto C = vector<3>(center, "center");
     const auto A = vector<3>(angle, "angle");
     const auto T = vector<3>(way, "T");
+    drop_third_row_elsewhere(s);
     const connectivity& e = s.edges;
     if (s.triangles)
         run(s.name, {"pos", "edges", "", s.counted ? "T" : "h1", "", s.counted ? "T" : "h0"}, [&] {

@@ -79,7 +79,9 @@ py::tuple round_T3(const char* name, Function function, py::handle center_, py::
     return py::make_tuple(give(pos, Dim), give(connect, 3), give(boundary, 2));
 }
 
-py::tuple mesh_sphere_Q4(py::handle center_, py::handle radius_, py::handle n_, bool circles) {
+py::tuple mesh_sphere_Q4(py::handle center_, py::handle radius_, py::handle n_,
+                         py::handle circles_) {
+    const bool circles = flag(circles_, "circles");
     const auto center = vector<3>(center_, "center");
     const double radius = real(radius_, "radius");
     const unsigned n = count(n_, "n");
@@ -94,7 +96,8 @@ py::tuple mesh_sphere_Q4(py::handle center_, py::handle radius_, py::handle n_, 
 }
 
 py::tuple mesh_sphere_T3(py::handle center_, py::handle radius_, py::handle n_, py::handle pattern_,
-                         bool circles) {
+                         py::handle circles_) {
+    const bool circles = flag(circles_, "circles");
     const auto center = vector<3>(center_, "center");
     const double radius = real(radius_, "radius");
     const unsigned n = count(n_, "n");

@@ -95,7 +95,8 @@ py::object filled(const char* name, py::handle field_, bool inplace, const Fill&
 }
 
 py::object interpolate(py::handle pos_, py::handle connect_, py::handle field_, py::handle nodes_,
-                       py::handle neighbors_, py::handle ancestors_, bool inplace) {
+                       py::handle neighbors_, py::handle ancestors_, py::handle inplace_) {
+    const bool inplace = flag(inplace_, "inplace");
     const carried c = carried_of("interpolate", "field", pos_, connect_, neighbors_, ancestors_);
     const auto nodes = numbers_list(nodes_, "nodes");
     return filled("field", field_, inplace, [&](auto& field) {
@@ -108,7 +109,8 @@ py::object interpolate(py::handle pos_, py::handle connect_, py::handle field_, 
 
 py::object interpolate_metrics(py::handle pos_, py::handle connect_, py::handle metrics_,
                                py::handle nodes_, py::handle keep_valid_, py::handle neighbors_,
-                               py::handle ancestors_, bool inplace) {
+                               py::handle ancestors_, py::handle inplace_) {
+    const bool inplace = flag(inplace_, "inplace");
     const carried c =
         carried_of("interpolate_metrics", "metrics", pos_, connect_, neighbors_, ancestors_);
     const bool keep_valid = flag(keep_valid_, "keep_valid");

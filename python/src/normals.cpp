@@ -76,7 +76,8 @@ void moved(const char* name, py::handle by, py::handle vectors, const Move& move
 }
 
 py::object offset(py::handle pos_, py::handle connect_, py::handle by, py::handle vectors,
-                  bool inplace) {
+                  py::handle inplace_) {
+    const bool inplace = flag(inplace_, "inplace");
     const auto given = inplace ? reals_in_place(pos_, "pos") : reals(pos_, "pos");
     const auto connect = numbers(connect_, "connect");
     coordinates pos = inplace ? given.view : own_copy(given.view);

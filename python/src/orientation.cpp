@@ -45,7 +45,8 @@ changed to_change(py::handle given, const char* name, bool inplace) {
     return {py::reinterpret_borrow<py::object>(given), numbers_in_place(given, name).view};
 }
 
-py::object flip(py::handle connect_, py::handle kind_, bool inplace) {
+py::object flip(py::handle connect_, py::handle kind_, py::handle inplace_) {
+    const bool inplace = flag(inplace_, "inplace");
     changed connect = to_change(connect_, "connect", inplace);
     if (kind_.is_none()) {
         run("flip", {"connect"}, [&] { return lib::flip(connect.view); });
@@ -57,7 +58,8 @@ py::object flip(py::handle connect_, py::handle kind_, bool inplace) {
 }
 
 py::tuple flip_neighbors(py::handle connect_, py::handle neighbors_, py::handle kind_,
-                         bool inplace) {
+                         py::handle inplace_) {
+    const bool inplace = flag(inplace_, "inplace");
     changed connect = to_change(connect_, "connect", inplace);
     changed neighbors = to_change(neighbors_, "neighbors", inplace);
     const zel::element_type kind = kind_.is_none() ? zel::ELEMENT_FACE : kind_of(kind_);
@@ -84,13 +86,16 @@ void test_reorientation(const connectivity& connect, const connectivity& neighbo
 }
 
 int columns_that_differ(const connectivity& a, const connectivity& b) {
+    if (a.rows == 0) return 0;
     int count = 0;
     for (std::size_t e = 0; e < a.cols; ++e) count += !std::equal(a[e], a[e] + a.rows, b[e]);
     return count;
 }
 
 py::tuple mesh_reorient(py::handle connect_, py::handle neighbors_, py::handle seed_,
-                        bool all_components, bool inplace) {
+                        py::handle all_components_, py::handle inplace_) {
+    const bool all_components = flag(all_components_, "all_components");
+    const bool inplace = flag(inplace_, "inplace");
     changed connect = to_change(connect_, "connect", inplace);
     changed neighbors =
         neighbors_.is_none()
@@ -112,14 +117,16 @@ py::tuple mesh_reorient(py::handle connect_, py::handle neighbors_, py::handle s
                           turned < differ);
 }
 
-py::tuple convert_degenerated_Q4(py::handle connect_, bool inplace) {
+py::tuple convert_degenerated_Q4(py::handle connect_, py::handle inplace_) {
+    const bool inplace = flag(inplace_, "inplace");
     changed connect = to_change(connect_, "connect", inplace);
     const int converted = run("convert_degenerated_Q4", {"connect"},
                               [&] { return lib::convert_degenerated_Q4(connect.view); });
     return py::make_tuple(connect.given_back(4), converted);
 }
 
-py::tuple convert_degenerated_Q(py::handle connect_, bool inplace) {
+py::tuple convert_degenerated_Q(py::handle connect_, py::handle inplace_) {
+    const bool inplace = flag(inplace_, "inplace");
     changed connect = to_change(connect_, "connect", inplace);
     number_list list;
     run("convert_degenerated_Q", {"connect"},

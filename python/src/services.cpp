@@ -20,11 +20,12 @@ py::tuple merge(py::handle pos_, py::handle connect_, py::handle tolerance_) {
     auto pos = own_copy(reals(pos_, "pos").view);
     auto connect = own_copy(numbers(connect_, "connect").view);
     const double tolerance = real(tolerance_, "tolerance");
+    const std::size_t before = pos.cols;
     run("merge", {"pos"}, [&] {
         const int status = zel::tessel::merge(pos, connect, tolerance, 0);
         return status == 0 ? zel::tessel::simplify(pos, connect, 0) : status;
     });
-    return py::make_tuple(give(pos, 3), give(connect, 3));
+    return py::make_tuple(give(pos, 3), give(connect, 3), before - pos.cols);
 }
 
 py::tuple build_adjacency(py::handle connect_, py::handle nodes_) {

@@ -35,10 +35,10 @@ def normals(
     >>> normals(pos, [[0, 1, 2]], at="elements", unit=False)[0, 2]
     4.0
     """
+    if not isinstance(at, str) or at not in ("nodes", "elements"):
+        raise ValueError('at: "nodes" or "elements" is expected')
     if at == "nodes":
         return _native.normals_at_nodes(pos, connect, power, unit)
-    if at != "elements":
-        raise ValueError('at: "nodes" or "elements" is expected')
     return _native.normals_at_elements(pos, connect, unit)
 
 

@@ -169,9 +169,7 @@ def merge(pos: ArrayLike, connect: ArrayLike, tolerance: float = 0.0) -> Merged:
     >>> merge([[0, 0], [1, 0], [0, 1], [1, 0], [1, 1], [0, 1]], [[0, 1, 2], [3, 4, 5]]).fused
     2
     """
-    before = len(np.asarray(pos))
-    nodes, elements = _native.merge(pos, connect, tolerance)
-    return Merged(nodes, elements, before - len(nodes))
+    return Merged(*_native.merge(pos, connect, tolerance))
 
 
 def unique_edges(connect: ArrayLike, nodes: Optional[int] = None) -> Edges:
@@ -417,7 +415,9 @@ class Locator:
         >>> mesh.carry(mesh.transfer([[0.5, 0.25]]), [0, 1, 2, 1]).tolist()
         [0.75]
         """
-        return self._mesh.carry(table[0], table[1], table[2], field, unserved)
+        if not isinstance(table, tuple) or len(table) != 3:
+            raise TypeError("table: what `transfer` has made is expected")
+        return self._mesh.carry(*table, field, unserved)
 
 
 def by_parts(
