@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <utility>
 #include <vector>
@@ -282,6 +283,7 @@ inline columns quad_pieces(const columns& linear, const raised& r) {
 /// New nodes are where they should be, as far as coordinates are ordinary numbers.
 inline void require_places(const raised& r, const dense2D<double>& pos) {
     require(pos.cols == r.places.size(), "there are as many nodes as elements ask for");
+    constexpr long double tiny = 8 * std::numeric_limits<double>::denorm_min();
     long double size = 0;
     for (const double x : elements(pos)) {
         if (!(std::fabs(x) < 1e6)) return;
@@ -289,7 +291,7 @@ inline void require_places(const raised& r, const dense2D<double>& pos) {
     }
     for (std::size_t j = 0; j < pos.cols; ++j)
         for (std::size_t i = 0; i < pos.rows && r.placed[j]; ++i)
-            require(std::fabs(pos(i, j) - r.places[j][i]) <= 1e-13L * size,
+            require(std::fabs(pos(i, j) - r.places[j][i]) <= 1e-13L * size + tiny,
                     "a new node is where its element puts it");
 }
 

@@ -5,6 +5,8 @@
 #include "support/failing_alloc.h"
 #include "support/meshes.h"
 
+#include <limits>
+
 namespace {
 
 using namespace zel_test;
@@ -130,6 +132,18 @@ TEST(ConvertIntoQuadratic, AGivenMidSideNodeBendsTheCentreOfAQuadrilateral) {
                                               cell(1, 4, 2, 9, 6, 10, none, none, none)));
     EXPECT_EQ(point(0.5, 0.375), column(pos, 11));
     EXPECT_EQ(point(0.5, -0.25), column(pos, 5));
+}
+
+TEST(ConvertIntoQuadratic, NodesBetweenTheSmallestNumbersAreWithinTheirRounding) {
+    constexpr double least = std::numeric_limits<double>::denorm_min();
+    auto pos = points({{0, 0}, {101 * least, 0}, {101 * least, 7 * least}, {0, 7 * least}});
+    auto connect = cells({{0, 1, 2, 3}});
+    ASSERT_EQ(0, convert_into_quadratic(pos, connect));
+    ASSERT_EQ(9U, pos.cols);
+    const double expected[5][2] = {{50.5, 0}, {101, 3.5}, {50.5, 7}, {0, 3.5}, {50.5, 3.5}};
+    for (unsigned k = 0; k < 5; ++k)
+        for (unsigned i = 0; i < 2; ++i)
+            EXPECT_NEAR(expected[k][i], pos(i, connect(4 + k, 0)) / least, 2.0) << k << " " << i;
 }
 
 TEST(ConvertIntoQuadratic, StatusesAreThoseOfTheFullForm) {
