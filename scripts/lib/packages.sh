@@ -17,8 +17,8 @@
         python3-setuptools python3-wheel)
     # Hundreds of packages, for the bridge to VTK and for tests that compare node orders with theirs.
     format_packages=(libvtk9-dev libgmsh-dev)
-    # MPI, its compilers and PT-Scotch come with it.
-    distributed_packages=(libpetsc-real-dev)
+    # MPI, its compilers and PT-Scotch come with the first.
+    distributed_packages=(libpetsc-real-dev libhdf5-openmpi-dev)
     bench_packages=(libbenchmark-dev)
     package_packages=(debhelper lintian autopkgtest fakeroot git)
     manual_packages=(doxygen python3-sphinx python3-breathe python3-myst-parser furo npm)
