@@ -8,7 +8,7 @@
 #include "foundation/topology.h"
 #include "geometry/quadrilaterals.h"
 #include "geometry/triangles.h"
-#include "host/volume_terms.h"
+#include "geometry/volume_terms.h"
 #include "zel/tessel.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ namespace zel::distributed {
 
 namespace {
 
-using host::long_sum;
+using tessel2d::long_sum;
 
 /// A sum whose terms need not be finite.
 struct share {
@@ -165,7 +165,7 @@ int volume(const partitioned_mesh& mesh, double& result) {
     const int me = rank_of(mesh.comm);
     for (std::size_t e = 0; e < mesh.connect.cols; ++e)
         if (mesh.element_homes[e].rank == me)
-            host::add_element(sum.finite, mesh.pos, mesh.connect[e], is_quad(mesh, e));
+            tessel2d::add_element(sum.finite, mesh.pos, mesh.connect[e], is_quad(mesh, e));
     sum.odd_ones[0] = !sum.finite.is_finite();
     return add_up(mesh.comm, sum, 12, result);
 }

@@ -8,8 +8,8 @@
 // two; the sum is kept as one long integer, is divided by twelve in the end, and rounded once.
 #include "zel/host/volume.h"
 
+#include "geometry/volume_terms.h"
 #include "host/sides.h"
-#include "host/volume_terms.h"
 #include "zel/host/adjacency.h"
 #include "zel/tessel.h"
 
@@ -74,9 +74,9 @@ int volume(const dense2D<double>& pos, const dense2D<unsigned>& connect, double&
         return status_memory;
     }
     if (open != 0) return tessel2d::as_count(open);
-    long_sum sum;
+    tessel2d::long_sum sum;
     for (std::size_t e = 0; e < connect.cols && !connect.empty(); ++e)
-        add_element(sum, pos, connect[e], connect.rows == 4 && connect(3, e) != no_node);
+        tessel2d::add_element(sum, pos, connect[e], connect.rows == 4 && connect(3, e) != no_node);
     result = sum.rounded(12);
     return status_ok;
 }

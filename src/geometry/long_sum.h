@@ -9,7 +9,7 @@
 #include <cstring>
 #include <limits>
 
-namespace zel::host {
+namespace zel::tessel2d {
 
 /// A sum of products of three doubles, without rounding: digits of 32 bits, signed, that carry now and then.
 class long_sum {
@@ -156,4 +156,4 @@ private:
     bool finite_ = true;
 };
 
-} // namespace zel::host
+} // namespace zel::tessel2d

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// What an element adds to twelve times the volume that a closed surface encloses; volume.cpp says why.
-#include "host/long_sum.h"
+// What an element adds to twelve times the volume that a closed surface encloses; six triangles for a quadrilateral, twice each for a triangle.
+#include "geometry/long_sum.h"
 #include "zel/dense.h"
 
-namespace zel::host {
+namespace zel::tessel2d {
 
 /// Adds the determinant of the corners of a triangle.
 inline void add_triangle(long_sum& sum, const double* a, const double* b,
@@ -32,4 +32,4 @@ inline void add_element(long_sum& sum, const dense2D<double>& pos, const unsigne
     add_triangle(sum, b, c, d);
 }
 
-} // namespace zel::host
+} // namespace zel::tessel2d
