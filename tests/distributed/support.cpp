@@ -344,9 +344,9 @@ void fail_each_allocation_on_one_rank(const std::function<void()>& prepare,
     const int last = ranks() - 1;
     std::size_t failures = 0;
     int failing = 1;
-    // Many ranks take their time: there each seventh allocation has its turn.
-    const std::size_t step = ranks() > 4 ? 7 : 1;
-    for (std::size_t k = 1; failing && k < 5000; k += step) {
+    // Several ranks take their time: there each fifth allocation behind the first ones has its turn.
+    const std::size_t step = ranks() > 2 ? 5 : 1;
+    for (std::size_t k = 1; failing && k < 5000; k += k < 12 ? 1 : step) {
         SCOPED_TRACE(testing::Message() << "allocation " << k << " failed on the last rank");
         prepare();
         if (rank() == last) arm_allocator(k);
