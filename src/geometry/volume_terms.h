@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// What an element adds to twelve times the volume that a closed surface encloses; six triangles for a quadrilateral, twice each for a triangle.
+// What an element adds to twelve times the volume that a closed surface encloses: the determinants of the corners of the
+// triangles into which a quadrilateral can be cut, once for each cut, and those of a triangle twice.
 #include "geometry/long_sum.h"
 #include "zel/dense.h"
 
