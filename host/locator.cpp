@@ -30,11 +30,10 @@ constexpr double transfer_tolerance = 1e-6; // that of interpolate
 
 // --------------------------------------------------------------------- what is used of the searches
 
-/// A search of the library: 1 found, 0 not found, -1 met a degenerate element.
+/// A search of the library, from `element` if it is one: 1 found, 0 not found, -1 met a degenerate element.
 template <class Shape, class Searcher>
 int search(const located_mesh& mesh, const Searcher& searcher, const point<2>& p, double tolerance,
            unsigned& element, search_record& memory) noexcept {
-    element = no_node;
     switch (tessel2d::locate<Shape>(mesh, searcher, p, tolerance, element, true, memory)) {
     case outcome::found:
         return 1;
@@ -44,6 +43,15 @@ int search(const located_mesh& mesh, const Searcher& searcher, const point<2>& p
         return 0;
     }
 }
+
+/// The searches of a node detector, with nothing to prefetch.
+struct detector_searcher {
+    const tessel::node_detector& detector;
+
+    void prefetch_close(const point<2>*, std::size_t) const noexcept {}
+    unsigned find_close(const point<2>& p) const noexcept { return detector.find_close(p); }
+    unsigned find_closest(const point<2>& p) const noexcept { return detector.find_closest(p); }
+};
 
 // --------------------------------------------------------------------------------- points of a batch
 
@@ -96,6 +104,22 @@ bool are_points(const dense2D<double>& points) noexcept {
 
 point<2> point_at(const dense2D<double>& points, std::size_t j) noexcept {
     return {points(0, j), points(1, j)};
+}
+
+/// Calls work(p, j, start) for a part of the points of a batch: point j is p, and its walk is to start at an
+/// element, or at none.
+template <class Searcher, class Work>
+void in_groups(const located_mesh& mesh, const Searcher& searcher, const dense2D<double>& points,
+               const visiting_order& order, std::size_t first, std::size_t last,
+               const Work& work) noexcept {
+    point_group group;
+    for (; first < last; first += group.most) {
+        const std::size_t n = std::min(last - first, group.most);
+        group.find_starts(mesh, searcher, n,
+                          [&](std::size_t i) { return point_at(points, order[first + i]); });
+        for (std::size_t i = 0; i < n; ++i)
+            work(group.points[i], order[first + i], group.starts[i]);
+    }
 }
 
 /// Local coordinates in an element; see local_coords.h.
@@ -192,10 +216,8 @@ struct locator::prepared_mesh {
     }
 
     template <class Shape>
-    void locate_one(const dense2D<double>& points, std::size_t j, double tolerance,
-                    unsigned& element, double* weights, unsigned& state,
-                    search_record& memory) const noexcept {
-        const point<2> p = point_at(points, j);
+    void locate_one(const point<2>& p, double tolerance, unsigned& element, double* weights,
+                    unsigned& state, search_record& memory) const noexcept {
         const int status = search<Shape>(view, detector, p, tolerance, element, memory);
         state = as_number(status == 1   ? place::inside
                           : status == 0 ? place::outside
@@ -208,17 +230,15 @@ struct locator::prepared_mesh {
     }
 
     template <class Shape>
-    void serve_one(const tree_searcher& searcher, const dense2D<double>& points, std::size_t j,
-                   transfer_table& table, search_record& memory) const noexcept {
-        const point<2> p = point_at(points, j);
-        unsigned element;
+    void serve_one(const tree_searcher& searcher, const point<2>& p, unsigned element,
+                   std::size_t j, transfer_table& table, search_record& memory) const noexcept {
         point<2> at{0, 0};
         source from = source::inside;
         if (search<Shape>(view, searcher, p, transfer_tolerance, element, memory) == 1) {
             const unsigned* const cell = view.connect[element];
             at = local_coords(view, cell, Shape::corners(cell), p);
         } else {
-            element = searcher.find_closest(p);
+            element = memory.closest ? *memory.closest : searcher.find_closest(p);
             from = element == no_node ? source::unserved : source::nearest;
         }
         table.states[j] = as_number(from);
@@ -334,11 +354,13 @@ int locator::locate(const dense2D<double>& points, dense1D<unsigned, 8>& element
         mesh_->with_shape([&](auto shape) {
             share(points.cols, threads, [&](std::size_t first, std::size_t last) noexcept {
                 search_record memory;
-                for (std::size_t i = first; i < last; ++i) {
-                    const std::size_t j = order[i];
-                    mesh_->locate_one<decltype(shape)>(points, j, tolerance, found[j], shares[j],
-                                                       states[j], memory);
-                }
+                const detector_searcher searcher{mesh_->detector};
+                in_groups(mesh_->view, searcher, points, order, first, last,
+                          [&](const point<2>& p, std::size_t j, unsigned start) {
+                              found[j] = start;
+                              mesh_->locate_one<decltype(shape)>(p, tolerance, found[j], shares[j],
+                                                                 states[j], memory);
+                          });
             });
         });
     }
@@ -362,8 +384,11 @@ int locator::transfer(const dense2D<double>& points, transfer_table& table,
             share(points.cols, threads, [&](std::size_t first, std::size_t last) noexcept {
                 const tree_searcher searcher(mesh_->tree, mesh_->view);
                 search_record memory;
-                for (std::size_t i = first; i < last; ++i)
-                    mesh_->serve_one<decltype(shape)>(searcher, points, order[i], fresh, memory);
+                in_groups(mesh_->view, searcher, points, order, first, last,
+                          [&](const point<2>& p, std::size_t j, unsigned start) {
+                              mesh_->serve_one<decltype(shape)>(searcher, p, start, j, fresh,
+                                                                memory);
+                          });
             });
         });
     }

@@ -10,6 +10,8 @@ namespace {
 
 /// Fills the columns of a field.
 struct field_rule {
+    static constexpr bool keep_valid = false;
+
     columns<double> field;
     std::size_t components;
 

@@ -264,6 +264,9 @@ struct tree_searcher {
     tree_searcher(const node_tree& searched, const located_mesh& mesh) noexcept
         : tree(searched), filter(mesh) {}
 
+    void prefetch_close(const point<2>* points, std::size_t n) const noexcept {
+        leaf_prefetch{tree, filter.held.ancestors}(points, n);
+    }
     unsigned find_close(const point<2>& p) const noexcept {
         double best = no_distance;
         return tree.find_close(p, best, filter);
@@ -300,6 +303,43 @@ outcome locate_around_closest(const located_mesh& mesh, const Searcher& searcher
     return end;
 }
 
+/// An element of a node near p, from which a walk may start, or `no_node`.
+template <class Searcher>
+unsigned start_of_walk(const located_mesh& mesh, const Searcher& searcher,
+                       const point<2>& p) noexcept {
+    const unsigned node = searcher.find_close(p);
+    return node == no_node ? no_node : mesh.ancestor(node);
+}
+
+/// Points of which the searches for a start are done together, before the walks: so the memory accesses of
+/// one search do not wait for those of another.
+struct point_group {
+    static constexpr std::size_t most = leaf_prefetch::most;
+
+    point<2> points[most];
+    unsigned starts[most];
+
+    /// Takes n points, the i-th of which is point_of(i).
+    template <class Searcher, class PointOf>
+    void find_starts(const located_mesh& mesh, const Searcher& searcher, std::size_t n,
+                     const PointOf& point_of) noexcept {
+        for (std::size_t i = 0; i < n; ++i) points[i] = point_of(i);
+        searcher.prefetch_close(points, n);
+        for (std::size_t i = 0; i < n; ++i) {
+            starts[i] = start_of_walk(mesh, searcher, points[i]);
+            if (starts[i] == no_node) continue;
+            prefetch(mesh.connect[starts[i]]);
+            prefetch(mesh.neighbors[starts[i]]);
+        }
+        for (std::size_t i = 0; i < n; ++i) {
+            if (starts[i] == no_node) continue;
+            const unsigned* const cell = mesh.connect[starts[i]];
+            for (unsigned k = 0; k < 3; ++k) prefetch(mesh.pos.first + cell[k] * mesh.pos.ld);
+            prefetch_neighbors(mesh, mesh.neighbors[starts[i]], 3);
+        }
+    }
+};
+
 /// Finds the element that holds p, to the tolerance of `exit_edge`.
 ///
 /// @param searcher   offers `find_close` and `find_closest`.
@@ -314,12 +354,8 @@ outcome locate(const located_mesh& mesh, const Searcher& searcher, const point<2
                double tolerance, unsigned& element, bool around, search_record& record) noexcept {
     record.steps = 0;
     record.closest.reset();
-    if (element == no_node) {
-        const unsigned node = searcher.find_close(p);
-        if (node == no_node) return outcome::not_found;
-        element = mesh.ancestor(node);
-        if (element == no_node) return outcome::not_found;
-    }
+    if (element == no_node) element = start_of_walk(mesh, searcher, p);
+    if (element == no_node) return outcome::not_found;
     outcome end = walk<Shape>(mesh, p, element, tolerance, record.steps);
     if (around && end == outcome::not_found)
         end = locate_around_closest<Shape>(mesh, searcher, p, tolerance, element, record);

@@ -256,6 +256,43 @@ void tree_search<Filter>::find_nearer() noexcept {
     range_search(descent(*this, low, std::max(depth, 1u)).at, leaf, true);
 }
 
+/// Prefetches what `find_close` will read for a group of points at a time. One memory access waits for another
+/// on the way from a short cut to the nodes of a leaf; those of all points are under way together.
+struct leaf_prefetch {
+    static constexpr std::size_t most = 16;
+
+    const node_tree& tree;
+    const unsigned* ancestors;
+    std::size_t cells[most] = {};
+
+    const unsigned* words(std::size_t i) const noexcept { return tree.cells.data() + 4 * cells[i]; }
+
+    void operator()(const point<2>* points, std::size_t n) noexcept {
+        if (tree.entries.empty()) return;
+        for (std::size_t i = 0; i < n; ++i) {
+            cells[i] = place_on_curve(tree.grid(points[i]), tree.entry_levels);
+            prefetch(&tree.entries[cells[i]]);
+        }
+        for (std::size_t i = 0; i < n; ++i) {
+            cells[i] = tree.entries[cells[i]];
+            prefetch(words(i));
+        }
+        const unsigned depth = root_depth - tree.entry_levels;
+        for (std::size_t i = 0; i < n; ++i) {
+            if (words(i)[0] < first_inner) continue;
+            cells[i] = words(i)[0] + quadrant(tree.grid(points[i]), depth);
+            prefetch(words(i));
+        }
+        for (std::size_t i = 0; i < n; ++i) {
+            const unsigned* const w = words(i);
+            for (unsigned k = 1; k <= w[0] && w[0] < first_inner; ++k) {
+                prefetch(tree.pos.first + w[k] * tree.pos.ld);
+                prefetch(&ancestors[w[k]]);
+            }
+        }
+    }
+};
+
 template <class Filter>
 unsigned node_tree::find_close(const point<2>& p, double& best,
                                const Filter& filter) const noexcept {

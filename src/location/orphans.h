@@ -42,38 +42,55 @@ bool sort_orphans(const located_mesh& mesh, const node_tree& tree,
     return order.sort(tree.grid, mesh.pos, orphans);
 }
 
+/// Locates an orphan, by a walk from an element, and hands it to the rule.
+template <class Shape, class Rule>
+void serve_orphan(const located_mesh& mesh, const tree_searcher& searcher, unsigned node,
+                  unsigned element, Rule& rule, search_record& record) noexcept {
+    const point<2> p = mesh.pos[node];
+    if (locate<Shape>(mesh, searcher, p, carry_tolerance, element, true, record) ==
+        outcome::found) {
+        const unsigned* const cell = mesh.connect[element];
+        const unsigned corners = Shape::corners(cell);
+        point<2> at;
+        if (corners == 3) {
+            local_coords_T3(mesh.pos, cell, p, at);
+        } else {
+            local_coords_Q4(mesh.pos, cell, p, at);
+        }
+        rule.in_element(node, cell, corners, at);
+    } else {
+        const unsigned closest = record.closest ? *record.closest : searcher.find_closest(p);
+        if (closest != no_node) rule.from_node(node, closest);
+    }
+}
+
 /// Locates every orphan in the list and hands it to the rule:
 ///
+///     rule.keep_valid                            true if `wants` may say no
 ///     rule.wants(node)                           false to pass over it
 ///     rule.in_element(node, cell, corners, at)   it lies in this element, at these local coordinates:
 ///                                                (s, t) with 3 corners, (u, v) with 4
 ///     rule.from_node(node, closest)              it lies in none; this is the closest mesh node
 ///
 /// An orphan in no element and outside the box of the mesh nodes is passed over.
+///
+/// So many orphans are located `at_once`, at most those of a `point_group`: what one receives does not change
+/// whether another of them is wanted.
 template <class Shape, class Rule>
 void serve_orphans(const located_mesh& mesh, const node_tree& tree,
-                   const dense1D<unsigned, 8>& nodes, Rule rule) noexcept {
+                   const dense1D<unsigned, 8>& nodes, std::size_t at_once, Rule rule) noexcept {
     const tree_searcher searcher(tree, mesh);
     search_record record;
-    for (const unsigned node : nodes) {
-        if (mesh.ancestor(node) != no_node || !rule.wants(node)) continue;
-        const point<2> p = mesh.pos[node];
-        unsigned element = no_node;
-        if (locate<Shape>(mesh, searcher, p, carry_tolerance, element, true, record) ==
-            outcome::found) {
-            const unsigned* const cell = mesh.connect[element];
-            const unsigned corners = Shape::corners(cell);
-            point<2> at;
-            if (corners == 3) {
-                local_coords_T3(mesh.pos, cell, p, at);
-            } else {
-                local_coords_Q4(mesh.pos, cell, p, at);
-            }
-            rule.in_element(node, cell, corners, at);
-        } else {
-            const unsigned closest = record.closest ? *record.closest : searcher.find_closest(p);
-            if (closest != no_node) rule.from_node(node, closest);
-        }
+    point_group group;
+    unsigned wanted[group.most];
+    for (std::size_t next = 0; next < nodes.size;) {
+        std::size_t n = 0;
+        for (; n < at_once && next < nodes.size; ++next)
+            if (mesh.ancestor(nodes[next]) == no_node && rule.wants(nodes[next]))
+                wanted[n++] = nodes[next];
+        group.find_starts(mesh, searcher, n, [&](std::size_t i) { return mesh.pos[wanted[i]]; });
+        for (std::size_t i = 0; i < n; ++i)
+            serve_orphan<Shape>(mesh, searcher, wanted[i], group.starts[i], rule, record);
     }
 }
 
@@ -86,7 +103,9 @@ void carry_onto_orphans(const dense2D<double>& pos, const dense2D<unsigned>& con
     if (tree.fill<Shape>(connect) == 0) return; // nothing is found without a node
     curve_order order;
     const bool sorted = sort_orphans<Shape>(mesh, tree, nodes, order);
-    serve_orphans<Shape>(mesh, tree, sorted ? order.nodes : nodes, rule);
+    // Of sorted orphans none is a corner, so one that is listed twice receives the same twice.
+    const std::size_t at_once = sorted || !rule.keep_valid ? point_group::most : 1;
+    serve_orphans<Shape>(mesh, tree, sorted ? order.nodes : nodes, at_once, rule);
 }
 
 /// Carries something onto the orphans in the list by the rule, for the shape that `type` and the rows
