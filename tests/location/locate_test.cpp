@@ -665,6 +665,26 @@ TEST(Locate, ARecordThatSearchesShareChangesNothing) {
     }
 }
 
+// Also outside the mesh, with NaN, with fewer points than a group holds, and in a tree without short cuts.
+TEST(PointGroup, StartsAreThoseOfSingleSearches) {
+    const adjacent_mesh m("grid", zel::ELEMENT_T3, grid_T3(40, 40));
+    node_tree tree(m.pos);
+    tree.fill<triangle_cells>(m.connect);
+    const tree_searcher searcher(tree, view_of(m));
+    random_numbers random(5);
+    for (std::size_t n = 0; n <= point_group::most; ++n) {
+        if (n == 9) tree.entries.clear();
+        const auto point_of = [&](std::size_t i) {
+            return i == 3 ? place{nan, 0.5}
+                          : place{1.5 * random.unit() - 0.2, 1.5 * random.unit() - 0.2};
+        };
+        point_group group;
+        group.find_starts(view_of(m), searcher, n, point_of);
+        for (std::size_t i = 0; i < n; ++i)
+            EXPECT_EQ(start_of_walk(view_of(m), searcher, group.points[i]), group.starts[i]);
+    }
+}
+
 TEST(Locate, TheClosestNodeIsKeptWhenItWasLookedFor) {
     const adjacent_mesh m("grid", zel::ELEMENT_T3, grid_T3(4, 4));
     search_record record;
