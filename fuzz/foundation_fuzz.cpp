@@ -2,6 +2,8 @@
 // Foundation: services for hosts, line meshes, containers and hash tables.
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
+#include "fuzz/services_by_hand.h"
+#include "fuzz/tensors_by_hand.h"
 
 #include "foundation/cell_shapes.h"
 #include "foundation/node_set.h"
@@ -65,6 +67,13 @@ void require_merged(const dense2D<double>& pos, const dense2D<unsigned>& before,
     }
 }
 
+/// As `by_hand::require_renamed`, where the slow way has a result.
+void require_renamed(const dense2D<unsigned>& before, const dense2D<unsigned>& after,
+                     const std::vector<unsigned>& now) {
+    if (!now.empty())
+        by_hand::require_renamed(before, after, now, "a node is fused with the first close one");
+}
+
 void fuse(input& in) {
     const dense2D<double> pos = positions(in);
     dense2D<unsigned> connect = cells(in, {4, 3, 2}, pos.cols);
@@ -74,7 +83,9 @@ void fuse(input& in) {
     const int status = call(
         in, "merge", {-1}, [=](auto& p, auto& c) { return tessel::merge(p, c, tolerance, flag); },
         reads(pos), turns(connect));
-    if (status == 0) require_merged(pos, before, connect, tolerance);
+    if (status != 0) return;
+    require_merged(pos, before, connect, tolerance);
+    require_renamed(before, connect, by_hand::merged(pos, tolerance));
 }
 
 void fuse_two(input& in) {
@@ -84,10 +95,15 @@ void fuse_two(input& in) {
         in.one_in(4) ? sharing_matrix(in, connect, in.below(5)) : cells(in, {2, 4}, pos.cols);
     const double tolerance = in.number() / 4;
     const unsigned flag = in.count();
-    call(
+    const dense2D<unsigned> before[2] = {plain_copy(connect), plain_copy(other)};
+    const int status = call(
         in, "merge of two", {-1},
         [=](auto& p, auto& c, auto& d) { return tessel::merge(p, c, d, tolerance, flag); },
         reads(pos), turns(connect), turns(other));
+    if (status != 0) return;
+    const auto now = by_hand::merged(pos, tolerance);
+    require_renamed(before[0], connect, now);
+    require_renamed(before[1], other, now);
 }
 
 /// The connectivities as an array, as many as `count` says.
@@ -107,7 +123,8 @@ void fuse_many(input& in) {
         in.one_in(4) ? sharing_matrix(in, a, in.below(5)) : cells(in, {1}, pos.cols);
     const double tolerance = in.number() / 4;
     const unsigned count = in.below(4);
-    call(
+    const dense2D<unsigned> before[3] = {plain_copy(a), plain_copy(b), plain_copy(c)};
+    const int status = call(
         in, "merge of many", {-1},
         [=](auto& p, auto& x, auto& y, auto& z) {
             return with_array(x, y, z, count, [&](auto* first, auto* last) {
@@ -115,6 +132,10 @@ void fuse_many(input& in) {
             });
         },
         reads(pos), turns(a), turns(b), turns(c));
+    if (status != 0) return;
+    const auto now = by_hand::merged(pos, tolerance);
+    const dense2D<unsigned>* const after[3] = {&a, &b, &c};
+    for (unsigned k = 0; k < count; ++k) require_renamed(before[k], *after[k], now);
 }
 
 /// What elements refer to does not change: coordinates of the nodes in use are what they were.
@@ -136,6 +157,18 @@ void require_simplified(const dense2D<double>& pos_before, const dense2D<unsigne
     }
 }
 
+/// The nodes that are left and their numbers are those of the slow way.
+void require_tidied(const dense2D<double>& pos_before, unsigned first,
+                    const std::vector<const dense2D<unsigned>*>& before, const dense2D<double>& pos,
+                    const std::vector<const dense2D<unsigned>*>& after) {
+    if (pos_before.empty()) return;
+    std::size_t left = 0;
+    const auto now = by_hand::tidied(pos_before.cols, first, before, left);
+    by_hand::require_tidied(pos_before, now, left, pos);
+    for (std::size_t k = 0; k < before.size(); ++k)
+        by_hand::require_renamed(*before[k], *after[k], now, "numbers move up with the nodes");
+}
+
 void tidy(input& in) {
     dense2D<double> pos = positions(in, {2, 3, 1});
     dense2D<unsigned> connect = cells(in, {4, 3, 2}, pos.cols);
@@ -145,7 +178,9 @@ void tidy(input& in) {
     const int status = call(
         in, "simplify", {}, [=](auto& p, auto& c) { return tessel::simplify(p, c, first); },
         turns(pos), turns(connect));
-    if (status == 0) require_simplified(pos_before, before, pos, connect);
+    if (status != 0) return;
+    require_simplified(pos_before, before, pos, connect);
+    require_tidied(pos_before, first, {&before}, pos, {&connect});
 }
 
 void tidy_two(input& in) {
@@ -154,10 +189,14 @@ void tidy_two(input& in) {
     dense2D<unsigned> other =
         in.one_in(4) ? sharing_matrix(in, connect, in.below(5)) : cells(in, {2, 4}, pos.cols);
     const unsigned first = in.count();
-    call(
+    const dense2D<double> pos_before = plain_copy(pos);
+    const dense2D<unsigned> before[2] = {plain_copy(connect), plain_copy(other)};
+    const int status = call(
         in, "simplify of two", {},
         [=](auto& p, auto& c, auto& d) { return tessel::simplify(p, c, d, first); }, turns(pos),
         turns(connect), turns(other));
+    if (status == 0)
+        require_tidied(pos_before, first, {before, before + 1}, pos, {&connect, &other});
 }
 
 void tidy_many(input& in) {
@@ -168,7 +207,9 @@ void tidy_many(input& in) {
         in.one_in(4) ? sharing_matrix(in, a, in.below(5)) : cells(in, {1}, pos.cols);
     const unsigned first = in.count();
     const unsigned count = in.below(4);
-    call(
+    const dense2D<double> pos_before = plain_copy(pos);
+    const dense2D<unsigned> before[3] = {plain_copy(a), plain_copy(b), plain_copy(c)};
+    const int status = call(
         in, "simplify of many", {},
         [=](auto& p, auto& x, auto& y, auto& z) {
             return with_array(x, y, z, count, [&](auto* begin, auto* end) {
@@ -176,6 +217,49 @@ void tidy_many(input& in) {
             });
         },
         turns(pos), turns(a), turns(b), turns(c));
+    if (status != 0) return;
+    std::vector<const dense2D<unsigned>*> was, is{&a, &b, &c};
+    for (unsigned k = 0; k < count; ++k) was.push_back(before + k);
+    require_tidied(pos_before, first, was, pos, is);
+}
+
+/// Numbers and places of all copies; places as far as numbers are ordinary.
+template <std::size_t Dim>
+void require_copies(const dense2D<double>& pos, std::size_t known, const dense2D<unsigned>& source,
+                    const dense2D<unsigned>& connect, std::size_t first, unsigned count,
+                    const std::array<long double, 3>& center,
+                    const std::array<long double, 3>& rotation,
+                    const std::array<long double, 3>& translation) {
+    const std::vector<unsigned> all = elements(source);
+    std::set<unsigned> used;
+    for (const unsigned id : all)
+        if (id < known) used.insert(id);
+    require(pos.cols == known + count * used.size(), "each node in use has its copies");
+    std::map<unsigned, unsigned> rank;
+    for (const unsigned id : used) rank.emplace(id, static_cast<unsigned>(rank.size()));
+    long double scale = 1;
+    for (const auto* const v : {&center, &rotation, &translation})
+        for (const long double x : *v) scale = std::max(scale, std::fabs(x) * (count + 1));
+    for (const double x : elements(pos)) scale = std::max<long double>(scale, std::fabs(x));
+    const bool tame = scale < 1e6L && all_below(pos, 1e6);
+    for (unsigned k = 1; k <= count; ++k) {
+        const std::size_t base = known + (k - 1) * used.size();
+        for (std::size_t e = 0; e < source.cols; ++e)
+            for (std::size_t i = 0; i < source.rows; ++i) {
+                const unsigned id = source(i, e);
+                const auto expected = id < known ? static_cast<unsigned>(base + rank[id]) : id;
+                require(connect(i, first + (k - 1) * source.cols + e) == expected,
+                        "a copy has the new numbers");
+            }
+        for (const auto& [id, place] : rank) {
+            std::array<long double, 3> p{};
+            for (std::size_t i = 0; i < Dim; ++i) p[i] = pos(i, id);
+            const auto q = by_hand::copied_place(p, center, rotation, translation, k);
+            for (std::size_t i = 0; i < Dim && tame; ++i)
+                require(std::fabs(pos(i, base + place) - q[i]) <= 1e-9L * scale,
+                        "a copy is turned and moved");
+        }
+    }
 }
 
 template <std::size_t Dim>
@@ -192,6 +276,8 @@ void copies(input& in) {
     const double angle = in.angle();
     const unsigned count = in.count();
     const std::vector<unsigned> odd = odd_numbers(pos.cols, source);
+    const dense2D<unsigned> copied = plain_copy(source);
+    const std::size_t known = pos.cols;
     in.outgrows = count > 0x10000;
     const int status = call(
         in, "copy_mesh", {-1, -2},
@@ -206,6 +292,15 @@ void copies(input& in) {
     if (status != 0 || count == 0 || source.empty()) return;
     require(connect.cols == first + std::size_t{count} * source.cols, "all copies are there");
     require_nodes(connect, first, pos.cols, odd);
+    const auto wide = [](const auto& v) {
+        std::array<long double, 3> w{};
+        std::copy(v.begin(), v.end(), w.begin());
+        return w;
+    };
+    const std::array<long double, 3> turn =
+        Dim == 2 ? std::array<long double, 3>{0, 0, angle} : wide(axis);
+    require_copies<Dim>(pos, known, copied, connect, first, count, wide(center), turn,
+                        wide(translation));
 }
 
 // -------------------------------------------------------------------------------- search, metrics
@@ -247,6 +342,18 @@ bool asks_for_nothing(const tensor& t) {
     return std::all_of(t.begin(), t.end(), [](double x) { return x == 0; });
 }
 
+/// Compares with the intersection found the slow way, where one of the two is clearly positive definite.
+void require_intersection(const tensor& a, const tensor& b, const tensor& result) {
+    for (std::size_t k = 0; k < 6; ++k)
+        if (!(std::fabs(a[k]) < 1e3) || !(std::fabs(b[k]) < 1e3)) return;
+    const auto p = by_hand::unpacked<3>(a.begin()), q = by_hand::unpacked<3>(b.begin());
+    by_hand::square<3> expected;
+    if (!by_hand::intersection<3>(p, q, expected) && !by_hand::intersection<3>(q, p, expected))
+        return;
+    require(by_hand::is_near<3>(result.begin(), expected, 1e-8L),
+            "the larger eigenvalue counts in the common basis");
+}
+
 void smaller_metric(input& in) {
     const tensor a = any_tensor(in);
     const tensor b = any_tensor(in);
@@ -259,6 +366,7 @@ void smaller_metric(input& in) {
     } else if (!asks_for_nothing(a) && !asks_for_nothing(b)) {
         for (const double x : result) require(std::isfinite(x), "the result is finite");
     }
+    require_intersection(a, b, result);
     tensor first = a;
     tensor second = b;
     const bool into_first = tessel::minimum_metric(first, b, first);
@@ -309,6 +417,17 @@ void check_numbers(input& in) {
 
 // --------------------------------------------------------------------------------------- line mesh
 
+/// Edges are neither huge nor tiny, but may be of length zero.
+bool has_plain_edges(const dense2D<double>& pos, const dense2D<unsigned>& edges) {
+    if (!all_below(pos, 1e6)) return false;
+    for (std::size_t e = 0; e < edges.cols; ++e) {
+        const double length = std::hypot(pos(0, edges(0, e)) - pos(0, edges(1, e)),
+                                         pos(1, edges(0, e)) - pos(1, edges(1, e)));
+        if (length != 0 && length < 1e-3) return false;
+    }
+    return true;
+}
+
 void line_normals(input& in) {
     dense2D<double> pos = positions(in, {2});
     const dense2D<unsigned> connect = cells(in, {2}, pos.cols);
@@ -323,6 +442,7 @@ void line_normals(input& in) {
     const bool same_matrix = in.one_in(8);
     dense2D<double>& result = same_matrix ? pos : other;
     const std::size_t nodes = pos.cols;
+    const dense2D<double> pos_before = plain_copy(pos);
     const bool nothing = pos.empty() || connect.empty();
     const int status = call(
         in, "tessel1d::normals", {-1, -2},
@@ -331,6 +451,11 @@ void line_normals(input& in) {
     if (status == -199 || (status == 0 && nothing)) require(result.empty(), "there are no normals");
     if (status == 0 && !nothing)
         require(result.rows == 2 && result.cols == nodes, "each node has a normal");
+    const double exponent = std::isfinite(power) ? power : 0;
+    if (status == 0 && !nothing && std::fabs(exponent) <= 16 &&
+        has_plain_edges(pos_before, connect))
+        by_hand::require_line_normals(by_hand::line_normals(pos_before, connect, exponent), unit,
+                                      result);
 }
 
 void straight_line(input& in) {
@@ -340,6 +465,7 @@ void straight_line(input& in) {
     const unsigned n = in.count();
     dense1D<unsigned, 8> indices = node_list(in, in.below(4), 20);
     const std::size_t first = indices.size;
+    const std::size_t known = pos.cols;
     in.outgrows = n > 0x10000;
     const int status = call(
         in, "mesh_straight", {-1, -2, -3},
@@ -349,6 +475,20 @@ void straight_line(input& in) {
     require(indices.size == first + n + 1, "the line has all nodes");
     for (std::size_t k = first; k < indices.size; ++k)
         require(indices[k] < pos.cols, "the line names nodes");
+    require(pos.cols == known + n - 1, "there are n - 1 new nodes");
+    require(indices[first] == a && indices[first + n] == b, "the line has its ends");
+    for (unsigned k = 1; k < n; ++k) {
+        const std::size_t node = known + k - 1;
+        require(indices[first + k] == node, "new nodes are in their order");
+        for (std::size_t i = 0; i < pos.rows; ++i) {
+            const long double from = pos(i, a), to = pos(i, b);
+            const long double size = std::max(std::fabs(from), std::fabs(to));
+            if (!(size < 1e300L)) continue;
+            require(std::fabs(pos(i, node) - (from + (to - from) * k / n)) <=
+                        1e-15L * size + 4 * std::numeric_limits<double>::denorm_min(),
+                    "a node divides the line evenly");
+        }
+    }
 }
 
 void list_to_edges(input& in) {
@@ -357,12 +497,16 @@ void list_to_edges(input& in) {
                                 : in.one_in(2) ? cells(in, {2}, 20)
                                                : dense2D<unsigned>();
     const std::size_t first = connect.cols; // columns without rows count here
+    const std::vector<unsigned> numbers = elements(indices);
     const int status = call(
         in, "indices_to_connectE2", {-2},
         [](auto& l, auto& c) { return tessel1d::indices_to_connectE2(l, c); }, reads(indices),
         grows(connect));
     if (status == 0 && indices.size > 1)
-        require(connect.cols == first + indices.size - 1, "there is an edge between neighbours");
+        require(connect.cols == first + numbers.size() - 1, "there is an edge between neighbours");
+    for (std::size_t k = 0; status == 0 && k + 1 < numbers.size(); ++k)
+        require(connect(0, first + k) == numbers[k] && connect(1, first + k) == numbers[k + 1],
+                "an edge joins two neighbours of the list");
 }
 
 // ------------------------------------------------------------------------------------- eigenvalues

@@ -2,6 +2,7 @@
 // Generators: structured patches with their metrics, disks and spheres.
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
+#include "fuzz/tensors_by_hand.h"
 
 #include "zel/tessel2d/disks.h"
 #include "zel/tessel2d/generators.h"
@@ -210,6 +211,38 @@ void patch_sizes(input& in) {
         require_sizes(loop, (loop.size() - 1) / 2 - o.n, o.n, known, metrics);
 }
 
+/// A tensor inside is half way between those of the two lines; a line with an end that is none leaves none.
+/// Ends that are close to singular are passed over: whether they count is up to rounding.
+template <std::size_t N>
+void require_tensors(const std::vector<unsigned>& loop, std::size_t m, std::size_t n,
+                     std::size_t known, const dense2D<double>& metrics) {
+    const auto tensor = [&](unsigned node) { return by_hand::unpacked<N>(metrics[node]); };
+    for (const double x : elements(metrics))
+        if (!(std::fabs(x) < 1e4)) return;
+    for (std::size_t i = 1; i < m; ++i) {
+        for (std::size_t j = 1; j < n; ++j) {
+            const double* const inside = metrics[grid_node(loop, m, n, known, i, j)];
+            const auto left = tensor(loop[2 * (m + n) - j]), right = tensor(loop[m + j]);
+            const auto bottom = tensor(loop[i]), top = tensor(loop[2 * m + n - i]);
+            bool none = false;
+            for (const auto* const end : {&left, &right, &bottom, &top})
+                for (std::size_t k = 0; k < N; ++k) none = none || (*end)[k][k] <= -0.01L;
+            if (none)
+                require(std::all_of(inside, inside + metrics.rows, [](double x) { return x == 0; }),
+                        "without a tensor at a side there is none inside");
+            by_hand::square<N> up, across, mean;
+            const long double u = static_cast<long double>(i) / m;
+            const long double v = static_cast<long double>(j) / n;
+            if (!by_hand::between<N>(bottom, top, v, up) ||
+                !by_hand::between<N>(left, right, u, across) ||
+                !by_hand::between<N>(up, across, 0.5L, mean))
+                continue;
+            require(by_hand::is_near<N>(inside, mean, 1e-7L),
+                    "a tensor inside is half way between two lines");
+        }
+    }
+}
+
 void patch_tensors(input& in) {
     dense2D<double> metrics = positions(in, {3, 6});
     if (in.flag()) { // make them positive definite
@@ -226,9 +259,11 @@ void patch_tensors(input& in) {
         in, "metrics_struct of tensors", {-1, -2, -3},
         [&](auto& b, auto& m) { return t2::metrics_struct(b, o.n, m); }, reads(o.loop),
         loses(o.flat(), metrics));
-    if (status == 0 && o.n != 0 && !loop.empty() && loop.size() != 2 * std::size_t{o.n} + 1)
-        require(metrics.cols == known + ((loop.size() - 1) / 2 - o.n - 1) * (o.n - 1),
-                "each node inside has a tensor");
+    if (status != 0 || o.n == 0 || loop.empty() || loop.size() == 2 * std::size_t{o.n} + 1) return;
+    const std::size_t m = (loop.size() - 1) / 2 - o.n;
+    require(metrics.cols == known + (m - 1) * (o.n - 1), "each node inside has a tensor");
+    if (metrics.rows == 3) require_tensors<2>(loop, m, o.n, known, metrics);
+    if (metrics.rows == 6) require_tensors<3>(loop, m, o.n, known, metrics);
 }
 
 // ------------------------------------------------------------------------------- disks and spheres
