@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Principal curvatures of surfaces in parts.
+// Curvatures of surfaces in parts.
 #pragma once
 
 #include "zel/distributed/export.h"
@@ -42,5 +42,28 @@ ZEL_TESSEL2D_DISTRIBUTED_API int principal_curvatures(const partitioned_mesh& me
                                                       double max_angle, unsigned max_elements,
                                                       const dense2D<unsigned>& hard_edges,
                                                       dense2D<double>& curvatures);
+
+/// Estimates the second fundamental form of a surface S(u, v) at the nodes of a mesh of its parameters, from its first
+/// derivatives there: that of `tessel2d::parametric_curvatures` on one rank, to the bit.
+///
+/// @param mesh  triangles in the plane.
+/// @param D     6 x N, a column of first derivatives for each node of the part, as the library has them. Those of a
+///              copy are not looked at: they are taken from the node's home.
+/// @param[out] curvatures  3 x N, one column for each node of the part, copies included, as the library has them; zero
+///              for a node of no triangle. What it held is dropped.
+///
+/// @retval 0     done, or nothing to do (there are no elements; then `curvatures` stays as it was).
+/// @retval -1    the mesh has no communicator, its nodes do not have 2 coordinates, its elements do not have 3 rows,
+///               or a corner stands for no node.
+/// @retval -2    a rank's `D` does not have 6 rows and a column for each node of its part.
+/// @retval -198  MPI or PETSc reported a failure.
+/// @retval -199  memory is exhausted on a rank.
+///
+/// A negative status leaves `curvatures` as it was on all ranks.
+///
+/// Cost: that of the library on the part with one layer of halo; what travels is proportional to the border.
+ZEL_TESSEL2D_DISTRIBUTED_API int parametric_curvatures(const partitioned_mesh& mesh,
+                                                       const dense2D<double>& D,
+                                                       dense2D<double>& curvatures);
 
 } // namespace zel::distributed
