@@ -119,19 +119,26 @@ void project(const ball& b, std::size_t width, double (&p)[3][strip_width]) noex
         for (std::size_t t = 0; t < width; ++t) p[k][t] = v[t] * d[k][t] + b.center[k];
 }
 
-/// Stores the interior nodes into the columns of `pos` from `patch.first_new` on.
+/// Which lines of interior nodes are computed, and the column for the first of their nodes.
+struct line_range {
+    std::size_t first_i;
+    std::size_t end_i;
+    std::size_t to;
+};
+
+/// Stores interior nodes into columns of `out`.
 template <int Dim>
-void compute_interior_nodes(const struct_patch& patch, const ball* onto,
-                            dense2D<double>& pos) noexcept {
+void compute_interior_nodes(const struct_patch& patch, const ball* onto, const dense2D<double>& pos,
+                            const line_range& lines, dense2D<double>& out_pos) noexcept {
     const points_view<Dim> points(pos);
-    const columns<double> nodes = columns_of(pos);
+    const columns<double> nodes = columns_of(out_pos);
     const point<Dim> c0 = points[patch.bottom(0)];
     const point<Dim> c1 = points[patch.right(0)];
     const point<Dim> c2 = points[patch.top(patch.n1)];
     const point<Dim> c3 = points[patch.top(0)];
     for (std::size_t j = 1; j < patch.n; j += strip_width) {
         const strip<Dim> s(patch, points, j);
-        for (std::size_t i = 1; i < patch.n1; ++i) {
+        for (std::size_t i = lines.first_i; i < lines.end_i; ++i) {
             const double u = static_cast<double>(i) / static_cast<double>(patch.n1);
             const coons_line<Dim> line{u, points[patch.bottom(i)], points[patch.top(i)], c0, c1, c2,
                                        c3};
@@ -139,7 +146,7 @@ void compute_interior_nodes(const struct_patch& patch, const ball* onto,
             line.evaluate(s, placed);
             if constexpr (Dim == 3)
                 if (onto != nullptr) project(*onto, s.width, placed);
-            const std::size_t first = patch.first_new + (i - 1) * (patch.n - 1) + (j - 1);
+            const std::size_t first = lines.to + (i - lines.first_i) * (patch.n - 1) + (j - 1);
             for (std::size_t t = 0; t < s.width; ++t) {
                 double* const out = nodes[first + t];
                 for (std::size_t k = 0; k < Dim; ++k) out[k] = placed[k][t];
@@ -154,24 +161,26 @@ void compute_interior_nodes(const struct_patch& patch, const ball* onto,
 template <int Dim>
 [[gnu::target("avx2"), gnu::flatten]] void
 compute_interior_nodes_by_fours(const struct_patch& patch, const ball* onto,
-                                dense2D<double>& pos) noexcept {
-    compute_interior_nodes<Dim>(patch, onto, pos);
+                                const dense2D<double>& pos, const line_range& lines,
+                                dense2D<double>& out) noexcept {
+    compute_interior_nodes<Dim>(patch, onto, pos, lines, out);
 }
 #else
 template <int Dim>
 void compute_interior_nodes_by_fours(const struct_patch& patch, const ball* onto,
-                                     dense2D<double>& pos) noexcept {
-    compute_interior_nodes<Dim>(patch, onto, pos);
+                                     const dense2D<double>& pos, const line_range& lines,
+                                     dense2D<double>& out) noexcept {
+    compute_interior_nodes<Dim>(patch, onto, pos, lines, out);
 }
 #endif
 
 template <int Dim>
-void place_interior_nodes(const struct_patch& patch, const ball* onto,
-                          dense2D<double>& pos) noexcept {
+void place_interior_nodes(const struct_patch& patch, const ball* onto, const dense2D<double>& pos,
+                          const line_range& lines, dense2D<double>& out) noexcept {
     if (has_four_lanes()) {
-        compute_interior_nodes_by_fours<Dim>(patch, onto, pos);
+        compute_interior_nodes_by_fours<Dim>(patch, onto, pos, lines, out);
     } else {
-        compute_interior_nodes<Dim>(patch, onto, pos);
+        compute_interior_nodes<Dim>(patch, onto, pos, lines, out);
     }
 }
 
@@ -199,8 +208,8 @@ void write_cells(const struct_patch& patch, columns<unsigned> out, std::size_t n
             write_cell_pairs<Cut>(out[next], pairs, (i + j) % 2 == 0, a, b, 1);
             j += 2 * pairs;
             next += 2 * pairs * Cut::columns;
-            a = patch.interior(i, j);
-            b = patch.interior(i + 1, j);
+            a = static_cast<unsigned>(patch.interior(i, j));
+            b = static_cast<unsigned>(patch.interior(i + 1, j));
         }
         write_up_to(patch.n);
     }
@@ -262,14 +271,21 @@ bool grow_outputs(dense2D<double>& pos, std::size_t n1, std::size_t n, std::size
 
 void place_nodes(const struct_patch& patch, const ball* onto, dense2D<double>& pos) noexcept {
     if (patch.n1 < 2 || patch.n < 2) return;
-    if (pos.rows == 2) {
-        place_interior_nodes<2>(patch, onto, pos);
-    } else {
-        place_interior_nodes<3>(patch, onto, pos);
-    }
+    place_lines(patch, onto, pos, 1, patch.n1, pos, patch.first_new);
 }
 
 } // namespace
+
+void place_lines(const struct_patch& patch, const ball* onto, const dense2D<double>& pos,
+                 std::size_t first_i, std::size_t end_i, dense2D<double>& out,
+                 std::size_t to) noexcept {
+    const line_range lines{first_i, end_i, to};
+    if (pos.rows == 2) {
+        place_interior_nodes<2>(patch, onto, pos, lines, out);
+    } else {
+        place_interior_nodes<3>(patch, onto, pos, lines, out);
+    }
+}
 
 int mesh_struct_Q4(dense2D<double>& pos, const dense1D<unsigned, 8>& boundary, unsigned n,
                    dense2D<unsigned>& connect, const ball* onto) {

@@ -49,6 +49,14 @@ void expect_elements(const partitioned_mesh& mesh, const whole_mesh& whole) {
     }
 }
 
+// PT-Scotch 7.0.3, which PETSc takes of itself, does not always return on meshes of a few elements that lie
+// scattered over seven ranks.
+void without_ptscotch(DM plex) {
+    PetscPartitioner by = nullptr;
+    EXPECT_EQ(0, DMPlexGetPartitioner(plex, &by));
+    EXPECT_EQ(0, PetscPartitionerSetType(by, PETSCPARTITIONERSIMPLE));
+}
+
 // Without the mesh without elements, of which a plex does not know the dimension.
 void for_parts_with_elements(
     const std::function<void(const whole_mesh&, partitioned_mesh&)>& body) {
@@ -96,6 +104,7 @@ TEST(DMPlex, APlexWithEdgesThatPetscHasSharedOut) {
         EXPECT_EQ(0, to_dmplex(mesh, &bare));
         EXPECT_EQ(0, DMPlexInterpolate(bare, &plex));
         EXPECT_EQ(0, DMDestroy(&bare));
+        without_ptscotch(plex);
         EXPECT_EQ(0, DMPlexDistribute(plex, 1, nullptr, &spread)); // with an overlap of one layer
         if (spread) {
             EXPECT_EQ(0, DMDestroy(&plex));
@@ -127,6 +136,7 @@ TEST(DMPlex, APlexThatPetscMadeOfCells) {
         EXPECT_EQ(0, from_dmplex(plex, mesh));
         expect_elements(mesh, whole);
         EXPECT_EQ(static_cast<std::size_t>(elements), mesh.connect.cols);
+        without_ptscotch(plex);
         EXPECT_EQ(0, DMPlexDistribute(plex, 0, nullptr, &spread));
         if (spread) {
             EXPECT_EQ(0, from_dmplex(spread, mesh));
