@@ -5,7 +5,7 @@
 #     runtime      what programs need that are linked with the shared library
 #     development  headers, archives, CMake and pkg-config
 #     host         the shared library of host tools
-#     python       the Python package, if it is built
+#     python       the Python package, if it is built (see python/CMakeLists.txt)
 #     manual       the pages of build/manual if they are there, and the texts of docs/
 #
 # The target "uninstall" removes what the last installation from this build folder has put in place.
@@ -84,7 +84,8 @@ if(UNIX AND NOT APPLE)
     endif()
     file(INSTALL DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/gdb/auto-load\${zel_library_dir}\"
          TYPE FILE RENAME \"$<TARGET_FILE_NAME:zel_tessel2d>-gdb.py\"
-         FILES \"${PROJECT_SOURCE_DIR}/packaging/gdb/zel_tessel2d.py\")")
+         FILES \"${PROJECT_SOURCE_DIR}/packaging/gdb/zel_tessel2d.py\")"
+    COMPONENT development)
 endif()
 
 # -- pkg-config -----------------------------------------------------------------------------------
@@ -130,17 +131,6 @@ endfunction()
 zel_install_pc(zel-tessel2d)
 if(ZEL_BUILD_HOST)
   zel_install_pc(zel-tessel2d-host)
-endif()
-
-# -- Python ---------------------------------------------------------------------------------------
-
-if(TARGET zel_python_native)
-  set(ZEL_PYTHON_INSTALL_DIR "lib/python3/dist-packages"
-      CACHE STRING "Where the Python package is installed, relative to the prefix or absolute")
-  install(TARGETS zel_python_native LIBRARY DESTINATION "${ZEL_PYTHON_INSTALL_DIR}/tessel2d"
-                                            COMPONENT python)
-  install(DIRECTORY "${PROJECT_SOURCE_DIR}/python/tessel2d" DESTINATION "${ZEL_PYTHON_INSTALL_DIR}"
-          COMPONENT python FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed")
 endif()
 
 # -- what there is to read ------------------------------------------------------------------------

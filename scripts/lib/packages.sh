@@ -20,7 +20,7 @@
     # MPI, its compilers and PT-Scotch come with the first.
     distributed_packages=(libpetsc-real-dev libhdf5-openmpi-dev)
     bench_packages=(libbenchmark-dev)
-    package_packages=(debhelper lintian autopkgtest fakeroot git)
+    package_packages=(debhelper dh-python lintian autopkgtest fakeroot git pybind11-dev python3-dev python3-numpy)
     manual_packages=(doxygen python3-sphinx python3-breathe python3-myst-parser furo npm)
 }
 
