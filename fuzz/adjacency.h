@@ -5,6 +5,7 @@
 // numbers, or anything at all.
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
+#include "fuzz/meshes.h"
 
 #include "support/adjacency.h"
 

@@ -4,6 +4,7 @@
 #include "fuzz/by_hand.h"
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
+#include "fuzz/meshes.h"
 
 #include "support/reorientation_walk.h"
 #include "zel/tessel2d/conversion.h"

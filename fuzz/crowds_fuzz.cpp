@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// Crowds: meshes so large that the library takes them in portions. A driver of its own, since an input takes
-// a hundred times as long as those of the others.
+// Crowds: meshes so large that the library takes them in portions, and nodes with up to 100 000 elements around
+// them. A driver of its own, since an input takes a hundred times as long as those of the others.
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
+#include "fuzz/meshes.h"
 
 #include "zel/tessel.h"
+#include "zel/tessel2d/conversion.h"
+#include "zel/tessel2d/measures.h"
 
 #include <array>
 #include <cmath>
@@ -58,8 +61,68 @@ void fuse_crowd(input& in) {
     }
 }
 
+/// The star of node 0 goes all around it from its ancestor on, the others have two elements.
+void require_stars(unsigned n, unsigned begin, const dense1D<unsigned, 8>& starts,
+                   const dense1D<unsigned, 8>& elements) {
+    require(starts.size == n + 2 && elements.size == std::size_t{3} * n, "every star is whole");
+    for (unsigned i = 0; i < n; ++i)
+        require(elements[i] == (begin + i) % n, "a star turns counterclockwise from its ancestor");
+    for (unsigned i = 0; i < n; ++i) {
+        const unsigned* const two = elements.data() + starts[1 + i];
+        require(starts[2 + i] == starts[1 + i] + 2 && two[0] == i && two[1] == (i + n - 1) % n,
+                "a node at the boundary has two elements");
+    }
+}
+
+/// As many triangles around one node as a few bytes say, up to 100 000.
+void turn_around_star(input& in) {
+    in.room = std::size_t{1} << 26;
+    const unsigned n = in.one_of({200u, 5000u, 66000u, 100000u}) - in.byte() % 128;
+    const shape s = star(n);
+    dense2D<double> pos(2, s.places.size());
+    dense2D<unsigned> connect(3, n), neighbors(3, n);
+    dense1D<unsigned, 8> ancestors(n + 1);
+    for (std::size_t j = 0; j < pos.cols; ++j)
+        for (std::size_t i = 0; i < 2; ++i) pos(i, j) = s.places[j][i];
+    const unsigned begin = in.word() % n;
+    ancestors[0] = begin;
+    long double expected = 0;
+    for (unsigned e = 0; e < n; ++e) {
+        std::copy_n(s.elements[e].data(), 3, connect[e]);
+        neighbors(0, e) = no_node;
+        neighbors(1, e) = (e + 1) % n;
+        neighbors(2, e) = (e + n - 1) % n;
+        ancestors[1 + e] = e;
+        const auto &a = s.places[connect(1, e)], &b = s.places[connect(2, e)];
+        expected +=
+            (static_cast<long double>(a[0]) * b[1] - static_cast<long double>(a[1]) * b[0]) / 2;
+    }
+    dense1D<unsigned, 8> starts, elements;
+    const int listed = call(
+        in, "get_connected_elements of a star", {},
+        [](auto& c, auto& b, auto& a, auto& first, auto& list) {
+            return zel::tessel2d::get_connected_elements(c, b, a, first, list);
+        },
+        reads(connect), reads(neighbors), reads(ancestors), makes(starts), makes(elements));
+    if (listed == 0 && !now.failed) require_stars(n, begin, starts, elements);
+    double sum = 0;
+    require(zel::tessel2d::area(pos, connect, sum) == 0 && std::fabs(sum - expected) < 1e-9L,
+            "the area is that of all triangles");
+    const int raised = call(
+        in, "convert_into_quadratic of a star", {},
+        [](auto& p, auto& c) { return zel::tessel2d::convert_into_quadratic(p, c); }, grows(pos),
+        makes(connect));
+    if (raised == 0 && !now.failed)
+        require(pos.cols == std::size_t{3} * n + 1 && connect.rows == 6 && connect.cols == n,
+                "each edge gets one node");
+}
+
 } // namespace
 
 void zel_fuzz::run(input& in) {
-    fuse_crowd(in);
+    if (in.one_in(4)) {
+        turn_around_star(in);
+    } else {
+        fuse_crowd(in);
+    }
 }

@@ -4,6 +4,7 @@
 #include "fuzz/adjacency.h"
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
+#include "fuzz/meshes.h"
 
 #include "zel/host.h"
 #include "zel/tessel2d/location.h"
@@ -17,9 +18,18 @@ dense2D<unsigned> elements(input& in, std::size_t nodes) {
     return cells(in, in.one_in(8) ? in.below(7) : 3 + in.below(2), in.below(16), nodes);
 }
 
-void build(input& in) {
-    const std::size_t nodes = in.below(12);
+/// The elements, or those of a shape with its number of nodes.
+dense2D<unsigned> surface(input& in, std::size_t& nodes) {
     const dense2D<unsigned> connect = elements(in, nodes);
+    if (!in.one_in(8)) return connect;
+    const mesh m = shaped(in, 3, in.one_of({3u, 4u}));
+    nodes = m.pos.cols;
+    return m.connect;
+}
+
+void build(input& in) {
+    std::size_t nodes = in.below(12);
+    const dense2D<unsigned> connect = surface(in, nodes);
     zel::host::adjacency a;
     a.neighbors = elements(in, nodes);
     a.ancestors = node_list(in, in.below(6), 9);
@@ -52,8 +62,8 @@ bool is_mesh(const dense2D<unsigned>& connect, std::size_t nodes) {
 }
 
 void edges(input& in) {
-    const std::size_t nodes = in.below(12);
-    const dense2D<unsigned> connect = elements(in, nodes);
+    std::size_t nodes = in.below(12);
+    const dense2D<unsigned> connect = surface(in, nodes);
     dense2D<unsigned> ends = elements(in, nodes);
     dense2D<unsigned> beside = elements(in, nodes);
     const int status = call(
@@ -81,8 +91,8 @@ void edges(input& in) {
 }
 
 void boundary(input& in) {
-    const std::size_t nodes = in.below(12);
-    const dense2D<unsigned> connect = elements(in, nodes);
+    std::size_t nodes = in.below(12);
+    const dense2D<unsigned> connect = surface(in, nodes);
     dense2D<unsigned> ends = elements(in, nodes);
     const int status = call(
         in, "boundary_edges", {-1},
@@ -102,8 +112,8 @@ void boundary(input& in) {
 }
 
 void parts(input& in) {
-    const std::size_t nodes = in.below(12);
-    const dense2D<unsigned> connect = elements(in, nodes);
+    std::size_t nodes = in.below(12);
+    const dense2D<unsigned> connect = surface(in, nodes);
     const adjacency a = beside(in, connect, nodes);
     dense1D<unsigned, 8> component = node_list(in, in.below(6), 9);
     const int count = call(

@@ -380,47 +380,6 @@ zel::vector_fixed<double, N> vector(input& in) {
     return v;
 }
 
-/// A connected mesh instead of loose cells: a grid of nx x ny quadrilaterals, each cut into two triangles
-/// where 3 rows are asked for, and some cut where 4 are. A few numbers are overwritten, nodes are not
-/// moved by more than the input wants: positions are those of the grid plus noise.
-struct mesh {
-    dense2D<double> pos;
-    dense2D<unsigned> connect;
-};
-inline mesh grid(input& in, std::size_t dim, std::size_t corners) {
-    const unsigned most = in.one_in(8) ? 12 : 4;
-    const unsigned nx = 1 + in.below(most);
-    const unsigned ny = 1 + in.below(most);
-    const unsigned nodes = (nx + 1) * (ny + 1);
-    const bool cut = corners == 3 || in.one_in(4);
-    mesh g;
-    g.pos = blank_matrix<double>(in, dim, nodes);
-    const bool noisy = in.flag();
-    for (unsigned v = 0; v < nodes; ++v) {
-        for (std::size_t i = 0; i < dim; ++i) {
-            const unsigned at = i == 0 ? v % (nx + 1) : i == 1 ? v / (nx + 1) : 0;
-            g.pos(i, v) = at + (noisy && in.one_in(4) ? in.small() - 4 : 0);
-        }
-    }
-    g.connect = blank_matrix<unsigned>(in, corners, nx * ny * (cut ? 2 : 1), nodes);
-    std::size_t e = 0;
-    for (unsigned j = 0; j < ny; ++j) {
-        for (unsigned i = 0; i < nx; ++i) {
-            const unsigned a = j * (nx + 1) + i;
-            const unsigned quad[4] = {a, a + 1, a + nx + 2, a + nx + 1};
-            for (unsigned piece = 0; piece < (cut ? 2u : 1u); ++piece, ++e) {
-                for (std::size_t k = 0; k < corners; ++k)
-                    g.connect(k, e) = cut && k == 3 ? no_node : quad[(k + 2 * piece) % 4];
-            }
-        }
-    }
-    for (unsigned changes = in.below(4); changes > 0 && !g.connect.empty(); --changes) {
-        const std::size_t j = in.byte() % g.connect.cols;
-        g.connect(in.below(static_cast<unsigned>(corners)), j) = in.node(nodes, in.one_in(8));
-    }
-    return g;
-}
-
 /// Runs one input; each driver defines it.
 void run(input& in);
 

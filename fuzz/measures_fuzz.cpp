@@ -4,6 +4,7 @@
 #include "fuzz/adjacency.h"
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
+#include "fuzz/meshes.h"
 
 #include "support/curvature_reference.h"
 #include "zel/tessel2d/curvatures.h"

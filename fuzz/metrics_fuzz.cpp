@@ -4,6 +4,7 @@
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
 #include "fuzz/located_mesh.h"
+#include "fuzz/meshes.h"
 
 #include "location/interpolate_metrics.h"
 #include "metrics/blend.h"

@@ -4,6 +4,7 @@
 #include "fuzz/adjacency.h"
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
+#include "fuzz/meshes.h"
 
 #include "zel/tessel2d/normals.h"
 
