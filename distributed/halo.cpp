@@ -285,6 +285,11 @@ int grow_halo(partitioned_mesh& mesh, unsigned layers) {
         list<number> fresh_nodes;
         std::uint64_t came = 0, all = 0;
         status = together(mesh.comm, [&] {
+            fresh_nodes.clear();
+            if (columns.records.empty()) {
+                frontier.clear();
+                return 0;
+            }
             if (const int failed = sort_in(wide, columns, points, grown, fresh_nodes))
                 return failed;
             own = own_entries(grown.element_homes, rank_of(mesh.comm));

@@ -2,6 +2,7 @@
 // How a mesh in parts comes about: blocks, redistribution by the rank of each element, and back onto one rank.
 #include "zel/distributed/mesh.h"
 
+#include "distributed/numbers.h"
 #include "distributed/part.h"
 
 #include <petscsys.h>
@@ -17,15 +18,6 @@ bool petsc_stands() {
     PetscBool yes = PETSC_FALSE;
     PetscInitialized(&yes);
     return yes == PETSC_TRUE;
-}
-
-// The distinct numbers of a list without `no_number`, ascending.
-list<number> distinct(const list<number>& corners) {
-    list<number> numbers(corners);
-    std::sort(numbers.begin(), numbers.end());
-    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
-    if (!numbers.empty() && numbers.back() == no_number) numbers.pop_back();
-    return numbers;
 }
 
 // Blocks of numbers, one per rank: rank r has [first[r], first[r + 1]).

@@ -4,6 +4,8 @@
 // numbers what it owns and tells that in the same way.
 #include "distributed/part.h"
 
+#include "distributed/numbers.h"
+
 #include <algorithm>
 #include <climits>
 #include <numeric>
@@ -11,21 +13,6 @@
 namespace zel::distributed {
 
 namespace {
-
-// The order in which `keys` ascend.
-list<unsigned> ascending(const list<number>& keys) {
-    list<unsigned> order(keys.size());
-    std::iota(order.begin(), order.end(), 0U);
-    if (!std::is_sorted(keys.begin(), keys.end()))
-        std::sort(order.begin(), order.end(),
-                  [&](unsigned a, unsigned b) { return keys[a] < keys[b]; });
-    return order;
-}
-
-unsigned position_of(const dense1D<number, 8>& sorted, number key) {
-    return static_cast<unsigned>(std::lower_bound(sorted.begin(), sorted.end(), key) -
-                                 sorted.begin());
-}
 
 template <class T>
 bool arrange(const list<T>& values, const list<unsigned>& order, dense1D<T, 8>& out) {
@@ -63,11 +50,11 @@ int put_together(const loose_part& loose, partitioned_mesh& mesh) {
     for (std::size_t k = 0; k < nodes; ++k)
         std::copy_n(loose.coordinates.data() + node_order[k] * loose.dimension, loose.dimension,
                     pos[k]);
+    const number_index place(mesh.node_numbers.data(), nodes);
     for (std::size_t k = 0; k < elements; ++k) {
         const number* const from = loose.corners.data() + element_order[k] * loose.rows;
         for (std::size_t i = 0; i < loose.rows; ++i)
-            connect(i, k) =
-                from[i] == no_number ? no_node : position_of(mesh.node_numbers, from[i]);
+            connect(i, k) = from[i] == no_number ? no_node : place(from[i]);
     }
     mesh.pos.swap(pos);
     mesh.connect.swap(connect);
@@ -87,18 +74,11 @@ list<number> global_corners(const partitioned_mesh& mesh) {
 
 void distinct_nodes(const list<number>& corners, const list<home>& corner_homes,
                     list<number>& numbers, list<home>& homes) {
-    list<std::size_t> order(corners.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::sort(order.begin(), order.end(),
-              [&](std::size_t a, std::size_t b) { return corners[a] < corners[b]; });
-    numbers.clear();
-    homes.clear();
-    for (const std::size_t k : order) {
-        if (corners[k] == no_number) break;
-        if (!numbers.empty() && numbers.back() == corners[k]) continue;
-        numbers.push_back(corners[k]);
-        homes.push_back(corner_homes[k]);
-    }
+    numbers = distinct(corners);
+    homes.resize(numbers.size());
+    const number_index place(numbers.data(), numbers.size());
+    for (std::size_t k = 0; k < corners.size(); ++k)
+        if (corners[k] != no_number) homes[place(corners[k])] = corner_homes[k];
 }
 
 int with_halo(const partitioned_mesh& mesh, unsigned layers, partitioned_mesh& wide) {
@@ -106,100 +86,142 @@ int with_halo(const partitioned_mesh& mesh, unsigned layers, partitioned_mesh& w
     return mesh.halo >= layers ? 0 : grow_halo(wide, layers - mesh.halo);
 }
 
-int settle(MPI_Comm comm, std::size_t rows, const list<number>& corners,
-           const list<number>& element_numbers, const list<number>& node_numbers,
-           const list<home>& node_homes, const list<number>& old_numbers,
-           const dense2D<double>& old_pos, const list<unsigned>& old_columns,
-           partitioned_mesh& mesh) {
-    const int me = rank_of(comm);
-    const std::size_t dimension = old_pos.rows, used = node_numbers.size(),
-                      kept = old_numbers.size();
-    star_forest old_homes;
-    if (const int status = old_homes.build(comm, kept, node_homes.data(), used)) return status;
+namespace {
 
-    // Whose each node becomes.
-    list<int> users, owner_at_home, owner;
-    list<double> there, here;
+// Where nodes have been: those in the slots of this rank.
+struct old_nodes {
+    const list<number>& numbers;
+    const dense2D<double>& pos;
+    const list<unsigned>& columns;
+
+    // Their coordinates end to end; `copy` holds them if they do not lie so.
+    const double* coordinates(list<double>& copy) const {
+        bool in_order = pos.contiguous() && columns.size() <= pos.cols;
+        for (std::size_t k = 0; in_order && k < columns.size(); ++k) in_order = columns[k] == k;
+        if (in_order) return pos.data();
+        copy.resize(columns.size() * pos.rows);
+        for (std::size_t k = 0; k < columns.size(); ++k)
+            std::copy_n(pos[columns[k]], pos.rows, copy.data() + k * pos.rows);
+        return copy.data();
+    }
+};
+
+constexpr int nobody = INT_MAX;
+
+// The lowest rank that uses each node, for the nodes used here and for those that have been here.
+int find_owners(MPI_Comm comm, const star_forest& homes, std::size_t used, std::size_t kept,
+                list<int>& owner, list<int>& owner_at_home) {
+    list<int> users;
     int status = together(comm, [&] {
-        users.assign(used, me);
+        users.assign(used, rank_of(comm));
+        owner.reserve(used + kept); // those that stay join them
         owner.resize(used);
-        owner_at_home.assign(kept, INT_MAX);
-        there.resize(kept * dimension);
-        for (std::size_t k = 0; k < kept; ++k)
-            std::copy_n(old_pos[old_columns[k]], dimension, there.data() + k * dimension);
-        here.resize(used * dimension);
+        owner_at_home.assign(kept, nobody);
         return 0;
     });
     if (status) return status;
-    if ((status = old_homes.smallest(users.data(), owner_at_home.data()))) return status;
-    for (int& rank : owner_at_home)
-        if (rank == INT_MAX) rank = -1 - me;
-    if ((status = old_homes.spread(owner_at_home.data(), owner.data()))) return status;
-    if ((status = old_homes.spread(there.data(), here.data(), dimension))) return status;
+    if ((status = homes.smallest(users.data(), owner_at_home.data()))) return status;
+    return homes.spread(owner_at_home.data(), owner.data());
+}
 
-    // The nodes of this part: those of its elements, and those that no element uses and that stay.
-    loose_part loose;
-    list<unsigned> slot;
-    list<home> new_at_home, told;
-    list<unsigned> mine; // which of `used` this rank is in charge of
-    list<home> owned_at; // where these have been
-    list<home> new_home;
-    status = together(comm, [&] {
-        loose.rows = rows;
-        loose.dimension = dimension;
-        loose.corners = corners;
-        loose.element_numbers = element_numbers;
-        loose.element_homes.resize(element_numbers.size());
-        for (std::size_t e = 0; e < element_numbers.size(); ++e)
-            loose.element_homes[e] = {me, static_cast<unsigned>(e)};
-        loose.node_numbers = node_numbers;
-        loose.coordinates = here;
-        for (std::size_t k = 0; k < kept; ++k)
-            if (owner_at_home[k] < 0) {
-                loose.node_numbers.push_back(old_numbers[k]);
-                owner.push_back(me);
-                loose.coordinates.insert(loose.coordinates.end(),
-                                         there.begin() + static_cast<long>(k * dimension),
-                                         there.begin() + static_cast<long>((k + 1) * dimension));
-            }
-        loose.node_homes.resize(loose.node_numbers.size());
-        // Slots ascend with the numbers of what is owned.
-        list<number> owned;
-        for (std::size_t k = 0; k < owner.size(); ++k)
-            if (owner[k] == me) owned.push_back(loose.node_numbers[k]);
-        std::sort(owned.begin(), owned.end());
-        slot.resize(owner.size());
-        for (std::size_t k = 0; k < owner.size(); ++k)
-            slot[k] = owner[k] != me
-                          ? 0
-                          : static_cast<unsigned>(std::lower_bound(owned.begin(), owned.end(),
-                                                                   loose.node_numbers[k]) -
-                                                  owned.begin());
-        for (std::size_t k = 0; k < used; ++k)
+int fetch_coordinates(MPI_Comm comm, const star_forest& homes, const old_nodes& old,
+                      loose_part& loose) {
+    list<double> copy;
+    const double* at_home = nullptr;
+    const int status = together(comm, [&] {
+        at_home = old.coordinates(copy);
+        loose.coordinates.resize(loose.node_numbers.size() * loose.dimension);
+        return 0;
+    });
+    return status ? status : homes.spread(at_home, loose.coordinates.data(), loose.dimension);
+}
+
+// Adds the nodes that nobody uses: they stay.
+void keep_unused(const old_nodes& old, const list<int>& owner_at_home, int me, loose_part& loose,
+                 list<int>& owner) {
+    for (std::size_t k = 0; k < old.numbers.size(); ++k) {
+        if (owner_at_home[k] != nobody) continue;
+        const double* const at = old.pos[old.columns[k]];
+        loose.node_numbers.push_back(old.numbers[k]);
+        loose.coordinates.insert(loose.coordinates.end(), at, at + loose.dimension);
+        owner.push_back(me);
+    }
+}
+
+// Slots of the own nodes, which ascend with their numbers; 0 for the others.
+list<unsigned> find_slots(const loose_part& loose, const list<int>& owner, int me) {
+    list<number> owned;
+    for (std::size_t k = 0; k < owner.size(); ++k)
+        if (owner[k] == me) owned.push_back(loose.node_numbers[k]);
+    std::sort(owned.begin(), owned.end());
+    const number_index place(owned.data(), owned.size());
+    list<unsigned> slot(owner.size(), 0);
+    for (std::size_t k = 0; k < owner.size(); ++k)
+        if (owner[k] == me) slot[k] = place(loose.node_numbers[k]);
+    return slot;
+}
+
+// The owner tells where a node is now, by way of where it has been.
+int find_homes(MPI_Comm comm, const star_forest& old_homes, std::size_t kept,
+               const list<home>& been, const list<int>& owner, const list<unsigned>& slot,
+               loose_part& loose) {
+    const int me = rank_of(comm);
+    list<home> owned_at, now, at_home;
+    int status = together(comm, [&] {
+        for (std::size_t k = 0; k < been.size(); ++k)
             if (owner[k] == me) {
-                owned_at.push_back(node_homes[k]);
-                new_home.push_back({me, slot[k]});
+                owned_at.push_back(been[k]);
+                now.push_back({me, slot[k]});
             }
-        new_at_home.resize(kept);
-        told.resize(used);
+        at_home.resize(kept);
+        loose.node_homes.resize(loose.node_numbers.size());
         return 0;
     });
     if (status) return status;
-
-    // The owner tells where the node is now, by way of where it has been.
     star_forest owners;
     if ((status = owners.build(comm, kept, owned_at.data(), owned_at.size()))) return status;
-    if ((status = owners.collect(new_home.data(), new_at_home.data()))) return status;
-    if ((status = old_homes.spread(new_at_home.data(), told.data()))) return status;
+    if ((status = owners.collect(now.data(), at_home.data()))) return status;
+    if ((status = old_homes.spread(at_home.data(), loose.node_homes.data()))) return status;
+    for (std::size_t k = been.size(); k < slot.size(); ++k) loose.node_homes[k] = {me, slot[k]};
+    return 0;
+}
 
-    partitioned_mesh fresh = mesh;
+} // namespace
+
+int settle(MPI_Comm comm, std::size_t rows, list<number>& corners, list<number>& element_numbers,
+           list<number>& node_numbers, const list<home>& node_homes,
+           const list<number>& old_numbers, const dense2D<double>& old_pos,
+           const list<unsigned>& old_columns, partitioned_mesh& mesh) {
+    const int me = rank_of(comm);
+    const std::size_t used = node_numbers.size(), kept = old_numbers.size();
+    const old_nodes old{old_numbers, old_pos, old_columns};
+    star_forest old_homes;
+    int status = old_homes.build(comm, kept, node_homes.data(), used);
+    if (status) return status;
+    list<int> owner, owner_at_home;
+    if ((status = find_owners(comm, old_homes, used, kept, owner, owner_at_home))) return status;
+
+    loose_part loose;
+    loose.rows = rows;
+    loose.dimension = old_pos.rows;
+    loose.corners.swap(corners);
+    loose.element_numbers.swap(element_numbers);
+    loose.node_numbers.swap(node_numbers);
+    if ((status = fetch_coordinates(comm, old_homes, old, loose))) return status;
+    list<unsigned> slot;
     status = together(comm, [&] {
-        std::copy(told.begin(), told.end(), loose.node_homes.begin());
-        for (std::size_t k = used; k < loose.node_homes.size(); ++k)
-            loose.node_homes[k] = {me, slot[k]};
-        return put_together(loose, fresh);
+        loose.element_homes.resize(loose.element_numbers.size());
+        for (std::size_t e = 0; e < loose.element_homes.size(); ++e)
+            loose.element_homes[e] = {me, static_cast<unsigned>(e)};
+        keep_unused(old, owner_at_home, me, loose, owner);
+        slot = find_slots(loose, owner, me);
+        return 0;
     });
     if (status) return status;
+    if ((status = find_homes(comm, old_homes, kept, node_homes, owner, slot, loose))) return status;
+
+    partitioned_mesh fresh = mesh;
+    if ((status = together(comm, [&] { return put_together(loose, fresh); }))) return status;
     fresh.comm = comm;
     fresh.halo = 0;
     mesh = fresh;

@@ -47,13 +47,13 @@ int with_halo(const partitioned_mesh& mesh, unsigned layers, partitioned_mesh& w
 
 /// Fills a part from own elements with corners in global numbers, and finds out whose the nodes are.
 ///
-/// Where a node has been until now its coordinates lie and the ranks that use it meet: `node_homes`, one for
-/// each of `node_numbers`, the distinct corners ascending, says where; `old_numbers` and `old_pos` are the nodes
-/// in the slots of this rank. Each node goes to the lowest rank that uses it, or stays where it is. Collective.
-int settle(MPI_Comm comm, std::size_t rows, const list<number>& corners,
-           const list<number>& element_numbers, const list<number>& node_numbers,
-           const list<home>& node_homes, const list<number>& old_numbers,
-           const dense2D<double>& old_pos, const list<unsigned>& old_columns,
-           partitioned_mesh& mesh);
+/// Where a node has been until now its coordinates lie and the ranks that use it meet: `node_homes`, one for each of
+/// `node_numbers`, the distinct corners ascending, says where; `old_numbers` and `old_pos`, by `old_columns`, are the
+/// nodes in the slots of this rank. Each node goes to the lowest rank that uses it, or stays where it is. The lists
+/// that are not constant are used up. Collective; `mesh` stays as it was if the status is not 0.
+int settle(MPI_Comm comm, std::size_t rows, list<number>& corners, list<number>& element_numbers,
+           list<number>& node_numbers, const list<home>& node_homes,
+           const list<number>& old_numbers, const dense2D<double>& old_pos,
+           const list<unsigned>& old_columns, partitioned_mesh& mesh);
 
 } // namespace zel::distributed

@@ -287,7 +287,7 @@ int test_arguments(const partitioned_mesh& mesh, const order& o) {
 }
 
 // Makes the raised mesh of the columns: all nodes find their owners.
-int settle_raised(const raised_part& part, const own_nodes& own, const global_columns& columns,
+int settle_raised(const raised_part& part, const own_nodes& own, global_columns& columns,
                   std::size_t rows, number in_all, partitioned_mesh& mesh) {
     list<number> element_numbers, node_numbers;
     list<home> node_homes;
