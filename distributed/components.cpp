@@ -17,6 +17,7 @@
 #include "distributed/exchange.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace zel::distributed {
 
@@ -158,6 +159,15 @@ private:
 };
 
 } // namespace
+
+void keep_distinct(list<link>& links) {
+    const auto key = [](const link& l) { return std::tuple(l.from, l.to.rank, l.to.slot, l.odd); };
+    std::sort(links.begin(), links.end(),
+              [&](const link& a, const link& b) { return key(a) < key(b); });
+    links.erase(std::unique(links.begin(), links.end(),
+                            [&](const link& a, const link& b) { return key(a) == key(b); }),
+                links.end());
+}
 
 int find_components(MPI_Comm comm, const list<number>& keys, const list<link>& links,
                     const list<unsigned char>& torn, list<component>& components) {

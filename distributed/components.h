@@ -15,6 +15,9 @@ struct link {
     unsigned odd;
 };
 
+/// Drops links that are there twice.
+void keep_distinct(list<link>& links);
+
 /// The component of a vertex.
 struct component {
     number key;   ///< the lowest key of its vertices

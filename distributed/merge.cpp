@@ -21,7 +21,6 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <tuple>
 #include <utility>
 
 namespace zel::distributed {
@@ -243,12 +242,7 @@ int find_links(MPI_Comm comm, const clusters<Dim>& parts, cluster_graph& graph) 
                 links.push_back({graph.vertex_of_slot[came.records[i].slot],
                                  {came.from[k], came.records[i].vertex},
                                  0});
-        const auto key = [](const link& l) { return std::tuple(l.from, l.to.rank, l.to.slot); };
-        std::sort(links.begin(), links.end(),
-                  [&](const link& a, const link& b) { return key(a) < key(b); });
-        links.erase(std::unique(links.begin(), links.end(),
-                                [&](const link& a, const link& b) { return key(a) == key(b); }),
-                    links.end());
+        keep_distinct(links);
         return 0;
     });
 }

@@ -18,7 +18,6 @@
 
 #include <algorithm>
 #include <numeric>
-#include <tuple>
 #include <utility>
 
 namespace zel::distributed {
@@ -198,14 +197,7 @@ int find_links(MPI_Comm comm, const pieces& mine, list<link>& links) {
                              {c.beyond.rank, beyond[k].piece},
                              c.unlike ^ mine.odd[c.slot] ^ beyond[k].odd});
         }
-        const auto key = [](const link& l) {
-            return std::tuple(l.from, l.to.rank, l.to.slot, l.odd);
-        };
-        std::sort(links.begin(), links.end(),
-                  [&](const link& a, const link& b) { return key(a) < key(b); });
-        links.erase(std::unique(links.begin(), links.end(),
-                                [&](const link& a, const link& b) { return key(a) == key(b); }),
-                    links.end());
+        keep_distinct(links);
         return 0;
     });
 }
