@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <numeric>
 
 namespace zel::distributed {
@@ -53,8 +54,16 @@ int build_graph(const partitioned_mesh& mesh, const list<unsigned>& own,
     return 0;
 }
 
+// PT-Scotch 7 works on threads that talk to other ranks, which MPI allows only where it was asked to from the start;
+// elsewhere it stops in the middle of a partition, more often on small meshes than on large ones. A user's own choice
+// holds.
+void keep_ptscotch_to_one_thread() {
+    setenv("SCOTCH_PTHREAD_NUMBER", "1", 0);
+}
+
 PetscErrorCode run_partitioner(MPI_Comm comm, int parts, graph& dual, partitioning& result) {
     const auto vertices = static_cast<PetscInt>(dual.starts.size() - 1);
+    keep_ptscotch_to_one_thread();
     PetscErrorCode code = PetscPartitionerCreate(comm, &result.partitioner);
     if (!code) code = PetscPartitionerSetType(result.partitioner, PETSCPARTITIONERPTSCOTCH);
     if (!code) code = PetscSectionCreate(comm, &result.sizes);

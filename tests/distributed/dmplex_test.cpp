@@ -49,8 +49,7 @@ void expect_elements(const partitioned_mesh& mesh, const whole_mesh& whole) {
     }
 }
 
-// PT-Scotch 7.0.3, which PETSc takes of itself, does not always return on meshes of a few elements that lie
-// scattered over seven ranks.
+// PT-Scotch on threads, as PETSc takes it of itself, does not always return.
 void without_ptscotch(DM plex) {
     PetscPartitioner by = nullptr;
     EXPECT_EQ(0, DMPlexGetPartitioner(plex, &by));
