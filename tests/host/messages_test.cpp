@@ -51,6 +51,14 @@ TEST(Explain, HostToolsAndServices) {
     EXPECT_STREQ("There is no such function.", explain("carry", -2));
 }
 
+TEST(Explain, BridgeToVtk) {
+    EXPECT_STREQ("`edge_nodes` is above 3.", explain("to_grid", -3));
+    EXPECT_STREQ("`mesh` is null.", explain("add_field(mesh, name, values, at_cells)", -1));
+    EXPECT_THAT(explain("get_field", -2), HasSubstr("`mesh` has no field"));
+    for (const char* function : {"to_polydata", "to_grid", "add_field", "from_vtk", "get_field"})
+        EXPECT_STREQ("Memory is exhausted.", explain(function, -199)) << function;
+}
+
 TEST(Explain, SaysWhatItDoesNotKnow) {
     const char* const no_status = "The function has no such status.";
     const char* const no_function = "There is no such function.";

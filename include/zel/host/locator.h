@@ -97,14 +97,15 @@ public:
     /// @param tolerance     how far outside a side the point may lie, as there.
     ///
     /// @retval 1   found.
-    /// @retval 0   not found.
+    /// @retval 0   not found, also when a long search finds no memory.
     /// @retval -1  the search came to an element whose area is not positive and finite, and ended there.
     ///
     /// Cost: a few elements, whatever the size of the mesh.
     int locate(const vector_fixed<double, 2>& p, unsigned& element,
                double tolerance = 1e-6) const noexcept;
 
-    /// Finds the elements that hold many points, each as above.
+    /// Finds the elements that hold many points, each as above. Where a long search finds no memory, its
+    /// point counts as outside.
     ///
     /// @param points         2 x n coordinates.
     /// @param[out] elements  n entries: the element, or 0xFFFFFFFF.

@@ -9,11 +9,11 @@ namespace zel::host {
 /// The sentence that the header of a function has for a status. Statuses are not always the number of an
 /// argument, so a message is not to be derived from the number.
 ///
-/// @param function  the name of a function of `zel::tessel2d`, `zel::host` or `zel/tessel.h`, such as "area";
-///                  members of a class have its name in front, "locator::build". Where overloads say different
-///                  things of a status, the answer has them all, each with the parameters of its overload.
-///                  The names of the parameters, as the header has them, choose one overload:
-///                  "normals(pos, connect, N)". Blanks do not matter.
+/// @param function  the name of a function of `zel::tessel2d`, `zel::host`, also of `zel/host/vtk.h`,
+///                  or `zel/tessel.h`, such as "area"; members of a class have its name in front,
+///                  "locator::build". Where overloads say different things of a status, the answer has them
+///                  all, each with the parameters of its overload. The names of the parameters, as the header
+///                  has them, choose one overload: "normals(pos, connect, N)". Blanks do not matter.
 /// @param status    what the function has returned.
 ///
 /// @return  a text that lives as long as the program, never null. For a name that is no function, or a status that

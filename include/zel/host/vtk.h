@@ -440,7 +440,7 @@ inline int from_vtk(vtkPointSet* mesh, dense2D<double>& pos, dense2D<unsigned>& 
 ///
 /// @retval 0     done.
 /// @retval -1    `mesh` is null.
-/// @retval -2    it has no field of numbers of that name, or one of another length.
+/// @retval -2    `mesh` has no field of numbers of that name, or one of another length.
 /// @retval -199  memory is exhausted.
 ///
 /// A negative status leaves `values` as it was; else it is in memory of its own.
