@@ -4,35 +4,52 @@
 // prints a row of a table for each task and size.
 //
 // Both sides of a row run in turn, at least five rounds; what counts is the smallest time of each. The inputs
-// are made in the form that each side works on before the clock starts. "limit" is the time in which the
-// memory that the task must write (or, where it writes little, read) is passed over in the same rounds.
+// are made in the form that each side works on before the clock starts. "writing" is the time in which memory
+// as large as the result (or, where that is small, as the input) is obtained and written once in the same
+// rounds. Memory is how much a process grows while it does the task for the first time.
 #include "support/adjacency.h"
+#include "zel/host/adjacency.h"
+#include "zel/host/locator.h"
 #include "zel/tessel.h"
 #include "zel/tessel2d.h"
 
 #include <CGAL/Simple_cartesian.h>
 #include <CGAL/version.h>
-#include <Eigen/Core>
+#include <Eigen/Dense>
 #include <OpenMesh/Core/Mesh/TriMesh_ArrayKernelT.hh>
 #include <OpenMesh/Core/System/config.h>
 #include <gmsh.h>
 #include <meshoptimizer.h>
 #include <nanoflann.hpp>
+#include <vtkCellArray.h>
 #include <vtkDiskSource.h>
+#include <vtkDoubleArray.h>
+#include <vtkGenericCell.h>
 #include <vtkNew.h>
 #include <vtkPlaneSource.h>
+#include <vtkPoints.h>
 #include <vtkPolyData.h>
+#include <vtkPolyDataNormals.h>
+#include <vtkRotationalExtrusionFilter.h>
 #include <vtkSphereSource.h>
+#include <vtkStaticCellLocator.h>
+#include <vtkStaticCleanPolyData.h>
+#include <vtkStaticPointLocator.h>
+#include <vtkTriangleFilter.h>
 #include <vtkVersion.h>
 
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
+#include <fstream>
 #include <functional>
+#include <malloc.h>
 #include <numeric>
 #include <random>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -42,10 +59,51 @@ using namespace zel::tessel2d;
 
 std::string chosen; // a part of the names of the tasks to run
 
+/// What a peer has freed in small pieces is joined before the clock starts, so that nobody else pays for it.
+void settle_heap() {
+    std::free(std::malloc(std::size_t{1} << 17));
+}
+
+/// Processor time of all threads, so that other programs disturb little.
 double seconds(const std::function<void()>& work) {
-    const auto start = std::chrono::steady_clock::now();
+    const auto now = [] {
+        timespec t;
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+        return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
+    };
+    settle_heap();
+    const double start = now();
     work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return now() - start;
+}
+
+/// A number of /proc/self/status, in bytes.
+double in_status(const std::string& name) {
+    std::ifstream file("/proc/self/status");
+    for (std::string line; std::getline(file, line);)
+        if (line.compare(0, name.size(), name) == 0)
+            return 1024 * std::stod(line.substr(name.size() + 1));
+    return 0;
+}
+
+/// The bytes by which memory grows at most during the work, in a process of its own.
+double growth(const std::function<void()>& work) {
+    malloc_trim(0);
+    int ends[2];
+    if (pipe(ends) != 0) return 0;
+    if (fork() == 0) {
+        std::ofstream("/proc/self/clear_refs") << 5; // the peak starts anew
+        const double before = in_status("VmRSS");
+        work();
+        const double more = in_status("VmHWM") - before;
+        _exit(write(ends[1], &more, sizeof more) == sizeof more ? 0 : 1);
+    }
+    double more = 0;
+    const bool known = read(ends[0], &more, sizeof more) == sizeof more;
+    wait(nullptr);
+    close(ends[0]);
+    close(ends[1]);
+    return known ? more : 0;
 }
 
 struct row {
@@ -55,6 +113,7 @@ struct row {
     std::function<void()> prepare; // before each round, not timed
     std::function<void()> ours, theirs;
     std::function<bool()> agree;
+    int repeats = 1; // of the task in `ours` and in `theirs`
 };
 
 bool is_chosen(const std::string& task) {
@@ -62,23 +121,32 @@ bool is_chosen(const std::string& task) {
 }
 
 void run(const row& r) {
+    const double scale = 1e9 / r.items / r.repeats;
+    if (r.prepare) r.prepare();
+    const double more_ours = growth(r.ours);
+    const double more_theirs = growth(r.theirs);
+    const int rounds = r.items < 1e4 ? 200 : 5; // short ones are repeated until they agree
     double ours = 1e9, theirs = 1e9, limit = 1e9;
-    for (int round = 0; round < 5; ++round) {
+    for (int round = 0; round < rounds; ++round) {
         if (r.prepare) r.prepare();
-        ours = std::min(ours, seconds(r.ours));
-        theirs = std::min(theirs, seconds(r.theirs));
         limit = std::min(limit, seconds([&] {
                              void* const memory = __vector_num_alloc(r.bytes);
                              std::memset(memory, 1, r.bytes);
                              asm volatile("" : : "r"(memory) : "memory");
                              __vector_num_free(memory);
                          }));
+        ours = std::min(ours, seconds(r.ours));
+        theirs = std::min(theirs, seconds(r.theirs));
     }
-    const double scale = 1e9 / r.items;
-    std::printf("| %s | %s | %.1f | %.1f | %s | %.2f%s | %.1f | %s | %s |\n", r.task.c_str(),
+    const double items = r.items;
+    char memory[80] = "-";
+    if (double(r.bytes) >= 1e6) // pages would count, not the task
+        std::snprintf(memory, sizeof memory, "%.0f, %.0f, %.0f", double(r.bytes) / items,
+                      more_ours / items, more_theirs / items);
+    std::printf("| %s | %s | %.1f | %.1f | %s | %.2f%s | %.1f | %s | %s | %s |\n", r.task.c_str(),
                 r.size.c_str(), ours * scale, theirs * scale, r.peer.c_str(), theirs / ours,
-                theirs < ours ? " (behind)" : "", limit * scale, r.agree() ? "yes" : "**no**",
-                r.note.c_str());
+                theirs < ours ? " (behind)" : "", limit * 1e9 / r.items, memory,
+                r.agree() ? "yes" : "**no**", r.note.c_str());
     std::fflush(stdout);
 }
 
@@ -147,6 +215,17 @@ mesh triangles(std::size_t elements, unsigned rows, bool shuffled) {
                 for (unsigned k = 0; k < 3; ++k) to[k] = number[c[k]];
             }
         }
+    return m;
+}
+
+/// The squares of that grid, in the plane.
+mesh quadrilaterals(std::size_t elements) {
+    const mesh cut = triangles(2 * elements, 2, false);
+    mesh m{cut.pos, dense2D<unsigned>(4, cut.connect.cols / 2)};
+    for (std::size_t e = 0; e < m.connect.cols; ++e) {
+        std::copy_n(cut.connect[2 * e], 3, m.connect[e]);
+        m.connect(3, e) = cut.connect(2, 2 * e + 1);
+    }
     return m;
 }
 
@@ -223,10 +302,9 @@ void generators(std::size_t elements) {
              }});
 }
 
-void order(std::size_t elements, bool shuffled) {
-    const std::string task = shuffled ? "T3 to T6, shuffled" : "T3 to T6, ordered";
+void order(const std::string& task, const mesh& m) {
     if (!is_chosen(task)) return;
-    const mesh m = triangles(elements, 2, shuffled);
+    const bool quads = m.connect.rows == 4;
     dense2D<double> pos;
     dense2D<unsigned> connect;
     std::vector<std::size_t> tags(m.pos.cols), cells(m.connect.size);
@@ -237,14 +315,14 @@ void order(std::size_t elements, bool shuffled) {
     for (std::size_t j = 0; j < m.pos.cols; ++j)
         at.insert(at.end(), {m.pos(0, j), m.pos(1, j), 0.0});
     run({task, power(m.connect.cols), "gmsh", "gmsh also classifies the nodes in its model",
-         double(m.connect.cols), m.connect.cols * 40,
+         double(m.connect.cols), m.connect.cols * (quads ? 84 : 40),
          [&] {
              pos.copy(m.pos);
              connect.copy(m.connect);
              gmsh::clear();
              gmsh::model::addDiscreteEntity(2, 1);
              gmsh::model::mesh::addNodes(2, 1, tags, at);
-             gmsh::model::mesh::addElementsByType(1, 2, {}, cells);
+             gmsh::model::mesh::addElementsByType(1, quads ? 3 : 2, {}, cells);
          },
          [&] { convert_into_quadratic(pos, connect); }, [&] { gmsh::model::mesh::setOrder(2); },
          [&] {
@@ -384,9 +462,10 @@ void surfaces(std::size_t elements, bool shuffled) {
              same_stars});
 }
 
-void elements_one_by_one(std::size_t elements, unsigned rows) {
+void elements_one_by_one(std::size_t elements, unsigned rows, bool fresh) {
     using kernel = CGAL::Simple_cartesian<double>;
-    const std::string task = rows == 2 ? "circumcentres, plane" : "circumcentres, space";
+    const std::string task = std::string("circumcentres, ") + (rows == 2 ? "plane" : "space") +
+                             (fresh ? "" : ", in place");
     if (!is_chosen(task)) return;
     const mesh m = triangles(elements, rows, false);
     dense2D<double> centers;
@@ -398,8 +477,12 @@ void elements_one_by_one(std::size_t elements, unsigned rows) {
     }
     std::vector<double> peer(rows * m.connect.cols);
     run({task, power(m.connect.cols), "CGAL",
-         "coordinates within 1e-6; ours obtains its result anew, CGAL's stays in place",
-         double(m.connect.cols), m.connect.cols * rows * 8, [&] { centers = dense2D<double>(); },
+         fresh ? "coordinates within 1e-6; ours obtains its result anew, CGAL's stays in place"
+               : "coordinates within 1e-6; both write into memory that stays",
+         double(m.connect.cols), m.connect.cols * rows * 8,
+         [&] {
+             if (fresh) centers = dense2D<double>();
+         },
          [&] { circumcenters(m.pos, m.connect, centers); },
          [&] {
              for (std::size_t e = 0; e < m.connect.cols; ++e) {
@@ -504,6 +587,422 @@ void nearest(std::size_t nodes) {
          }});
 }
 
+// ------------------------------------------------------------------------------- tasks with VTK's data
+
+/// A mesh in VTK's form; triangles, or quadrilaterals.
+vtkSmartPointer<vtkPolyData> as_poly_data(const dense2D<double>& pos,
+                                          const dense2D<unsigned>& connect) {
+    vtkNew<vtkPoints> points;
+    points->SetDataTypeToDouble();
+    points->SetNumberOfPoints(vtkIdType(pos.cols));
+    for (std::size_t j = 0; j < pos.cols; ++j)
+        points->SetPoint(vtkIdType(j), pos(0, j), pos(1, j), pos.rows == 3 ? pos(2, j) : 0.0);
+    vtkNew<vtkCellArray> cells;
+    for (std::size_t e = 0; e < connect.cols; ++e) {
+        vtkIdType cell[4];
+        std::copy_n(connect[e], connect.rows, cell);
+        cells->InsertNextCell(vtkIdType(connect.rows), cell);
+    }
+    auto data = vtkSmartPointer<vtkPolyData>::New();
+    data->SetPoints(points);
+    (connect.rows == 2 ? data->SetLines(cells) : data->SetPolys(cells));
+    return data;
+}
+
+/// A sum over all coordinates that tells nodes at other places, in whatever order.
+template <class At>
+double sum_of(std::size_t n, const At& at) {
+    double sum = 0;
+    for (std::size_t j = 0; j < n; ++j) sum += at(j, 0) * (1 + at(j, 1)) + 0.3 * at(j, 1);
+    return sum;
+}
+bool close_to(double a, double b) {
+    return std::abs(a - b) <= 1e-9 * (std::abs(a) + std::abs(b));
+}
+
+void sweep(std::size_t elements) {
+    if (!is_chosen("sweep")) return;
+    const auto n = static_cast<unsigned>(std::sqrt(double(elements)));
+    dense2D<double> profile(2, n + 1), pos;
+    dense2D<unsigned> edges(2, n), connect;
+    dense2D<double> upright(3, n + 1);
+    for (unsigned j = 0; j <= n; ++j) {
+        profile(0, j) = upright(0, j) = 1 + double(j) / n;
+        profile(1, j) = upright(1, j) = upright(2, j) = 0;
+        if (j < n) edges(0, j) = j, edges(1, j) = j + 1;
+    }
+    vtkNew<vtkRotationalExtrusionFilter> turn; // around the z axis
+    turn->SetInputData(as_poly_data(upright, edges));
+    turn->SetAngle(180);
+    turn->SetResolution(int(n));
+    turn->SetCapping(false);
+    run({"sweep", power(std::size_t(n) * n), "VTK",
+         "VTK makes strips of triangles: nodes are compared", double(n) * n,
+         std::size_t(n) * n * 32,
+         [&] {
+             pos.copy(profile);
+             connect = dense2D<unsigned>();
+             turn->Modified();
+         },
+         [&] {
+             extrude_rotate_Q4(pos, edges, {0.0, 0.0}, std::acos(-1.0), n, connect);
+         },
+         [&] { turn->Update(); },
+         [&] {
+             auto* const made = turn->GetOutput();
+             const auto sum =
+                 sum_of(pos.cols, [&](std::size_t j, unsigned k) { return pos(k, j); });
+             const auto other =
+                 sum_of(std::size_t(made->GetNumberOfPoints()),
+                        [&](std::size_t j, int k) { return made->GetPoint(vtkIdType(j))[k]; });
+             return made->GetNumberOfPoints() == vtkIdType(pos.cols) &&
+                    std::abs(sum - other) <= 1e-5 * double(pos.cols); // VTK's nodes are float
+         }});
+}
+
+void triangles_of_quads(std::size_t elements) {
+    if (!is_chosen("quadrilaterals to triangles")) return;
+    const mesh m = quadrilaterals(elements);
+    dense2D<unsigned> cut;
+    vtkNew<vtkTriangleFilter> filter;
+    filter->SetInputData(as_poly_data(m.pos, m.connect));
+    run({"quadrilaterals to triangles", power(m.connect.cols), "VTK",
+         "VTK takes the shorter diagonal; numbers are compared", double(m.connect.cols),
+         m.connect.cols * 24,
+         [&] {
+             cut = dense2D<unsigned>();
+             filter->Modified();
+         },
+         [&] { split_Q4_into_T3(m.pos, m.connect, cut); }, [&] { filter->Update(); },
+         [&] { return filter->GetOutput()->GetNumberOfPolys() == vtkIdType(cut.cols); }});
+}
+
+void orientation(std::size_t elements) {
+    if (!is_chosen("orientation")) return;
+    const mesh given = triangles(elements, 3, false);
+    dense2D<unsigned> turned, connect;
+    turned.copy(given.connect);
+    for (std::size_t e = 1; e < turned.cols; e += 3) std::swap(turned(1, e), turned(2, e));
+    vtkNew<vtkPolyDataNormals> normals;
+    normals->SetInputData(as_poly_data(given.pos, turned));
+    normals->ConsistencyOn();
+    normals->SplittingOff();
+    normals->ComputePointNormalsOff();
+    normals->ComputeCellNormalsOn();             // else it does nothing
+    const auto order_of = [](const auto& cell) { // of a triangle, whatever corner comes first
+        return (cell(0) < cell(1)) + (cell(1) < cell(2)) + (cell(2) < cell(0));
+    };
+    run({"orientation", power(given.connect.cols), "VTK",
+         "a third is turned; ours with the building of adjacency, VTK also computes normals",
+         double(given.connect.cols), given.connect.cols * 12,
+         [&] {
+             connect.copy(turned);
+             normals->Modified();
+         },
+         [&] {
+             host::adjacency beside;
+             host::build_adjacency(connect, given.pos.cols, beside);
+             mesh_reorient(connect, beside.neighbors, 0, 1);
+         },
+         [&] { normals->Update(); },
+         [&] {
+             vtkNew<vtkIdList> cell;
+             auto* const polys = normals->GetOutput()->GetPolys();
+             for (std::size_t e = 0; e < connect.cols; ++e) {
+                 polys->GetCellAtId(vtkIdType(e), cell);
+                 if (order_of([&](int k) { return cell->GetId(k); }) !=
+                     order_of([&](unsigned k) { return connect(k, e); }))
+                     return false;
+             }
+             return true;
+         }});
+}
+
+void merge_close(std::size_t points) {
+    if (!is_chosen("merge 1e-12")) return;
+    dense2D<double> pos(3, points);
+    dense2D<unsigned> ids(1, points), connect;
+    std::mt19937 random(3);
+    std::uniform_real_distribution<double> unit(0, 1);
+    for (std::size_t j = 0; j < points; ++j) {
+        const std::size_t from = j % 4 == 3 ? random() % j : j;
+        for (unsigned k = 0; k < 3; ++k) pos(k, j) = from == j ? unit(random) : pos(k, from);
+        ids(0, j) = unsigned(j);
+    }
+    const auto data = as_poly_data(pos, ids); // points as cells of one node
+    vtkNew<vtkStaticCleanPolyData> clean;
+    clean->SetInputData(data);
+    clean->ToleranceIsAbsoluteOn();
+    clean->SetAbsoluteTolerance(1e-12);
+    run({"merge 1e-12", power(points), "VTK",
+         "a quarter of the points are duplicates; VTK also copies the cells", double(points),
+         points * 4,
+         [&] {
+             connect.copy(ids);
+             clean->Modified();
+         },
+         [&] { tessel::merge(pos, connect, 1e-12, 0); }, [&] { clean->Update(); },
+         [&] {
+             std::vector<unsigned> used(connect.begin(), connect.end());
+             std::sort(used.begin(), used.end());
+             const auto distinct = std::unique(used.begin(), used.end()) - used.begin();
+             return clean->GetOutput()->GetNumberOfPoints() == vtkIdType(distinct);
+         }});
+}
+
+/// Points of a batch: random, in rows, or in the hole of the mesh.
+dense2D<double> asked_points(const std::string& where, std::size_t n) {
+    std::mt19937 random(9);
+    std::uniform_real_distribution<double> unit(0, 1);
+    dense2D<double> points(2, n);
+    const auto across = std::size_t(std::sqrt(double(n)));
+    for (std::size_t j = 0; j < n; ++j) {
+        const bool rows = where == "sorted", hole = where == "outside";
+        points(0, j) = rows ? (double(j % across) + unit(random)) / double(across) : unit(random);
+        points(1, j) = rows ? std::min(1.0, double(j / across) / double(across)) : unit(random);
+        if (hole) // the mesh has one from 0.4 to 0.6
+            for (unsigned k = 0; k < 2; ++k) points(k, j) = 0.42 + 0.16 * points(k, j);
+    }
+    return points;
+}
+
+void location(std::size_t elements, const std::string& where, std::size_t count = 20000) {
+    const std::string task = "point location, " + where, carried = "interpolation, " + where;
+    if (!is_chosen(task) && !is_chosen(carried)) return;
+    mesh m = triangles(elements, 2, false);
+    if (where == "outside") {
+        std::size_t kept = 0;
+        for (std::size_t e = 0; e < m.connect.cols; ++e) {
+            const double* const p = m.pos[m.connect(0, e)];
+            const bool hole = p[0] > 0.4 && p[0] < 0.6 && p[1] > 0.4 && p[1] < 0.6;
+            if (!hole) std::copy_n(m.connect[e], 3, m.connect[kept++]);
+        }
+        m.connect.resize(3, kept);
+        std::vector<bool> used(m.pos.cols); // nodes in the hole go into a corner
+        for (const unsigned x : m.connect) used[x] = true;
+        for (std::size_t j = 0; j < m.pos.cols; ++j)
+            if (!used[j]) m.pos(0, j) = m.pos(0, 0), m.pos(1, j) = m.pos(1, 0);
+    }
+    const auto points = asked_points(where, count);
+    const std::string size = power(m.connect.cols);
+    const auto data = as_poly_data(m.pos, m.connect);
+    host::locator ours;
+    ours.build(m.pos, m.connect);
+    vtkNew<vtkStaticCellLocator> cells;
+    cells->SetDataSet(data);
+    cells->BuildLocator();
+    vtkNew<vtkStaticPointLocator> near;
+    near->SetDataSet(data);
+    near->BuildLocator();
+    dense1D<unsigned, 8> found, places;
+    dense2D<double> weights;
+    dense1D<double, 8> field(m.pos.cols), values;
+    for (std::size_t j = 0; j < m.pos.cols; ++j) field[j] = 2 * m.pos(0, j) - m.pos(1, j);
+    std::vector<vtkIdType> theirs(points.cols);
+    std::vector<double> their_values(points.cols);
+    vtkNew<vtkGenericCell> cell;
+    const auto find = [&](std::size_t j, double* shares) {
+        double x[3] = {points(0, j), points(1, j), 0}, at[3];
+        return cells->FindCell(x, 0, cell, at, shares);
+    };
+    if (is_chosen(task))
+        run({task,
+             size,
+             "VTK",
+             "per point, after building; inside or not is compared",
+             double(points.cols),
+             points.cols * 32,
+             {},
+             [&] { ours.locate(points, found, weights, places); },
+             [&] {
+                 double shares[3];
+                 for (std::size_t j = 0; j < points.cols; ++j) theirs[j] = find(j, shares);
+             },
+             [&] {
+                 std::size_t other = 0; // points on an edge of the mesh may differ
+                 for (std::size_t j = 0; j < points.cols; ++j)
+                     other += (theirs[j] < 0) != (places[j] != 0);
+                 return other <= points.cols / 100;
+             }});
+    if (is_chosen(carried))
+        run({carried,
+             size,
+             "VTK",
+             "per point, one field, after building; values within 1e-9, of 99 in 100",
+             double(points.cols),
+             points.cols * 8,
+             {},
+             [&] {
+                 host::transfer_table table;
+                 ours.transfer(points, table);
+                 ours.carry(table, field, values);
+             },
+             [&] {
+                 double shares[3];
+                 for (std::size_t j = 0; j < points.cols; ++j) {
+                     const double x[3] = {points(0, j), points(1, j), 0};
+                     const auto e = find(j, shares);
+                     const unsigned* const c = e < 0 ? nullptr : m.connect[std::size_t(e)];
+                     their_values[j] = c ? shares[0] * field[c[0]] + shares[1] * field[c[1]] +
+                                               shares[2] * field[c[2]]
+                                         : field[std::size_t(near->FindClosestPoint(x))];
+                 }
+             },
+             [&] {
+                 std::size_t other = 0;
+                 for (std::size_t j = 0; j < points.cols; ++j)
+                     other += !(std::abs(their_values[j] - values[j]) <= 1e-9);
+                 return other <= points.cols / 100;
+             }});
+}
+
+// --------------------------------------------------------------------------------- tasks with OpenMesh, Eigen
+
+void corner_angles(std::size_t elements) {
+    if (!is_chosen("angles")) return;
+    const mesh m = triangles(elements, 3, false);
+    half_edges peer;
+    build(m, peer);
+    dense1D<double, 8> low, high;
+    std::vector<double> their_low(m.connect.cols), their_high(m.connect.cols);
+    run({"angles",
+         power(m.connect.cols),
+         "OpenMesh",
+         "smallest and largest within 1e-7: theirs by arccos",
+         double(m.connect.cols),
+         m.connect.cols * 16,
+         {},
+         [&] { angles(m.pos, m.connect, false, low, high); },
+         [&] {
+             for (const auto f : peer.faces()) {
+                 double least = 9, most = 0;
+                 for (const auto h : peer.fh_range(f)) {
+                     const double angle = peer.calc_sector_angle(h);
+                     least = std::min(least, angle);
+                     most = std::max(most, angle);
+                 }
+                 their_low[std::size_t(f.idx())] = least;
+                 their_high[std::size_t(f.idx())] = most;
+             }
+         },
+         [&] {
+             for (std::size_t e = 0; e < m.connect.cols; ++e)
+                 if (std::abs(low[e] - their_low[e]) > 1e-7 ||
+                     std::abs(high[e] - their_high[e]) > 1e-7)
+                     return false;
+             return true;
+         }});
+}
+
+void tensors(std::size_t n) {
+    if (!is_chosen("tensors")) return;
+    using matrix = Eigen::Matrix3d;
+    std::mt19937 random(4);
+    std::uniform_real_distribution<double> unit(-1, 1);
+    std::vector<matrix> a(n), b(n), theirs(n);
+    std::vector<symmetric_fixed<double, 3>> ours_a(n), ours_b(n), ours(n);
+    const auto draw = [&](matrix& m, symmetric_fixed<double, 3>& s) {
+        for (int i = 0; i < 9; ++i) m(i) = unit(random);
+        m = (m * m.transpose() + 0.1 * matrix::Identity()).eval();
+        for (unsigned i = 0; i < 3; ++i)
+            for (unsigned j = 0; j <= i; ++j) s(i, j) = m(int(i), int(j));
+    };
+    for (std::size_t i = 0; i < n; ++i) draw(a[i], ours_a[i]), draw(b[i], ours_b[i]);
+    run({"tensors",
+         power(n),
+         "Eigen",
+         "intersection of two by a generalized eigenproblem, entries within 1e-9",
+         double(n),
+         n * 48,
+         {},
+         [&] {
+             for (std::size_t i = 0; i < n; ++i)
+                 tessel::minimum_metric(ours_a[i], ours_b[i], ours[i]);
+         },
+         [&] {
+             for (std::size_t i = 0; i < n; ++i) {
+                 const Eigen::GeneralizedSelfAdjointEigenSolver<matrix> both(a[i], b[i]);
+                 const matrix back = both.eigenvectors().inverse();
+                 const Eigen::Vector3d larger = both.eigenvalues().cwiseMax(1.0);
+                 theirs[i] = back.transpose() * larger.asDiagonal() * back;
+             }
+         },
+         [&] {
+             for (std::size_t i = 0; i < n; ++i)
+                 for (unsigned k = 0; k < 9; ++k)
+                     if (std::abs(ours[i](k / 3, k % 3) - theirs[i](int(k) / 3, int(k) % 3)) >
+                         1e-9 * theirs[i].norm())
+                         return false;
+             return true;
+         }});
+}
+
+/// Tasks on meshes so small that what each call costs by itself counts.
+void small_mesh(std::size_t elements) {
+    const mesh m = triangles(elements, 3, false);
+    half_edges peer;
+    build(m, peer);
+    double ours = 0, theirs = 0;
+    if (is_chosen("small mesh, area"))
+        run({"small mesh, area",
+             power(m.connect.cols),
+             "OpenMesh",
+             "per element; total within 1e-10",
+             double(m.connect.cols),
+             m.connect.cols * 12,
+             {},
+             [&] {
+                 for (int i = 0; i < 100; ++i) area(m.pos, m.connect, ours);
+             },
+             [&] {
+                 for (int i = 0; i < 100; ++i) {
+                     theirs = 0;
+                     for (const auto f : peer.faces()) theirs += peer.calc_face_area(f);
+                 }
+             },
+             [&] { return std::abs(ours - theirs) <= 1e-10 * ours; },
+             100});
+    const mesh flat = triangles(elements, 2, false);
+    host::adjacency beside;
+    host::build_adjacency(flat.connect, flat.pos.cols, beside);
+    const tessel::node_detector detector(flat.pos);
+    const auto points = asked_points("random", 1000);
+    const auto data = as_poly_data(flat.pos, flat.connect);
+    vtkNew<vtkStaticCellLocator> cells;
+    cells->SetDataSet(data);
+    cells->BuildLocator();
+    vtkNew<vtkGenericCell> cell;
+    std::vector<unsigned> found(points.cols);
+    std::vector<vtkIdType> their_cells(points.cols);
+    if (is_chosen("small mesh, one point"))
+        run({"small mesh, one point",
+             power(flat.connect.cols),
+             "VTK",
+             "per call, which tests the mesh; inside or not is compared",
+             double(points.cols),
+             points.cols * 4,
+             {},
+             [&] {
+                 for (std::size_t j = 0; j < points.cols; ++j)
+                     get_element_containing_point(flat.pos, flat.connect, beside.neighbors,
+                                                  beside.ancestors, detector, ELEMENT_T3,
+                                                  {points(0, j), points(1, j)}, found[j], 1e-6);
+             },
+             [&] {
+                 double shares[3], at[3];
+                 for (std::size_t j = 0; j < points.cols; ++j) {
+                     double x[3] = {points(0, j), points(1, j), 0};
+                     their_cells[j] = cells->FindCell(x, 0, cell, at, shares);
+                 }
+             },
+             [&] {
+                 std::size_t other = 0;
+                 for (std::size_t j = 0; j < points.cols; ++j)
+                     other += (their_cells[j] < 0) != (found[j] == 0xFFFFFFFFu);
+                 return other <= points.cols / 100;
+             }});
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -511,20 +1010,40 @@ int main(int argc, char** argv) {
     gmsh::initialize();
     gmsh::option::setNumber("General.Terminal", 0);
     std::fprintf(stderr,
-                 "CGAL %s, VTK %s, gmsh %s, OpenMesh %d.%d, meshoptimizer %d.%d, nanoflann %x\n",
+                 "CGAL %s, VTK %s, gmsh %s, OpenMesh %d.%d, meshoptimizer %d.%d, nanoflann %x, "
+                 "Eigen %d.%d.%d\n",
                  CGAL_VERSION_STR, vtkVersion::GetVTKVersion(), GMSH_API_VERSION, OM_VERSION >> 16,
                  OM_VERSION >> 8 & 255, MESHOPTIMIZER_VERSION / 1000,
-                 MESHOPTIMIZER_VERSION / 10 % 100, NANOFLANN_VERSION);
-    for (const std::size_t n : {std::size_t{10000}, std::size_t{1000000}}) {
+                 MESHOPTIMIZER_VERSION / 10 % 100, NANOFLANN_VERSION, EIGEN_WORLD_VERSION,
+                 EIGEN_MAJOR_VERSION, EIGEN_MINOR_VERSION);
+    for (const std::size_t n : {8u, 128u, 1000u}) small_mesh(n);
+    for (const std::size_t n : {10000u, 1000000u}) {
         generators(n);
+        sweep(n);
+        order("Q4 to Q9", quadrilaterals(n / 4));
         for (const bool shuffled : {false, true}) {
-            order(n / 4, shuffled);
+            order(shuffled ? "T3 to T6, shuffled" : "T3 to T6, ordered",
+                  triangles(n / 4, 2, shuffled));
             surfaces(n, shuffled);
         }
-        elements_one_by_one(n, 2);
-        elements_one_by_one(n, 3);
+        triangles_of_quads(n);
+        for (const unsigned rows : {2u, 3u})
+            for (const bool fresh : {true, false}) elements_one_by_one(n, rows, fresh);
+        corner_angles(n);
+        orientation(n);
+        for (const char* const where : {"random", "sorted", "outside"}) location(n, where);
+        merge_exact(n);
+        merge_close(n);
+        tensors(n / 4);
+        nearest(n / 2);
+    }
+    // How tasks grow: the two sizes between and above.
+    for (const std::size_t n : {100000u, 10000000u}) {
+        generators(n);
         merge_exact(n);
         nearest(n / 2);
+        location(n, "random");
+        elements_one_by_one(n, 2, true);
     }
     gmsh::finalize();
 }

@@ -103,7 +103,7 @@ get_element_containing_point(const dense2D<double>& pos, const dense2D<unsigned>
 ///
 /// Cost: a search tree over the nodes of the mesh, then a few elements for each listed node in the mesh. A
 /// node in a hole or a bay costs a search for the closest node besides, which looks at the nodes that are
-/// about as near: ten to thirty times as much. Memory for the tree and for sorting a long list. Views with
+/// about as near: some ten times as much. Memory for the tree and for sorting a long list. Views with
 /// a leading dimension larger than their rows are fine. Calls on different fields may run at the same time.
 /// @snippet examples/locate.cpp carry_a_field
 ZEL_TESSEL2D_API int interpolate(const dense2D<double>& pos, const dense2D<unsigned>& connect,
