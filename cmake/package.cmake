@@ -5,6 +5,7 @@
 #     runtime      what programs need that are linked with the shared library
 #     development  headers, archives, CMake and pkg-config
 #     host         the shared library of host tools
+#     distributed  the shared library of meshes in parts and the program tessel2d-distributed, if they are built
 #     python       the Python package, if it is built (see python/CMakeLists.txt)
 #     manual       the pages of build/manual if they are there, and the texts of docs/
 #
@@ -55,6 +56,16 @@ zel_install_library(zel_tessel2d_static static development)
 if(ZEL_BUILD_HOST)
   zel_install_library(zel_tessel2d_host host host)
   zel_install_library(zel_tessel2d_host_static host-static development)
+endif()
+if(TARGET zel_tessel2d_distributed)
+  zel_install_library(zel_tessel2d_distributed distributed distributed)
+  install(TARGETS tessel2d_distributed_program RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+                                                       COMPONENT distributed)
+  # The archive names where PETSc and HDF5 were found when it was built.
+  set_target_properties(zel_petsc PROPERTIES EXPORT_NAME tessel2d_petsc)
+  set_target_properties(zel_hdf5 PROPERTIES EXPORT_NAME tessel2d_hdf5)
+  install(TARGETS zel_petsc zel_hdf5 EXPORT tessel2d-distributed-static-targets)
+  zel_install_library(zel_tessel2d_distributed_static distributed-static development)
 endif()
 if(TARGET zel_tessel2d_vtk)
   zel_install_library(zel_tessel2d_vtk vtk development)
@@ -131,6 +142,10 @@ endfunction()
 zel_install_pc(zel-tessel2d)
 if(ZEL_BUILD_HOST)
   zel_install_pc(zel-tessel2d-host)
+endif()
+if(TARGET zel_tessel2d_distributed)
+  set(zel_pc_hdf5 "${ZEL_HDF5_MODULE_NAME}")
+  zel_install_pc(zel-tessel2d-distributed)
 endif()
 
 # -- what there is to read ------------------------------------------------------------------------
