@@ -33,3 +33,8 @@ elseif(ZEL_BUILD_DISTRIBUTED STREQUAL "AUTO")
 else()
   message(FATAL_ERROR "ZEL_BUILD_DISTRIBUTED needs MPI, PETSc and HDF5 with MPI (on Debian libpetsc-real-dev, libhdf5-openmpi-dev)")
 endif()
+
+# For tests: ranks may share a processor, may be root in a container, and nobody logs in anywhere.
+set(zel_mpi_environment
+    "OMPI_MCA_rmaps_base_oversubscribe=1;OMPI_ALLOW_RUN_AS_ROOT=1;OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1;OMPI_MCA_mpi_yield_when_idle=1;OMPI_MCA_btl_vader_single_copy_mechanism=none;OMPI_MCA_plm_rsh_agent=/bin/false"
+)

@@ -14,13 +14,14 @@ namespace {
 
 constexpr int out_of_memory = -199;
 
-/// The name as Python writes it: without parameters, and "Locator.locate" for "locator::locate".
+/// The name as Python writes it: without parameters, "Locator.locate" for "locator::locate", and "distributed.merge".
 std::string shown(const char* function) {
     std::string name = function;
     name = name.substr(0, name.find('('));
     const std::size_t at = name.find("::");
     if (at == name.npos) return name;
     name.replace(at, 2, ".");
+    if (name.compare(0, at, "distributed") == 0) return name;
     name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
     return name;
 }

@@ -18,7 +18,7 @@
     # Hundreds of packages, for the bridge to VTK and for tests that compare node orders with theirs.
     format_packages=(libvtk9-dev libgmsh-dev)
     # MPI, its compilers and PT-Scotch come with the first.
-    distributed_packages=(libpetsc-real-dev libhdf5-openmpi-dev)
+    distributed_packages=(libpetsc-real-dev libhdf5-openmpi-dev python3-mpi4py)
     bench_packages=(libbenchmark-dev)
     package_packages=(debhelper dh-python lintian autopkgtest fakeroot git pybind11-dev python3-dev python3-numpy)
     manual_packages=(doxygen python3-sphinx python3-breathe python3-myst-parser furo npm)

@@ -44,7 +44,7 @@ struct field {
 /// @retval -2    `path` is empty or differs between ranks, or a file cannot be created or written there.
 /// @retval -3    a node field has not one column per local node, no rows, a name that is empty, ".", used
 ///               twice or has a slash or a control character in it; or ranks differ in them.
-/// @retval -4    the same for element fields.
+/// @retval -4    an element field is unusable in one of the ways that -3 stands for with node fields.
 /// @retval -198  MPI or PETSc reported a failure.
 /// @retval -199  memory is exhausted on a rank.
 ///
@@ -74,7 +74,7 @@ ZEL_TESSEL2D_DISTRIBUTED_API int write(const partitioned_mesh& mesh, const std::
 /// @retval -3    the file holds no mesh: `nodes` or `elements` are missing or have another shape or type, claim
 ///               more numbers than are stored, or a number names no node.
 /// @retval -4    a node field has another shape or type, or claims more numbers than are stored.
-/// @retval -5    the same for an element field.
+/// @retval -5    an element field has another shape or type, or claims more numbers than are stored.
 /// @retval -198  MPI or PETSc reported a failure.
 /// @retval -199  memory is exhausted on a rank, or a part outgrows 32-bit numbers.
 ///

@@ -97,7 +97,8 @@ ZEL_TESSEL2D_DISTRIBUTED_API int carry(const partitioned_mesh& mesh, const locat
 ///                         many as the rank has.
 ///
 /// @retval 0     done.
-/// @retval -1    as for `locate`.
+/// @retval -1    the mesh has no communicator, its nodes do not have 2 coordinates, its elements have neither 3 nor 4
+///               rows, or a corner stands for no node.
 /// @retval -2    a field does not have one column per node of its rank, or ranks differ in its rows.
 /// @retval -3    the points of a rank do not have 2 rows, or outgrow 32-bit numbers.
 /// @retval -4    a rank's `values` do not have one column per point, or other rows than the field.

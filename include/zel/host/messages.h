@@ -11,7 +11,8 @@ namespace zel::host {
 ///
 /// @param function  the name of a function of `zel::tessel2d`, `zel::host`, also of `zel/host/vtk.h`,
 ///                  or `zel/tessel.h`, such as "area"; members of a class have its name in front,
-///                  "locator::build". Where overloads say different things of a status, the answer has them
+///                  "locator::build", and functions of `zel::distributed` that of their namespace,
+///                  "distributed::merge". Where overloads say different things of a status, the answer has them
 ///                  all, each with the parameters of its overload. The names of the parameters, as the header
 ///                  has them, choose one overload: "normals(pos, connect, N)". Blanks do not matter.
 /// @param status    what the function has returned.
