@@ -44,13 +44,14 @@ struct box {
 template <int Dim>
 class box_tree {
 public:
-    /// The boxes must not hold NaN. Throws std::bad_alloc.
-    void build(const list<box<Dim>>& of) {
+    /// The boxes must not hold NaN. A tree of which only a cover is asked needs no more levels than that has. Throws
+    /// std::bad_alloc.
+    void build(const list<box<Dim>>& of, unsigned most_levels = 64) {
         boxes = of;
         order.resize(boxes.size());
         std::iota(order.begin(), order.end(), 0U);
         nodes.clear();
-        if (!boxes.empty()) add_node(0, boxes.size());
+        if (!boxes.empty()) add_node(0, boxes.size(), most_levels);
     }
 
     /// Calls visit(index) for each box that holds the point, in any order.
@@ -89,11 +90,11 @@ private:
             if (corners.high[i] - corners.low[i] > corners.high[axis] - corners.low[axis]) axis = i;
         return axis;
     }
-    void add_node(std::size_t first, std::size_t last) {
+    void add_node(std::size_t first, std::size_t last, unsigned levels) {
         const std::size_t me = nodes.size();
         nodes.push_back({{}, first, last});
         for (std::size_t k = first; k < last; ++k) nodes[me].around.add(boxes[order[k]]);
-        if (last - first <= most_in_leaf) return;
+        if (levels == 0 || last - first <= most_in_leaf) return;
         const std::size_t axis = widest_axis(first, last), middle = first + (last - first) / 2;
         const auto at = [&](std::size_t k) {
             return order.begin() + static_cast<std::ptrdiff_t>(k);
@@ -102,10 +103,10 @@ private:
             const double x = boxes[a].low[axis], y = boxes[b].low[axis];
             return x < y || (x == y && a < b);
         });
-        add_node(first, middle);
+        add_node(first, middle, levels - 1);
         const std::size_t second = nodes.size();
         nodes[me].second_child = second;
-        add_node(middle, last);
+        add_node(middle, last, levels - 1);
     }
     template <class Wanted, class Visit>
     void descend(const Wanted& wanted, std::size_t n, Visit& visit) const {

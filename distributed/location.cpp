@@ -112,7 +112,7 @@ public:
             at_nodes.emplace_back().add(mesh.pos[k]);
             node_of.push_back(static_cast<unsigned>(k));
         }
-        nodes.build(at_nodes);
+        nodes.build(at_nodes, rank_boxes<2>::depth);
         dense2D<double> pos;
         if (!pos.resize(2, node_of.size())) return no_memory;
         for (std::size_t k = 0; k < node_of.size(); ++k)

@@ -93,7 +93,7 @@ public:
                 if (!has_nan(items.back().at, Dim)) boxes.emplace_back().add(items.back().at);
             }
             own = items.size();
-            points.build(boxes);
+            points.build(boxes, rank_boxes<Dim>::depth);
             return 0;
         });
         if (status) return status;
@@ -182,48 +182,71 @@ private:
     const int me;
 };
 
-/// The clusters with an own node as vertices of a graph, and where each node goes to be fused.
+/// The clusters that reach other ranks as vertices of a graph.
 struct cluster_graph {
-    list<unsigned> vertex_of_slot;
-    list<number> keys; // the lowest own node of each vertex
+    list<unsigned> vertex_of_slot; // of an own node; `no_node`: its cluster has no link
+    list<number> keys;             // the lowest own node of each vertex
     list<link> links;
     list<component> components;
 };
 
-/// A link as the rank at its other end gets to know it.
-struct announced_link {
-    unsigned slot; // of the node there
-    unsigned vertex;
+/// A cluster here, by the slot of its first own node, and a node of another rank in it.
+struct contact {
+    unsigned cluster;
+    home beyond;
 };
 
-template <int Dim>
-void number_vertices(const clusters<Dim>& parts, cluster_graph& graph) {
-    // The lowest item of a cluster with own nodes is an own node, and its first one.
-    for (std::size_t s = 0; s < parts.own; ++s) {
-        const bool first = parts.cluster[s] == s;
-        graph.vertex_of_slot.push_back(first ? static_cast<unsigned>(graph.keys.size())
-                                             : graph.vertex_of_slot[parts.cluster[s]]);
-        if (first) graph.keys.push_back(parts.items[s].node);
-    }
-}
+/// A contact as the other rank gets to know it.
+struct announced_contact {
+    unsigned slot; // of the node there
+    unsigned cluster;
+};
 
-/// Links each vertex with those of the nodes of other ranks in its cluster, and tells these.
+/// The contacts of this rank, whichever of the two ranks has found them: where a crowd is joined without a look at
+/// distances it may be only one.
 template <int Dim>
-int find_links(MPI_Comm comm, const clusters<Dim>& parts, cluster_graph& graph) {
-    outbox<announced_link> out(0);
-    list<home> homes;
-    list<unsigned> from, beyond;
+int find_contacts(MPI_Comm comm, const clusters<Dim>& parts, list<contact>& contacts) {
+    outbox<announced_contact> out(0);
     int status = together(comm, [&] {
-        out = outbox<announced_link>(ranks_of(comm));
-        number_vertices(parts, graph);
+        out = outbox<announced_contact>(ranks_of(comm));
         for (std::size_t k = parts.own; k < parts.items.size(); ++k) {
             if (parts.cluster[k] >= parts.own) continue; // no own node is close
-            const unsigned vertex = graph.vertex_of_slot[parts.cluster[k]];
             const home where = parts.items[k].where;
-            from.push_back(vertex);
-            homes.push_back(where);
-            out.add(where.rank, {where.slot, vertex});
+            contacts.push_back({parts.cluster[k], where});
+            out.add(where.rank, {where.slot, parts.cluster[k]});
         }
+        return 0;
+    });
+    if (status) return status;
+    inbox<announced_contact> came;
+    if ((status = deliver(comm, out, came))) return status;
+    return together(comm, [&] {
+        for (std::size_t k = 0; k < came.from.size(); ++k)
+            for (std::size_t i = came.starts[k]; i < came.starts[k + 1]; ++i)
+                contacts.push_back(
+                    {parts.cluster[came.records[i].slot], {came.from[k], came.records[i].cluster}});
+        return 0;
+    });
+}
+
+/// Makes vertices of the clusters with contacts and links of the contacts.
+template <int Dim>
+int find_links(MPI_Comm comm, const clusters<Dim>& parts, cluster_graph& graph) {
+    list<contact> contacts;
+    list<home> homes;
+    list<unsigned> beyond;
+    int status = find_contacts(comm, parts, contacts);
+    if (status) return status;
+    status = together(comm, [&] {
+        list<unsigned>& vertex = graph.vertex_of_slot;
+        vertex.assign(parts.own, no_node);
+        for (const contact& c : contacts) {
+            homes.push_back(c.beyond);
+            if (vertex[c.cluster] != no_node) continue;
+            vertex[c.cluster] = static_cast<unsigned>(graph.keys.size());
+            graph.keys.push_back(parts.items[c.cluster].node);
+        }
+        for (std::size_t s = 0; s < parts.own; ++s) vertex[s] = vertex[parts.cluster[s]];
         beyond.resize(homes.size());
         return 0;
     });
@@ -231,18 +254,11 @@ int find_links(MPI_Comm comm, const clusters<Dim>& parts, cluster_graph& graph) 
     star_forest nodes;
     if ((status = nodes.build(comm, parts.own, homes.data(), homes.size()))) return status;
     if ((status = nodes.spread(graph.vertex_of_slot.data(), beyond.data()))) return status;
-    inbox<announced_link> came;
-    if ((status = deliver(comm, out, came))) return status;
     return together(comm, [&] {
-        list<link>& links = graph.links;
-        for (std::size_t k = 0; k < homes.size(); ++k)
-            links.push_back({from[k], {homes[k].rank, beyond[k]}, 0});
-        for (std::size_t k = 0; k < came.from.size(); ++k)
-            for (std::size_t i = came.starts[k]; i < came.starts[k + 1]; ++i)
-                links.push_back({graph.vertex_of_slot[came.records[i].slot],
-                                 {came.from[k], came.records[i].vertex},
-                                 0});
-        keep_distinct(links);
+        for (std::size_t k = 0; k < contacts.size(); ++k)
+            graph.links.push_back(
+                {graph.vertex_of_slot[contacts[k].cluster], {homes[k].rank, beyond[k]}, 0});
+        keep_distinct(graph.links);
         return 0;
     });
 }
@@ -264,15 +280,13 @@ template <int Dim>
 int fuse_at_home(MPI_Comm comm, double tolerance, const clusters<Dim>& parts,
                  const cluster_graph& graph, list<replacement>& by, outbox<placed_node>& out) {
     out = outbox<placed_node>(ranks_of(comm));
-    list<bool> linked(graph.keys.size(), false);
-    for (const link& l : graph.links) linked[l.from] = true;
     list<placed_node> alone;
     list<unsigned> slots;
     for (std::size_t s = 0; s < parts.own; ++s) {
         const placed_node& p = parts.items[s];
         by.push_back({p.node, p.where});
         const unsigned v = graph.vertex_of_slot[s];
-        if (linked[v]) {
+        if (v != no_node) {
             out.add(graph.components[v].where.rank, p);
         } else {
             alone.push_back(p);

@@ -43,8 +43,9 @@ struct rank_boxes {
         });
     }
 
+    static constexpr unsigned depth = 4; ///< levels of a tree that are told to others
+
 private:
-    static constexpr unsigned depth = 4;
     struct share {
         std::size_t count = 0;
         box<Dim> boxes[std::size_t{1} << depth];
