@@ -102,10 +102,10 @@ whole_mesh strip(unsigned n) {
 
 TEST(DistributedCurvatures, AreThoseOfOneRankForSmallAndLargePatches) {
     const whole_mesh& surface = named("shuffled triangles in space");
-    for (const double radius : {0.0, 0.15, -0.3}) expect_as_on_one_rank(surface, {radius});
+    for (const double radius : {0.0, -0.2}) expect_as_on_one_rank(surface, {radius});
     expect_as_on_one_rank(named("Moebius band"), {0.5});
     expect_as_on_one_rank(named("book"), {1.2});
-    expect_as_on_one_rank(strip(60), {0.25});
+    expect_as_on_one_rank(strip(40), {0.25});
 }
 
 TEST(DistributedCurvatures, PatchesEndWhereTheyAreFullOrTheSurfaceBends) {
@@ -177,7 +177,7 @@ TEST(DistributedCurvatures, MemoryThatFailsOnOneRankLeavesTheOutputOfAll) {
     const dense2D<double> want = on_one_rank(whole, {0.2}, dense2D<unsigned>(2, 0));
     dense2D<unsigned> hard(2, 0);
     int status = -199;
-    for (std::size_t k = 1; status == -199 && k < 5000; ++k) {
+    for (std::size_t k = 1; status == -199 && k < 5000; k += 1 + k / 20) {
         dense2D<double> got(1, 1, 7.0);
         if (rank() == ranks() - 1) arm_allocator(k);
         status = principal_curvatures(mesh, 0.2, pi, 1000, hard, got);
