@@ -4,6 +4,7 @@
 #include "zel/distributed/dmplex.h"
 
 #include "distributed/part.h"
+#include "distributed/petsc.h"
 
 #include <petscsf.h>
 
@@ -14,18 +15,6 @@
 namespace zel::distributed {
 
 namespace {
-
-// While one of these lives, PETSc returns its failures and prints nothing.
-struct quiet {
-    quiet() { PetscPushErrorHandler(PetscReturnErrorHandler, nullptr); }
-    ~quiet() { PetscPopErrorHandler(); }
-    quiet(const quiet&) = delete;
-    quiet& operator=(const quiet&) = delete;
-};
-
-int status_of(PetscErrorCode code) {
-    return code == 0 ? 0 : code == PETSC_ERR_MEM ? no_memory : engine_failed;
-}
 
 // ---------------------------------------------------------------------------------------- from a plex
 

@@ -4,6 +4,7 @@
 #include "distributed/exchange.h"
 
 #include "distributed/collective.h"
+#include "distributed/petsc.h"
 
 #include <petscsf.h>
 #include <petscsys.h>
@@ -20,18 +21,6 @@ traffic sent{0, 0};
 
 constexpr std::size_t piece = std::size_t{1} << 30;
 constexpr int tag = 7051;
-
-// While one of these lives, PETSc returns its failures and prints nothing.
-struct quiet {
-    quiet() { PetscPushErrorHandler(PetscReturnErrorHandler, nullptr); }
-    ~quiet() { PetscPopErrorHandler(); }
-    quiet(const quiet&) = delete;
-    quiet& operator=(const quiet&) = delete;
-};
-
-int status_of(PetscErrorCode code) {
-    return code == 0 ? 0 : code == PETSC_ERR_MEM ? no_memory : engine_failed;
-}
 
 std::size_t pieces_of(std::uint64_t bytes) {
     return static_cast<std::size_t>((bytes + piece - 1) / piece);
