@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "distributed/support.h"
-#include "support/failing_alloc.h"
 
 #include "zel/distributed/dmplex.h"
 
@@ -163,22 +162,13 @@ TEST(DMPlex, RefusesWhatIsNoSurface) {
 TEST(DMPlex, MemoryThatFailsOnOneRankLeavesTheOutputsAlone) {
     const partitioned_mesh mesh = parts_of(meshes()[3], sharings()[3]);
     DM plex = nullptr;
-    int status = -199;
-    for (std::size_t k = 1; status == -199 && k < 1000; ++k) {
-        if (rank() == ranks() - 1) arm_allocator(k);
-        status = to_dmplex(mesh, &plex);
-        disarm_allocator();
-        EXPECT_EQ(status == 0, plex != nullptr);
-    }
-    EXPECT_EQ(0, status);
-    status = -199;
-    for (std::size_t k = 1; status == -199 && k < 1000; ++k) {
-        partitioned_mesh back;
-        if (rank() == ranks() - 1) arm_allocator(k);
-        status = from_dmplex(plex, back);
-        disarm_allocator();
-        EXPECT_EQ(status == 0, back.comm != MPI_COMM_NULL);
-    }
-    EXPECT_EQ(0, status);
+    fail_each_allocation_on_one_rank(
+        [&] { DMDestroy(&plex); }, [&] { return to_dmplex(mesh, &plex); },
+        [&] { EXPECT_EQ(nullptr, plex); }, [&] { EXPECT_NE(nullptr, plex); });
+    partitioned_mesh back;
+    fail_each_allocation_on_one_rank([&] { back = partitioned_mesh(); },
+                                     [&] { return from_dmplex(plex, back); },
+                                     [&] { EXPECT_EQ(MPI_COMM_NULL, back.comm); },
+                                     [&] { EXPECT_EQ(mesh.elements, back.elements); });
     DMDestroy(&plex);
 }

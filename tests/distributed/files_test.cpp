@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "distributed/support.h"
-#include "support/failing_alloc.h"
 
 #include "zel/distributed/files.h"
 #include "zel/tessel2d.h"
@@ -364,28 +363,13 @@ TEST(Files, MemoryThatFailsOnOneRankLeavesEverythingAsItWas) {
     const partitioned_mesh mesh = parts_of(meshes()[3], sharings()[3]);
     const std::string path = in_folder("memory.h5");
     const std::vector<field> at_nodes = node_fields_of(mesh), at_elements = element_fields_of(mesh);
-    const auto try_all = [&](const std::function<int()>& call) {
-        int status = -199;
-        const std::size_t step = ranks() <= 3 ? 1 : 9;
-        for (std::size_t k = 1; status == -199 && k < 1000; k += step) {
-            if (rank() == ranks() - 1) arm_allocator(k);
-            status = call();
-            disarm_allocator();
-            if (status == -199) {
-                EXPECT_FALSE(exists(path + ".part"));
-            }
-        }
-        EXPECT_EQ(0, status);
-    };
-    put_bytes(path, "old");
-    try_all([&] {
-        const int status = write(mesh, path, at_nodes, at_elements);
-        MPI_Barrier(PETSC_COMM_WORLD);
-        if (status) {
-            EXPECT_EQ("old", bytes_of(path));
-        }
-        MPI_Barrier(PETSC_COMM_WORLD);
-        return status;
-    });
-    try_all([&] { return read_all(path); });
+    fail_each_allocation_on_one_rank([&] { put_bytes(path, "old"); },
+                                     [&] { return write(mesh, path, at_nodes, at_elements); },
+                                     [&] {
+                                         EXPECT_FALSE(exists(path + ".part"));
+                                         EXPECT_EQ("old", bytes_of(path));
+                                         MPI_Barrier(PETSC_COMM_WORLD); // before it is written anew
+                                     },
+                                     [] { MPI_Barrier(PETSC_COMM_WORLD); });
+    fail_each_allocation_on_one_rank([] {}, [&] { return read_all(path); }, [] {});
 }

@@ -2,7 +2,6 @@
 #include "zel/distributed/measures.h"
 
 #include "distributed/support.h"
-#include "support/failing_alloc.h"
 
 #include "zel/host/volume.h"
 #include "zel/tessel2d.h"
@@ -207,13 +206,7 @@ TEST(DistributedVolume, MemoryThatFailsOnOneRankIsToldToAll) {
     double want = 0;
     ASSERT_EQ(0, host::volume(whole.pos, whole.connect, want));
     const partitioned_mesh mesh = parts_of(whole, sharings()[2]);
-    int status = -199;
-    for (std::size_t k = 1; status == -199 && k < 3000; ++k) {
-        double got = 5;
-        if (rank() == ranks() - 1) arm_allocator(k);
-        status = volume(mesh, got);
-        disarm_allocator();
-        EXPECT_EQ(status ? 5 : want, got);
-    }
-    EXPECT_EQ(0, status);
+    double got = 0;
+    fail_each_allocation_on_one_rank([&] { got = 5; }, [&] { return volume(mesh, got); },
+                                     [&] { EXPECT_EQ(5, got); }, [&] { EXPECT_EQ(want, got); });
 }

@@ -2,7 +2,6 @@
 #include "zel/distributed/orientation.h"
 
 #include "distributed/support.h"
-#include "support/failing_alloc.h"
 
 #include "zel/host/adjacency.h"
 #include "zel/tessel2d/orientation.h"
@@ -205,17 +204,22 @@ TEST(DistributedReorient, MemoryThatFailsOnOneRankLeavesAllPartsAsTheyWere) {
     const whole_mesh whole = disordered(named("shuffled mixed mesh"), 16);
     const one_rank want = on_one_rank(whole, 0, true);
     const partitioned_mesh start = parts_of(whole, sharings()[2]);
-    int status = -199;
-    for (std::size_t k = 1; status == -199 && k < 5000; k += 1 + k / 20) {
-        partitioned_mesh mesh = start;
-        reorientation got{5, 5, 5};
-        if (rank() == ranks() - 1) arm_allocator(k);
-        status = mesh_reorient(mesh, 0, true, got);
-        disarm_allocator();
-        expect_whole(mesh, whole.pos, status ? whole.connect : want.connect);
-        EXPECT_EQ(status ? 5 : static_cast<number>(want.turned), got.turned);
-    }
-    EXPECT_EQ(0, status);
+    partitioned_mesh mesh;
+    reorientation got;
+    fail_each_allocation_on_one_rank(
+        [&] {
+            mesh = start;
+            got = {5, 5, 5};
+        },
+        [&] { return mesh_reorient(mesh, 0, true, got); },
+        [&] {
+            expect_whole(mesh, whole.pos, whole.connect);
+            EXPECT_EQ(5U, got.turned);
+        },
+        [&] {
+            expect_whole(mesh, whole.pos, want.connect);
+            EXPECT_EQ(static_cast<number>(want.turned), got.turned);
+        });
 }
 
 TEST(DistributedReorient, TrafficGrowsWithTheBorder) {

@@ -68,10 +68,11 @@ void expect_columns(const dense2D<T>& part, const dense1D<number, 8>& numbers,
 /// Makes each allocation of the last rank fail in turn, until none does.
 ///
 /// `prepare` runs first, with memory; then `call` with the allocator armed, which returns the status; then, if that is
-/// -199, `unchanged`. Fails unless -199 comes at least once, the status is 0 in the end, and it is the same on all ranks.
-void fail_each_allocation_on_one_rank(const std::function<void()>& prepare,
-                                      const std::function<int()>& call,
-                                      const std::function<void()>& unchanged);
+/// -199, `unchanged`, and if it is 0, `done`. Fails unless -199 comes at least once, the status is 0 in the end, and it
+/// is the same on all ranks. The more ranks, the more of the later allocations are passed over.
+void fail_each_allocation_on_one_rank(
+    const std::function<void()>& prepare, const std::function<int()>& call,
+    const std::function<void()>& unchanged, const std::function<void()>& done = [] {});
 
 /// Runs `body` for all meshes and all sharings, with a trace of which.
 void for_all_parts(const std::function<void(const whole_mesh&, partitioned_mesh&)>& body);
