@@ -213,6 +213,8 @@ const std::vector<whole_mesh>& meshes() {
         list.push_back(moebius(13));
         list.push_back(shuffled(book(5, 6), "book", 3));
         list.push_back(grid("one quadrilateral", 1, 1, 2, false));
+        list.push_back(
+            grid("eight triangles in space", 2, 2, 3, true)); // each alone on one of eight ranks
         list.push_back(empty());
         return list;
     }();
