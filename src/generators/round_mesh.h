@@ -28,6 +28,13 @@ struct round_shape {
     point<Dim> center;
     double radius;
     unsigned n;
+
+    /// The sum of the magnitudes of the centre's coordinates.
+    double from_origin() const noexcept {
+        double sum = 0;
+        for (const double x : center) sum += std::fabs(x);
+        return sum;
+    }
 };
 
 // --------------------------------------------------------------------------------- skeleton and arcs
@@ -170,11 +177,9 @@ struct copied_quarter {
     template <std::size_t Outputs>
     void join(std::size_t copies, std::size_t behind, std::size_t first_node, dense2D<double>& pos,
               dense2D<unsigned> (&outputs)[Outputs]) const noexcept {
-        double from_origin = 0;
-        for (const double x : shape.center) from_origin += std::fabs(x);
         join_copies(
             {Quarter::plan, lines, shape.n, copies, behind, static_cast<unsigned>(first_node)},
-            from_origin, shape.radius, pos, outputs, outputs + Outputs);
+            shape.from_origin(), shape.radius, pos, outputs, outputs + Outputs);
     }
 };
 

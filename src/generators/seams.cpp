@@ -12,11 +12,10 @@ namespace zel::tessel2d {
 
 namespace {
 
-constexpr double relative_tolerance = 1e-12;
-
 /// Lists the nodes that may coincide with others, in ascending order. Returns false if memory is
 /// exhausted.
-bool list_seam_nodes(const copied_parts& parts, dense1D<unsigned, 8>& seam) noexcept {
+bool list_seam_nodes(const copied_parts& parts, std::size_t stride,
+                     dense1D<unsigned, 8>& seam) noexcept {
     const quarter_counts quarter(parts.n);
     if (!seam.resize(parts.copies * quarter.edges + parts.behind)) return false;
     unsigned* out = seam.data();
@@ -24,9 +23,9 @@ bool list_seam_nodes(const copied_parts& parts, dense1D<unsigned, 8>& seam) noex
         for (std::size_t k = 0; k < parts.n; ++k) *out++ = parts.lines[l].node(k, parts.n);
     std::sort(seam.data(), out);
     for (std::size_t k = quarter.edges; k < parts.copies * quarter.edges; ++k)
-        *out++ = seam[k - quarter.edges] + static_cast<unsigned>(quarter.nodes);
+        *out++ = seam[k - quarter.edges] + static_cast<unsigned>(stride);
     for (std::size_t k = 0; k < parts.behind; ++k)
-        *out++ = static_cast<unsigned>(parts.copies * quarter.nodes + k);
+        *out++ = static_cast<unsigned>(parts.copies * stride + k);
     return true;
 }
 
@@ -36,6 +35,20 @@ bool gather(const dense2D<double>& pos, const dense1D<unsigned, 8>& nodes,
     for (std::size_t k = 0; k < nodes.size; ++k) std::copy_n(pos[nodes[k]], pos.rows, gathered[k]);
     return true;
 }
+
+} // namespace
+
+bool fuse_seams(const copied_parts& parts, std::size_t stride, double tolerance,
+                const dense2D<double>& pos, dense1D<unsigned, 8>& seam,
+                dense1D<unsigned, 8>& stands_for) noexcept {
+    dense2D<double> seam_pos;
+    std::size_t fused;
+    return list_seam_nodes(parts, stride, seam) && gather(pos, seam, seam_pos) &&
+           stands_for.resize(seam.size) &&
+           tessel::find_coincident(seam_pos, tolerance, stands_for, fused);
+}
+
+namespace {
 
 /// Removes the nodes of `seam` that are fused with another and writes the new number of each node.
 /// The nodes between two removed ones keep their order and move as one block: `pos` began empty, so
@@ -70,11 +83,8 @@ bool join_seams(const copied_parts& parts, double tolerance, dense2D<double>& po
         for (const dense2D<unsigned>* b = first; b != a; ++b)
             if (a->storage == b->storage) return false;
     dense1D<unsigned, 8> seam, stands_for, numbers;
-    dense2D<double> seam_pos;
-    std::size_t fused;
-    if (!list_seam_nodes(parts, seam) || !gather(pos, seam, seam_pos) ||
-        !stands_for.resize(seam.size) || !numbers.resize(pos.cols) ||
-        !tessel::find_coincident(seam_pos, tolerance, stands_for, fused)) {
+    if (!numbers.resize(pos.cols) ||
+        !fuse_seams(parts, quarter_counts(parts.n).nodes, tolerance, pos, seam, stands_for)) {
         return false;
     }
     close_seam(seam, stands_for, pos, numbers);
@@ -87,7 +97,7 @@ bool join_seams(const copied_parts& parts, double tolerance, dense2D<double>& po
 
 void join_copies(const copied_parts& parts, double from_origin, double radius, dense2D<double>& pos,
                  dense2D<unsigned>* first, dense2D<unsigned>* last) noexcept {
-    const double tolerance = radius * relative_tolerance;
+    const double tolerance = radius * seam_tolerance;
     const bool only_seams = parts.first_node == 0 &&
                             nodes_stay_apart(from_origin, radius, static_cast<double>(parts.n)) &&
                             join_seams(parts, tolerance, pos, first, last);

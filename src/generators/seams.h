@@ -7,6 +7,9 @@
 
 namespace zel::tessel2d {
 
+/// Nodes that are closer than this times the radius become one.
+constexpr double seam_tolerance = 1e-12;
+
 /// Returns true if no two nodes of a quarter or octant, and no node inside it and one of its
 /// outline, can come near the tolerance, whatever the rounding. `from_origin` is the sum of the
 /// magnitudes of the centre's coordinates.
@@ -30,6 +33,13 @@ struct copied_parts {
     std::size_t behind;
     unsigned first_node;
 };
+
+/// Lists the nodes of outlines and copied edges, ascending, in `seam`, and the place in that list of the node that each is
+/// fused with, its own if it is kept, in `stands_for`. In `pos` the copies are `stride` columns apart, and the copied edges
+/// follow the last one; lines have the same columns in each copy. Returns false if memory is exhausted.
+bool fuse_seams(const copied_parts& parts, std::size_t stride, double tolerance,
+                const dense2D<double>& pos, dense1D<unsigned, 8>& seam,
+                dense1D<unsigned, 8>& stands_for) noexcept;
 
 /// Fuses coincident nodes, removes the fused ones and rewrites the matrices [first, last), which
 /// may share storage. If `nodes_stay_apart` holds and `pos` was empty before, only the nodes of

@@ -62,4 +62,13 @@ struct space_turn {
     }
 };
 
+/// The point p turned about a centre and then moved by `way`.
+template <int Dim, class Turn>
+point<Dim> turned(const Turn& turn, const point<Dim>& center, const point<Dim>& way,
+                  const point<Dim>& p) noexcept {
+    point<Dim> out = turn(difference<Dim>(p, center));
+    for (std::size_t i = 0; i < Dim; ++i) out[i] = (center[i] + out[i]) + way[i];
+    return out;
+}
+
 } // namespace zel::tessel2d
