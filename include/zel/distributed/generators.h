@@ -2,7 +2,9 @@
 // Generators of meshes in parts: each rank makes its share, with final numbers, and none ever holds the whole.
 #pragma once
 
+#include "zel/distributed/disks.h"
 #include "zel/distributed/mesh.h"
+#include "zel/distributed/spheres.h"
 
 #include <functional>
 
