@@ -94,7 +94,8 @@ PetscErrorCode corners_of(DM plex, const stratum& vertices, PetscInt cell, numbe
     if (code) return code;
     count = 0;
     for (PetscInt k = 0; k < size; ++k) {
-        const PetscInt point = closure[2 * k]; // each is followed by its orientation
+        const PetscInt point =
+            closure[2 * static_cast<std::ptrdiff_t>(k)]; // each is followed by its orientation
         if (!vertices.has(point)) continue;
         if (count < 4) corners[count] = vertices.of(point);
         if (++count > 4) break;
@@ -268,7 +269,7 @@ PetscErrorCode set_coordinates(const partitioned_mesh& mesh, const plex_points& 
     if (!code) code = VecGetArray(values, &data);
     if (!code) {
         for (const unsigned k : points.nodes) data = std::copy_n(mesh.pos[k], dimension, data);
-        data -= count * dimension;
+        data -= static_cast<std::ptrdiff_t>(count) * dimension;
         code = VecRestoreArray(values, &data);
     }
     if (!code) code = DMSetCoordinatesLocal(plex, values);
@@ -293,7 +294,7 @@ int from_dmplex(DM plex, partitioned_mesh& mesh, dense1D<int, 8>* cells,
                 dense1D<int, 8>* vertices) {
     const quiet petsc;
     if (!is_plex(plex)) return -1;
-    const MPI_Comm comm = PetscObjectComm(reinterpret_cast<PetscObject>(plex));
+    MPI_Comm comm = PetscObjectComm(reinterpret_cast<PetscObject>(plex));
     stratum cell_points, vertex_points;
     int status = look_up(comm, plex, cell_points, vertex_points);
     if (status) return status;

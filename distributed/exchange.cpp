@@ -140,9 +140,9 @@ star_forest::~star_forest() {
     if (forest) PetscSFDestroy(&forest);
 }
 
-int star_forest::build(MPI_Comm ranks_all, std::size_t slots, const home* homes,
+int star_forest::build(MPI_Comm all_ranks, std::size_t slots, const home* homes,
                        std::size_t copies) {
-    comm = ranks_all;
+    comm = all_ranks;
     const quiet petsc;
     list<PetscSFNode> remote;
     const int me = rank_of(comm);

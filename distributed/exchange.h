@@ -12,8 +12,9 @@
 #include <cstring>
 #include <type_traits>
 
-typedef struct _p_PetscSF*
-    PetscSF; // NOLINT: PETSc's own name, so that its headers stay in one source
+// PETSc's own name, so that its headers stay in one source.
+// NOLINTNEXTLINE(readability-identifier-naming)
+using PetscSF = struct _p_PetscSF*;
 
 namespace zel::distributed {
 
@@ -57,7 +58,7 @@ public:
     ~star_forest();
 
     /// `slots` values have their home here; copy k on this rank is that of `homes[k]`. Collective.
-    int build(MPI_Comm comm, std::size_t slots, const home* homes, std::size_t copies);
+    int build(MPI_Comm all_ranks, std::size_t slots, const home* homes, std::size_t copies);
 
     /// Gives each copy the value at its home.
     template <class T>

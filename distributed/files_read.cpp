@@ -129,7 +129,8 @@ int read_mesh(MPI_Comm comm, hid_t file, partitioned_mesh& mesh) {
         list<number> block;
         if ((status = read_block(comm, nodes, true, block))) return status;
         status = together(comm, [&] {
-            if (!pos.resize(nodes.width, block.size() / nodes.width)) return no_memory;
+            const std::size_t rows = nodes.width == 2 ? 2 : 3;
+            if (!pos.resize(rows, block.size() / rows)) return no_memory;
             if (!block.empty())
                 std::memcpy(pos.data(), block.data(), block.size() * sizeof(number));
             return 0;

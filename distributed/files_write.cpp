@@ -174,7 +174,7 @@ hid_t create_file(MPI_Comm comm, const std::string& path) {
     if (!access.stands() || !creation.stands() ||
         H5Pset_fapl_mpio(access, comm, MPI_INFO_NULL) < 0 ||
         H5Pset_libver_bounds(access, H5F_LIBVER_V18, H5F_LIBVER_V18) < 0 ||
-        H5Pset_obj_track_times(creation, 0) < 0)
+        H5Pset_obj_track_times(creation, false) < 0)
         return H5I_INVALID_HID;
     return H5Fcreate(path.c_str(), H5F_ACC_TRUNC, creation, access);
 }
@@ -199,7 +199,7 @@ int write_matrix(MPI_Comm comm, hid_t parent, const std::string& name, bool real
     const hsize_t dims[2] = {length, width};
     const hdf5_space space(H5Screate_simple(rank, dims, nullptr));
     const hdf5_properties creation(H5Pcreate(H5P_DATASET_CREATE));
-    if (H5Pset_obj_track_times(creation, 0) < 0 ||
+    if (H5Pset_obj_track_times(creation, false) < 0 ||
         H5Pset_fill_time(creation, H5D_FILL_TIME_NEVER) < 0)
         return agree(comm, engine_failed);
     const hid_t stored = real ? H5T_IEEE_F64LE : H5T_STD_I64LE;
@@ -278,7 +278,7 @@ int write_fields(const partitioned_mesh& mesh, hid_t file, const char* group_nam
                  const std::vector<field>& fields) {
     if (fields.empty()) return 0;
     const hdf5_properties creation(H5Pcreate(H5P_GROUP_CREATE));
-    H5Pset_obj_track_times(creation, 0);
+    H5Pset_obj_track_times(creation, false);
     const hdf5_group group(H5Gcreate2(file, group_name, H5P_DEFAULT, creation, H5P_DEFAULT));
     if (const int status = agree(mesh.comm, group.stands() ? 0 : not_written)) return status;
     for (const field& f : fields) {
@@ -430,7 +430,7 @@ int write(const partitioned_mesh& mesh, const std::string& path,
     PetscBool stands = PETSC_FALSE;
     PetscInitialized(&stands);
     if (mesh.comm == MPI_COMM_NULL || !stands) return -1;
-    const MPI_Comm comm = mesh.comm;
+    MPI_Comm comm = mesh.comm;
     const auto test = [&](bool good, std::uint64_t value, int complaint) {
         const int status = agree(comm, good ? 0 : complaint);
         return status ? status : same_on_all(comm, value) ? 0 : complaint;

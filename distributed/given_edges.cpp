@@ -96,7 +96,7 @@ int add_nodes(const list<number>& numbers, const list<home>& homes, partitioned_
 
 int bring_given_edges(const dense2D<number>& edges, unsigned a, int complaint,
                       partitioned_mesh& part, dense2D<unsigned>& given) {
-    const MPI_Comm comm = part.comm;
+    MPI_Comm comm = part.comm;
     int status = agree(comm, test_edges(edges, a, complaint, part.nodes));
     if (status) return status;
     number before = 0, all = 0;

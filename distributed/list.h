@@ -21,8 +21,10 @@ struct block_allocator {
     } // NOLINT(google-explicit-constructor)
 
     T* allocate(std::size_t n) {
-        if (n > PTRDIFF_MAX / sizeof(T)) throw std::bad_alloc();
-        void* const memory = __vector_num_alloc(n * sizeof(T));
+        constexpr std::size_t bytes =
+            sizeof(T); // NOLINT(bugprone-sizeof-expression): of a pointer too
+        if (n > PTRDIFF_MAX / bytes) throw std::bad_alloc();
+        void* const memory = __vector_num_alloc(n * bytes);
         if (!memory) throw std::bad_alloc();
         return static_cast<T*>(memory);
     }

@@ -440,7 +440,7 @@ template <class Prepare>
 int carry_onto(const partitioned_mesh& mesh, const location_table& table,
                const dense2D<double>& field, std::size_t rows, Prepare&& prepare,
                dense2D<double>& values) {
-    const MPI_Comm comm = mesh.comm;
+    MPI_Comm comm = mesh.comm;
     outbox<request> out(0);
     inbox<request> came;
     outbox<double> back(0);

@@ -324,7 +324,7 @@ int fuse_here(MPI_Comm comm, std::size_t dimension, double tolerance, list<place
 /// Finds what each own node is replaced by: `by` has one entry per slot.
 template <int Dim>
 int find_replacements(const partitioned_mesh& mesh, double tolerance, list<replacement>& by) {
-    const MPI_Comm comm = mesh.comm;
+    MPI_Comm comm = mesh.comm;
     clusters<Dim> parts(mesh, tolerance);
     int status = parts.find();
     if (status) return status;
@@ -440,7 +440,7 @@ int move_nodes(const partitioned_mesh& mesh, const list<new_place>& places,
 
 int merge(partitioned_mesh& mesh, double tolerance) {
     if (mesh.comm == MPI_COMM_NULL) return -1;
-    const MPI_Comm comm = mesh.comm;
+    MPI_Comm comm = mesh.comm;
     list<replacement> by, local;
     int status = mesh.pos.rows == 2 ? find_replacements<2>(mesh, tolerance, by)
                                     : find_replacements<3>(mesh, tolerance, by);

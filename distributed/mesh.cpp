@@ -125,7 +125,7 @@ int from_blocks(MPI_Comm comm, const dense2D<double>& pos, const dense2D<number>
 
 int redistribute(partitioned_mesh& mesh, const dense1D<int, 8>& ranks) {
     if (mesh.comm == MPI_COMM_NULL) return -1;
-    const MPI_Comm comm = mesh.comm;
+    MPI_Comm comm = mesh.comm;
     const int me = rank_of(comm), all = ranks_of(comm);
     const std::size_t rows = mesh.connect.rows;
 
@@ -229,7 +229,7 @@ int drop_halo(partitioned_mesh& mesh) {
 int gather(const partitioned_mesh& mesh, int root, dense2D<double>& pos,
            dense2D<unsigned>& connect) {
     if (mesh.comm == MPI_COMM_NULL) return -1;
-    const MPI_Comm comm = mesh.comm;
+    MPI_Comm comm = mesh.comm;
     const int me = rank_of(comm), all = ranks_of(comm);
     if (root < 0 || root >= all) return -2;
     struct point {

@@ -133,25 +133,25 @@ template <class By>
 int copy_by(const partitioned_mesh& mesh, const dense2D<double>& N, const By& by,
             partitioned_mesh& copy) {
     if (!is_surface(mesh)) return -1;
-    const MPI_Comm comm = mesh.comm;
+    MPI_Comm comm = mesh.comm;
     int status = agree(comm, suits(mesh, N) ? 0 : -2);
     if (status) return status;
     copied_part part;
     if ((status = with_halo(mesh, 1, part.wide))) return status;
-    dense2D<double> wide_N, given;
+    dense2D<double> wide_normals, given;
     status = together(comm, [&] {
         given = N;
         given.rows = 3; // also of a rank without nodes
         return 0;
     });
     if (status) return status;
-    if ((status = spread_columns(comm, given, mesh.node_homes, part.wide.node_homes, wide_N)))
+    if ((status = spread_columns(comm, given, mesh.node_homes, part.wide.node_homes, wide_normals)))
         return status;
 
     list<unsigned> slot;
     list<number> counts, element_numbers;
     status = together(comm, [&] {
-        if (const int failed = copy_locally(wide_N, by, part)) return failed;
+        if (const int failed = copy_locally(wide_normals, by, part)) return failed;
         counts = count_made(part, slot);
         for (const unsigned e : part.own) element_numbers.push_back(part.wide.element_numbers[e]);
         return 0;

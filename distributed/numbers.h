@@ -23,7 +23,7 @@ list<unsigned> ascending(const list<number>& keys);
 /// else by bisection. Throws std::bad_alloc.
 class number_index {
 public:
-    number_index(const number* sorted, std::size_t count);
+    number_index(const number* ascending_numbers, std::size_t size);
 
     /// The place of a number that the list has.
     unsigned operator()(number key) const {

@@ -222,7 +222,7 @@ int turn_marked(partitioned_mesh& mesh, const list<unsigned char>& marked) {
 
 int mesh_reorient(partitioned_mesh& mesh, number seed, bool all_components, reorientation& result) {
     if (mesh.comm == MPI_COMM_NULL) return -1;
-    const MPI_Comm comm = mesh.comm;
+    MPI_Comm comm = mesh.comm;
     if (mesh.elements == 0) {
         result = {};
         return 0;

@@ -29,11 +29,12 @@ int parametric_curvatures(const partitioned_mesh& mesh, const dense2D<double>& D
     if (status) return status;
     partitioned_mesh wide;
     if ((status = with_halo(mesh, 1, wide))) return status;
-    dense2D<double> given = D, wide_D, found;
+    dense2D<double> given = D, wide_derivatives, found;
     given.rows = 6; // also of a rank without nodes
-    if ((status = spread_columns(mesh.comm, given, mesh.node_homes, wide.node_homes, wide_D)))
+    if ((status =
+             spread_columns(mesh.comm, given, mesh.node_homes, wide.node_homes, wide_derivatives)))
         return status;
-    status = together(mesh.comm, [&] { return curvatures_of_part(wide, wide_D, found); });
+    status = together(mesh.comm, [&] { return curvatures_of_part(wide, wide_derivatives, found); });
     if (status) return status;
     return spread_columns(mesh.comm, found, wide.node_homes, mesh.node_homes, curvatures);
 }

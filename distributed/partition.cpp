@@ -95,15 +95,16 @@ int by_blocks(const partitioned_mesh& mesh, const list<unsigned>& own, dense1D<i
                  more = mesh.elements % all; // the first `more` get one more
     for (std::size_t s = 0; s < own.size(); ++s) {
         const number e = mesh.element_numbers[own[s]];
-        const number rank =
-            e < more * (share + 1) ? e / (share + 1) : more + (e - more * (share + 1)) / share;
+        const number rank = share == 0               ? e
+                            : e < more * (share + 1) ? e / (share + 1)
+                                                     : more + (e - more * (share + 1)) / share;
         ranks[s] = static_cast<int>(rank);
     }
     return 0;
 }
 
 int by_graph(const partitioned_mesh& mesh, dense1D<int, 8>& ranks) {
-    const MPI_Comm comm = mesh.comm;
+    MPI_Comm comm = mesh.comm;
     const int all = ranks_of(comm), me = rank_of(comm);
     partitioned_mesh wide;
     int status = with_halo(mesh, 1, wide);

@@ -45,7 +45,7 @@ std::string needs_mesh(const state& now) {
 // A step that changes the mesh: fields on the old one are dropped.
 template <class Change>
 std::string change(state& now, const char* otherwise, Change&& work) {
-    if (const std::string none = needs_mesh(now); !none.empty()) return none;
+    if (std::string none = needs_mesh(now); !none.empty()) return none;
     const int status = work(now.mesh);
     if (status < 0) return failure(status, otherwise);
     now.node_fields.clear();
@@ -89,8 +89,7 @@ std::string patch(state& now, const word_list& words, Mesh&& mesh) {
     const unsigned m = count_of(words[0]), n = count_of(words[1]);
     dense2D<double> pos;
     dense1D<unsigned, 8> loop;
-    if (const std::string failed = together(square(m, n, pos, loop)); !failed.empty())
-        return failed;
+    if (std::string failed = together(square(m, n, pos, loop)); !failed.empty()) return failed;
     now = state();
     return failure(mesh(pos, loop, n, now.mesh), "the patch cannot be made");
 }
@@ -112,8 +111,7 @@ std::string tube(state& now, const word_list& words) {
     const unsigned m = count_of(words[0]), n = count_of(words[1]);
     dense2D<double> pos;
     dense2D<unsigned> edges;
-    if (const std::string failed = together(pos.resize(3, m) && edges.resize(2, m));
-        !failed.empty())
+    if (std::string failed = together(pos.resize(3, m) && edges.resize(2, m)); !failed.empty())
         return failed;
     for (unsigned k = 0; k < m; ++k) {
         const double angle = 6.283185307179586 * k / m;
@@ -191,7 +189,7 @@ std::string reorient(state& now, const word_list&) {
 // ---------------------------------------------------------------------------------- measure, write
 
 std::string measure(state& now, const word_list&) {
-    if (const std::string none = needs_mesh(now); !none.empty()) return none;
+    if (std::string none = needs_mesh(now); !none.empty()) return none;
     double all = 0, inside = 0;
     const int status = area(now.mesh, all);
     if (status < 0) return failure(status, linear_only);
@@ -205,7 +203,7 @@ std::string measure(state& now, const word_list&) {
 
 // Normals at the nodes, as a field to be written.
 std::string node_normals(state& now, const word_list&) {
-    if (const std::string none = needs_mesh(now); !none.empty()) return none;
+    if (std::string none = needs_mesh(now); !none.empty()) return none;
     field f;
     const int status = normals(now.mesh, 1.0, true, f.values);
     if (status < 0) return failure(status, "elements must have 3 or 4 nodes in space");
@@ -220,11 +218,11 @@ std::string node_normals(state& now, const word_list&) {
 
 // With the rank of each element, which says how the mesh was shared out, beside the other fields.
 std::string write_file(state& now, const word_list& words, bool with_ranks) {
-    if (const std::string none = needs_mesh(now); !none.empty()) return none;
+    if (std::string none = needs_mesh(now); !none.empty()) return none;
     std::vector<field> fields = now.element_fields;
     field ranks;
     ranks.name = "rank";
-    if (const std::string failed = together(ranks.values.resize(1, now.mesh.element_homes.size));
+    if (std::string failed = together(ranks.values.resize(1, now.mesh.element_homes.size));
         !failed.empty())
         return failed;
     for (std::size_t e = 0; e < now.mesh.element_homes.size; ++e)
