@@ -64,7 +64,8 @@ void copy_nodes(dense2D<double>& pos, const used_nodes& used, const Turn& turn,
     for (std::size_t k = 0; k < used.range; ++k) {
         if (used.ranks[k] == no_node) continue;
         const point<Dim> p = turned<Dim>(turn, center, way, points[used.low + k]);
-        std::copy_n(p.begin(), Dim, out[first + used.ranks[k]]);
+        double* const to = out[first + used.ranks[k]];
+        for (std::size_t i = 0; i < Dim; ++i) to[i] = p[i];
     }
 }
 
