@@ -178,6 +178,24 @@ void locate_points(const partitioned_mesh& patch) {
     //! [parametric]
 }
 
+void round_meshes() {
+    //! [round]
+    partitioned_mesh disk, ball;
+    dense2D<number> boundary, circle_z, circle_y; // whole on every rank
+    require(mesh_disk_Q4(PETSC_COMM_WORLD, {{0, 0}}, 1, 10, disk, boundary) == 0);
+    require(mesh_disk_T3(PETSC_COMM_WORLD, {{0, 0}}, 1, 10, 0, disk, boundary) == 0);
+    require(mesh_disk_UR_Q4(PETSC_COMM_WORLD, {{0, 0}}, 1, 10, disk, boundary) == 0); // a quarter
+    require(mesh_disk_UR_T3(PETSC_COMM_WORLD, {{0, 0}}, 1, 10, 0, disk, boundary) == 0);
+    require(mesh_sphere_UR_Q4(PETSC_COMM_WORLD, {{0, 0, 0}}, 1, 10, ball, boundary) ==
+            0); // an octant
+    require(mesh_sphere_UR_T3(PETSC_COMM_WORLD, {{0, 0, 0}}, 1, 10, 0, ball, boundary) == 0);
+    require(mesh_sphere_Q4(PETSC_COMM_WORLD, {{0, 0, 0}}, 1, 10, ball) == 0);
+    require(mesh_sphere_T3(PETSC_COMM_WORLD, {{0, 0, 0}}, 1, 10, 0, ball, circle_z, circle_y) == 0);
+    double inside = 0;
+    require(volume(ball, inside) == 0 && inside > 4.1); // closed
+    //! [round]
+}
+
 void files(const partitioned_mesh& patch) {
     //! [files]
     require(write(patch, "patch.h5") == 0); // and patch.xdmf for viewers
@@ -211,6 +229,7 @@ int main() {
     require(extrude(PETSC_COMM_WORLD, pos, profile, upward, wall) == 0);
     require(wall.elements == 8 * 64);
     //! [generators]
+    round_meshes();
     convert(patch);
     locate_points(patch);
     files(patch);

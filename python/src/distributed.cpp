@@ -189,6 +189,18 @@ void add_meshes(py::module_& m) {
             [&] { return read(ranks, path, mesh, &at_nodes, &at_elements); });
         return py::make_tuple(mesh, dict_of(at_nodes), dict_of(at_elements));
     });
+    m.def("mesh_struct_T3", [](py::handle comm, py::handle pos_, py::handle boundary_,
+                               py::handle n_, py::handle pattern_) {
+        const MPI_Comm ranks = comm_of(comm);
+        const auto pos = reals(pos_, "pos");
+        const auto boundary = numbers_list(boundary_, "boundary");
+        const unsigned n = count(n_, "n");
+        const int pattern = integer(pattern_, "pattern");
+        partitioned_mesh mesh;
+        run("distributed::mesh_struct_T3", {"comm", "pos", "boundary", "n", "pattern"},
+            [&] { return mesh_struct_T3(ranks, pos.view, boundary.view, n, pattern, mesh); });
+        return mesh;
+    });
     m.def("mesh_struct_Q4",
           [](py::handle comm, py::handle pos_, py::handle boundary_, py::handle n_) {
               const MPI_Comm ranks = comm_of(comm);
@@ -198,6 +210,88 @@ void add_meshes(py::module_& m) {
               partitioned_mesh mesh;
               run("distributed::mesh_struct_Q4", {"comm", "pos", "boundary", "n"},
                   [&] { return mesh_struct_Q4(ranks, pos.view, boundary.view, n, mesh); });
+              return mesh;
+          });
+}
+
+// A mesh of a disk or sphere: pattern None for quadrilaterals.
+template <std::size_t Dim, class Quads, class Triangles>
+py::tuple round_mesh(const char* name, py::handle comm, py::handle center_, py::handle radius_,
+                     py::handle n_, py::handle pattern_, const Quads& quads,
+                     const Triangles& triangles) {
+    const MPI_Comm ranks = comm_of(comm);
+    const auto center = vector<Dim>(center_, "center");
+    const double radius = real(radius_, "radius");
+    const unsigned n = count(n_, "n");
+    partitioned_mesh mesh;
+    dense2D<number> first, second;
+    if (pattern_.is_none()) {
+        run((std::string(name) + "_Q4").c_str(), {"comm", "center", "radius", "n"},
+            [&] { return quads(ranks, center, radius, n, mesh, first, second); });
+    } else {
+        const int pattern = integer(pattern_, "pattern");
+        run((std::string(name) + "_T3").c_str(), {"comm", "center", "radius", "n", "pattern"},
+            [&] { return triangles(ranks, center, radius, n, pattern, mesh, first, second); });
+    }
+    return py::make_tuple(std::move(mesh), shared(first), shared(second));
+}
+
+void add_round_meshes(py::module_& m) {
+    using namespace zel::distributed;
+    m.def("mesh_disk", [](py::handle comm, py::handle center, py::handle radius, py::handle n,
+                          py::handle pattern) {
+        return round_mesh<2>(
+            "distributed::mesh_disk", comm, center, radius, n, pattern,
+            [](MPI_Comm c, const auto& at, double r, unsigned k, auto& mesh, auto& boundary,
+               auto&) { return mesh_disk_Q4(c, at, r, k, mesh, boundary); },
+            [](MPI_Comm c, const auto& at, double r, unsigned k, int cut, auto& mesh,
+               auto& boundary, auto&) { return mesh_disk_T3(c, at, r, k, cut, mesh, boundary); });
+    });
+    m.def("mesh_sphere", [](py::handle comm, py::handle center, py::handle radius, py::handle n,
+                            py::handle pattern) {
+        return round_mesh<3>(
+            "distributed::mesh_sphere", comm, center, radius, n, pattern,
+            [](MPI_Comm c, const auto& at, double r, unsigned k, auto& mesh, auto& z, auto& y) {
+                return mesh_sphere_Q4(c, at, r, k, mesh, z, y);
+            },
+            [](MPI_Comm c, const auto& at, double r, unsigned k, int cut, auto& mesh, auto& z,
+               auto& y) { return mesh_sphere_T3(c, at, r, k, cut, mesh, z, y); });
+    });
+}
+
+// A sweep in Python: takes positions and edges, gives a mesh; what it throws is kept for later.
+zel::distributed::sweep python_sweep(const py::function& by, std::string& thrown) {
+    return [&by, &thrown](coordinates& pos, const connectivity& edges, connectivity& connect) {
+        const py::gil_scoped_acquire locked;
+        try {
+            const py::tuple made = by(give(own_copy(pos), pos.rows), give(own_copy(edges), 2));
+            pos = own_copy(reals(made[0], "pos").view);
+            connect = own_copy(numbers(made[1], "connect").view);
+        } catch (const std::exception& error) {
+            thrown = error.what();
+            return -1;
+        }
+        return 0;
+    };
+}
+
+void add_sweeps(py::module_& m) {
+    m.def("extrude",
+          [](py::handle comm, py::handle pos_, py::handle profile_, const py::function& by) {
+              const MPI_Comm ranks = comm_of(comm);
+              const auto pos = reals(pos_, "pos");
+              const auto profile = numbers(profile_, "profile");
+              std::string thrown;
+              const auto work = python_sweep(by, thrown);
+              partitioned_mesh mesh;
+              int status = 0;
+              {
+                  const py::gil_scoped_release unlocked;
+                  status = zel::distributed::extrude(ranks, pos.view, profile.view, work, mesh);
+              }
+              if (!thrown.empty()) throw std::runtime_error("extrude: by: " + thrown);
+              if (status < 0)
+                  raise("distributed::extrude", status, {"comm", "pos", "profile", "by"});
               return mesh;
           });
 }
@@ -411,6 +505,8 @@ PYBIND11_MODULE(_distributed, m) {
     ours::start();
     m.def("stop", &ours::stop);
     ours::add_meshes(m);
+    ours::add_round_meshes(m);
+    ours::add_sweeps(m);
     ours::add_changes(m);
     ours::add_measures(m);
 }

@@ -21,7 +21,7 @@ Run it with `mpirun -n 4 python3 program.py`. An error on one rank is raised on 
 from __future__ import annotations
 
 import atexit
-from typing import Any, Dict, Mapping, NamedTuple, Optional, Tuple
+from typing import Any, Callable, Dict, Mapping, NamedTuple, Optional, Tuple
 
 import numpy as np
 
@@ -42,10 +42,12 @@ __all__ = [
     "Angles",
     "Carried",
     "Cut",
+    "Disk",
     "NO_NUMBER",
     "PartitionedMesh",
     "Read",
     "Reoriented",
+    "Sphere",
     "Stars",
     "Volume",
     "adjacency",
@@ -57,6 +59,7 @@ __all__ = [
     "convert_into_quadratic",
     "copy_with_offset",
     "drop_halo",
+    "extrude",
     "flip",
     "from_blocks",
     "gather",
@@ -64,8 +67,13 @@ __all__ = [
     "grow_halo",
     "interpolate",
     "merge",
+    "mesh_disk_Q4",
+    "mesh_disk_T3",
     "mesh_reorient",
+    "mesh_sphere_Q4",
+    "mesh_sphere_T3",
     "mesh_struct_Q4",
+    "mesh_struct_T3",
     "normals",
     "offset",
     "parametric_curvatures",
@@ -114,6 +122,21 @@ class Cut(NamedTuple):
 
     mesh: PartitionedMesh
     cut: int
+
+
+class Disk(NamedTuple):
+    """A mesh of a disk, and the edges of its boundary in numbers of the whole mesh, on every rank."""
+
+    mesh: PartitionedMesh
+    boundary: Any
+
+
+class Sphere(NamedTuple):
+    """A mesh of a sphere, and the edges of two of its circles in numbers of the whole mesh, on every rank."""
+
+    mesh: PartitionedMesh
+    circle_z: Any
+    circle_y: Any
 
 
 class Reoriented(NamedTuple):
@@ -226,6 +249,42 @@ def read(path: str, *, comm: Any = None) -> Read:
 def mesh_struct_Q4(pos: ArrayLike, boundary: ArrayLike, n: int, *, comm: Any = None) -> PartitionedMesh:
     """A patch of quadrilaterals, of which each rank makes its share; all ranks bring the whole outline."""
     return _native.mesh_struct_Q4(_world(comm), pos, boundary, n)
+
+
+def mesh_struct_T3(pos: ArrayLike, boundary: ArrayLike, n: int, pattern: int = 0, *, comm: Any = None) -> PartitionedMesh:
+    """A patch of triangles, of which each rank makes its share."""
+    return _native.mesh_struct_T3(_world(comm), pos, boundary, n, pattern)
+
+
+def mesh_disk_Q4(center: ArrayLike = (0, 0), radius: float = 1.0, n: int = 8, *, comm: Any = None) -> Disk:
+    """A disk of quadrilaterals, of which each rank makes its share."""
+    return Disk(*_native.mesh_disk(_world(comm), center, radius, n, None)[:2])
+
+
+def mesh_disk_T3(center: ArrayLike = (0, 0), radius: float = 1.0, n: int = 8, pattern: int = 0, *,
+                 comm: Any = None) -> Disk:
+    """A disk of triangles, of which each rank makes its share."""
+    return Disk(*_native.mesh_disk(_world(comm), center, radius, n, pattern)[:2])
+
+
+def mesh_sphere_Q4(center: ArrayLike = (0, 0, 0), radius: float = 1.0, n: int = 8, *, comm: Any = None) -> Sphere:
+    """A sphere of quadrilaterals, of which each rank makes its share, with its circles around z and y."""
+    return Sphere(*_native.mesh_sphere(_world(comm), center, radius, n, None))
+
+
+def mesh_sphere_T3(center: ArrayLike = (0, 0, 0), radius: float = 1.0, n: int = 8, pattern: int = 0, *,
+                   comm: Any = None) -> Sphere:
+    """A sphere of triangles, of which each rank makes its share, with its circles around z and y."""
+    return Sphere(*_native.mesh_sphere(_world(comm), center, radius, n, pattern))
+
+
+def extrude(pos: ArrayLike, edges: ArrayLike, by: Callable[[Any, Any], Any], *, comm: Any = None) -> PartitionedMesh:
+    """A sweep of a profile, of which each rank makes its share of the edges.
+
+    All ranks bring the whole profile. `by` is one call of a sweep of tessel2d, such as
+    ``lambda pos, edges: tessel2d.extrude_translate_Q4(pos, edges, (0, 0, 1), layers=8)``.
+    """
+    return _native.extrude(_world(comm), pos, edges, by)
 
 
 def convert_into_linear(mesh: PartitionedMesh) -> PartitionedMesh:

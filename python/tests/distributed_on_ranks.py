@@ -154,6 +154,35 @@ def test_fields_are_carried():
     assert np.all(carried.state == tessel2d.INSIDE)
 
 
+def test_generators_are_those_of_one_rank():
+    one = tessel2d.mesh_disk_T3((1, 2), 3, 5, 1)
+    disk = d.mesh_disk_T3((1, 2), 3, 5, 1)
+    same(disk.mesh, one.pos, one.connect)
+    assert np.array_equal(disk.boundary, one.boundary)
+    same(d.mesh_disk_Q4(n=4).mesh, *tessel2d.mesh_disk_Q4(n=4)[:2])
+    one = tessel2d.mesh_sphere_Q4((0, 0, 1), 2, 3, circles=True)
+    sphere = d.mesh_sphere_Q4((0, 0, 1), 2, 3)
+    same(sphere.mesh, one.pos, one.connect)
+    assert np.array_equal(sphere.circle_y, one.circle_y)
+    assert d.volume(d.mesh_sphere_T3(n=3).mesh).closed
+    loop = np.array([[0, 0], [1, 0], [2, 0], [2, 1], [2, 2], [1, 2], [0, 2], [0, 1.0]])
+    numbers = [0, 1, 2, 3, 4, 5, 6, 7, 0]
+    same(d.mesh_struct_T3(loop, numbers, 2), *tessel2d.mesh_struct_T3(loop, numbers, 2))
+    same(d.mesh_struct_Q4(loop, numbers, 2), *tessel2d.mesh_struct_Q4(loop, numbers, 2))
+
+    def sweep(pos, edges):
+        return tessel2d.extrude_translate_Q4(pos, edges, (0.0, 0.0, 2.0), layers=4)
+
+    edges = np.column_stack([numbers[:-1], numbers[1:]])
+    profile = np.column_stack([loop, np.zeros(len(loop))])
+    same(d.extrude(profile, edges, sweep), *sweep(profile, edges))
+    try:
+        d.extrude(profile, edges, lambda pos, edges: 1 // 0)
+    except (RuntimeError, tessel2d.Error):
+        return
+    raise AssertionError("the error of a sweep was lost")
+
+
 def test_files():
     pos, connect = grid(5, 3, False)
     mesh = parts(pos, connect)
