@@ -483,7 +483,7 @@ void straight_line(input& in) {
         for (std::size_t i = 0; i < pos.rows; ++i) {
             const long double from = pos(i, a), to = pos(i, b);
             const long double size = std::max(std::fabs(from), std::fabs(to));
-            if (!(size < 1e300L)) continue;
+            if (!(std::fabs(from) < 1e300L) || !(std::fabs(to) < 1e300L)) continue; // NaN too
             require(std::fabs(pos(i, node) - (from + (to - from) * k / n)) <=
                         1e-15L * size + 4 * std::numeric_limits<double>::denorm_min(),
                     "a node divides the line evenly");
