@@ -241,7 +241,10 @@ void require_copies(const dense2D<double>& pos, std::size_t known, const dense2D
     for (const auto* const v : {&center, &rotation, &translation})
         for (const long double x : *v) scale = std::max(scale, std::fabs(x) * (count + 1));
     for (const double x : elements(pos)) scale = std::max<long double>(scale, std::fabs(x));
-    const bool tame = scale < 1e6L && all_below(pos, 1e6);
+    bool numbers = true; // NaN is no scale
+    for (const auto* const v : {&center, &rotation, &translation})
+        for (const long double x : *v) numbers = numbers && std::isfinite(x);
+    const bool tame = numbers && scale < 1e6L && all_below(pos, 1e6);
     for (unsigned k = 1; k <= count; ++k) {
         const std::size_t base = known + (k - 1) * used.size();
         for (std::size_t e = 0; e < source.cols; ++e)

@@ -143,7 +143,8 @@ void require_inside(const located_mesh& l, unsigned e, const point& p, double to
 void containing_element(input& in) {
     const located_mesh l = draw_located(in);
     const bool strange = in.one_in(8);
-    const std::size_t some = in.flag() ? l.pos.cols : l.mesh_nodes;
+    const std::size_t some =
+        in.flag() ? l.pos.cols : std::min<std::size_t>(l.mesh_nodes, l.pos.cols);
     const dense2D<double> searched =
         strange ? positions(in, {2}) : l.pos.sub_matrix(0, 0, l.pos.rows, some);
     const zel::tessel::node_detector detector(searched);
