@@ -25,6 +25,7 @@ inline bool are_tame(const std::vector<double>& numbers, double bound) {
 /// distance of two nodes is within rounding of the tolerance, or where squares underflow.
 inline std::vector<unsigned> merged(const dense2D<double>& pos, double tolerance) {
     std::vector<unsigned> kept(pos.cols);
+    if (pos.rows == 0) return {}; // nodes without coordinates
     if (!are_tame(elements(pos), 1e6) || (tolerance > 0 && tolerance < 1e-6)) return {};
     for (unsigned j = 0; j < pos.cols; ++j) {
         kept[j] = j;
