@@ -105,27 +105,31 @@ double double_size(const points_view<2>& pos, const unsigned* cell) noexcept {
     return quad_double_area_2d(pos[cell[0]], pos[cell[1]], pos[cell[2]], pos[cell[3]]);
 }
 
-/// Finds the first edge that has p on its outer side by more than the tolerance. Without one p is inside;
-/// an element whose doubled area is not positive and finite is degenerate.
+/// Finds the first edge that has p on its outer side by more than the tolerance and an element behind it;
+/// without one the first that has p on its outer side alone. Where there is none either, p is inside; an
+/// element whose doubled area is not positive and finite is degenerate.
 ///
 /// The tolerance is a fraction of the element's doubled area, and so is twice the area of the triangle
 /// of p and the edge that is compared with it. The edges are tried in turn from the one behind `start`
 /// to `start` itself. NaN counts as outside.
 template <class Shape>
-side_test exit_edge(const points_view<2>& pos, const unsigned* cell, const point<2>& p,
-                    double tolerance, unsigned start) noexcept {
+side_test exit_edge(const points_view<2>& pos, const unsigned* cell, const unsigned* neighbors,
+                    const point<2>& p, double tolerance, unsigned start) noexcept {
     const unsigned corners = Shape::corners(cell);
     const double size = double_size<Shape>(pos, cell);
     if (!(size > 0) || !(size <= std::numeric_limits<double>::max())) return {side::degenerate};
     const double threshold = -(size * tolerance);
+    side_test first{side::inside};
     unsigned k = start;
     do {
         k = k + 1 == corners ? 0 : k + 1;
         const elfes::edge2 ends = edge_nodes(cell, corners, k);
         const double size_to_p = triangle_double_area<2>(pos[ends.a], pos[ends.b], p);
-        if (!(size_to_p >= threshold)) return {side::beyond_edge, k};
+        if (size_to_p >= threshold) continue;
+        if (neighbors[k] != no_node) return {side::beyond_edge, k};
+        if (first.where == side::inside) first = {side::beyond_edge, k};
     } while (k != start);
-    return {side::inside};
+    return first;
 }
 
 // ------------------------------------------------------------------------------------------ the walk
@@ -185,17 +189,12 @@ outcome walk(const located_mesh& mesh, const point<2>& p, unsigned& element, dou
         const unsigned* const neighbors = mesh.neighbors[element];
         const unsigned corners = Shape::corners(cell);
         prefetch_neighbors(mesh, neighbors, corners);
-        unsigned start = edge_of_draw(random.next(), corners);
-        side_test test = exit_edge<Shape>(mesh.pos, cell, p, tolerance, start);
+        const unsigned start = edge_of_draw(random.next(), corners);
+        const side_test test = exit_edge<Shape>(mesh.pos, cell, neighbors, p, tolerance, start);
         if (test.where == side::inside) return outcome::found;
         if (test.where == side::degenerate) {
             element = no_node;
             return steps == mesh.elements ? outcome::ended_at_last : outcome::met_degenerate;
-        }
-        // At the boundary another edge with p on its outer side may lead on.
-        for (unsigned more = corners; --more > 0 && neighbors[test.edge] == no_node;) {
-            start = start + 1 == corners ? 0 : start + 1;
-            test = exit_edge<Shape>(mesh.pos, cell, p, tolerance, start);
         }
         element = neighbors[test.edge];
     }
@@ -209,13 +208,38 @@ outcome walk(const located_mesh& mesh, const point<2>& p, unsigned& element, dou
 // marks elements in a list as long as the mesh, while this search goes on with what it has, marks few elements
 // and looks out for the boundary. A template for both made that one a tenth slower.
 
+/// A set of elements. The first ones stand in a list, which is all that most nodes need.
+struct met_elements {
+    static constexpr std::size_t listed = 16;
+
+    unsigned list[listed];
+    std::size_t count = 0;
+    hbuckets<unsigned> table;
+
+    void clear() noexcept {
+        if (count == listed) table.initialise(23, 23, 1.0);
+        count = 0;
+    }
+    /// Returns false if the element is in the set already, or memory is exhausted.
+    bool insert(unsigned element) noexcept {
+        if (std::find(list, list + count, element) != list + count) return false;
+        if (count < listed) {
+            list[count++] = element;
+            return true;
+        }
+        const std::uint64_t before = table.item_count;
+        table.insert(element);
+        return table.item_count > before;
+    }
+};
+
 /// The elements around a node, and what it takes to list them. Without memory entries are lost.
 struct node_star {
     dense1D<unsigned, 8> elements;
     bool closed = false; ///< no edge at the node lies on the boundary
 
     dense1D<unsigned, 8> stack;
-    hbuckets<unsigned> seen;
+    met_elements seen;
 };
 
 /// Lists the elements that can be reached from `first` across edges that end at the node, depth first.
@@ -227,7 +251,7 @@ int list_star(const located_mesh& mesh, unsigned node, unsigned first, node_star
     star.closed = false;
     if (first == no_node) return 0;
     star.closed = true;
-    star.seen.initialise(23, 23, 1.0);
+    star.seen.clear();
     star.seen.insert(first);
     star.stack.push_back(first);
     while (!star.stack.empty()) {
@@ -245,9 +269,7 @@ int list_star(const located_mesh& mesh, unsigned node, unsigned first, node_star
                 star.closed = false;
                 continue;
             }
-            const std::uint64_t before = star.seen.item_count;
-            star.seen.insert(f);
-            if (star.seen.item_count > before) star.stack.push_back(f);
+            if (star.seen.insert(f)) star.stack.push_back(f);
         }
     }
     return 0;

@@ -10,6 +10,7 @@
 // `best` only goes down, and only a smaller distance takes its place. So a cell of which no node can be
 // nearer than `best` may be passed over at any time, and the order of the visits alone decides which of
 // several nodes at one distance is returned.
+#include "geometry/number.h"
 #include "location/node_tree.h"
 
 #include <algorithm>
@@ -25,15 +26,18 @@ struct placed_cell {
     grid_point corner;
 };
 
-/// A cell that a range search has still to look at.
+/// A cell that a range search has still to look at. All lengths are in grid cells.
 struct waiting_cell {
-    placed_cell at;
-    double square; ///< no node in it is nearer
+    double x; ///< of the lower corner, from the point on
+    double y;
+    double size;
+    double square; ///< of a way that is shorter than that to any node in it
+    std::size_t cell;
 };
 
-/// Each level leaves at most three cells behind, and the last writes four.
+/// Each level leaves at most three cells behind.
 struct cell_stack {
-    waiting_cell cells[3 * root_depth + 5];
+    waiting_cell cells[3 * root_depth + 1];
     std::size_t count = 0;
 
     /// Pushes a cell if it is to be kept.
@@ -41,7 +45,20 @@ struct cell_stack {
         cells[count] = c;
         count += kept ? 1 : 0;
     }
-    waiting_cell pop() noexcept { return cells[--count]; }
+    const waiting_cell& pop() noexcept { return cells[--count]; }
+};
+
+/// How far the children of a cell are away along one axis, in grid cells: those on the side of the point and
+/// those on the other side. `middle` is where they meet, from the point on.
+///
+/// A coordinate on the grid is rounded by less than 2^-18 of a grid cell, so a node is further away along the
+/// axis than these ways, by more than half a grid cell.
+struct ways_to_children {
+    double near;
+    double far;
+
+    ways_to_children(double middle, double size) noexcept
+        : near(larger(0.0, std::abs(middle) - size - 2)), far(larger(0.0, std::abs(middle) - 2)) {}
 };
 
 /// A search for one point.
@@ -56,8 +73,8 @@ struct tree_search {
     grid_point xy;
     grid_point low{0, 0}; // the part of the grid that can hold a nearer node
     grid_point high{0xFFFFFFFFu, 0xFFFFFFFFu};
-    double unit; // length of a grid cell
     double best;
+    double reach; // `best` with grid cells as the unit of length
     unsigned id = no_node;
     std::size_t leaf = 0; // in which `id` was found; 0 for none, which is a root without siblings
 
@@ -68,8 +85,8 @@ struct tree_search {
           cells(searched.cells.data()),
           p(at),
           xy(searched.grid(at)),
-          unit(1 / searched.grid.scale),
-          best(start) {}
+          best(start),
+          reach(reach_of(start)) {}
 
     const unsigned* words(std::size_t cell) const noexcept { return cells + 4 * cell; }
     bool is_leaf(std::size_t cell) const noexcept { return words(cell)[0] < first_inner; }
@@ -89,9 +106,14 @@ private:
     bool scan(std::size_t cell) noexcept;
     std::size_t leaf_of_point() const noexcept;
     bool range_search(const placed_cell& from, std::size_t skip, bool exhaustive) noexcept;
-    void push_children(const placed_cell& c, cell_stack& stack) const noexcept;
+    bool descend(waiting_cell& c, cell_stack& stack) const noexcept;
     void shrink_box() noexcept;
-    double square_of_way(double ahead, double count) const noexcept;
+
+    /// A square with grid cells as the unit of length, and one more: where the product vanishes, cells at the
+    /// point are not ruled out. Where it overflows it is infinite or NaN, which rules nothing out.
+    double reach_of(double square) const noexcept {
+        return square * tree.grid.scale * tree.grid.scale + 1;
+    }
 };
 
 /// The cell that one reaches from the root towards `to`, at the first leaf or at `least` depth.
@@ -139,6 +161,7 @@ bool tree_search<Filter>::take_if_nearer(unsigned node, std::size_t cell) noexce
     const double square = square_to(node);
     if (square >= best) return false;
     best = square;
+    reach = reach_of(square);
     id = node;
     leaf = cell;
     return true;
@@ -152,43 +175,37 @@ void tree_search<Filter>::shrink_box() noexcept {
     high = tree.grid({p[0] + r, p[1] + r});
 }
 
-/// The square of the way from the point to a run of `count` cells of the grid that begins so many cells ahead,
-/// along one axis. The sum over both axes is not above the squared distance of any node there, as `scan` computes it.
+/// Goes from an inner cell to the child on the point's side and pushes the others, the opposite one first. Left
+/// out are those that hold nothing or cannot hold a nearer node; which these are cannot be predicted, so each is
+/// written and then kept or not. Returns false if the one on the point's side is left out.
 ///
-/// A coordinate on the grid is rounded by less than 2^-18 of a grid cell. So the way, less one whole grid
-/// cell, is not above the difference of the coordinates, and rounding a smaller difference, its square and
-/// the sum gives no larger result. Where the scale overflows the squares are zero or NaN, which rules
-/// nothing out.
+/// The squared ways are compared with `reach`. What the ways leave of half a grid cell is more than rounding takes
+/// from a sum of squares below 2^66.
 template <class Filter>
-double tree_search<Filter>::square_of_way(double ahead, double count) const noexcept {
-    const double below = ahead - 2;
-    const double above = -ahead - count - 1;
-    const double way = std::max({0.0, below, above}) * unit;
-    return way * way;
-}
-
-/// Pushes the children that hold anything and may hold a nearer node, the one on the point's side last and
-/// the opposite first. Which these are cannot be predicted, so each is written and then kept or not.
-template <class Filter>
-void tree_search<Filter>::push_children(const placed_cell& c, cell_stack& stack) const noexcept {
-    const std::uint32_t half = 1u << (c.depth - 1);
-    const grid_point middle{c.corner.x + half, c.corner.y + half};
-    const double count = half;
-    const double ahead_x = static_cast<double>(c.corner.x) - xy.x;
-    const double ahead_y = static_cast<double>(c.corner.y) - xy.y;
-    const double along_x[2] = {square_of_way(ahead_x, count),
-                               square_of_way(ahead_x + count, count)};
-    const double along_y[2] = {square_of_way(ahead_y, count),
-                               square_of_way(ahead_y + count, count)};
-    const unsigned near = (xy.y >= middle.y ? 2u : 0u) + (xy.x >= middle.x ? 1u : 0u);
-    const unsigned first = words(c.cell)[0];
-    for (unsigned turn = 4; turn-- > 0;) {
-        const unsigned q = near ^ turn;
-        const double square = along_x[q & 1] + along_y[q >> 1];
-        const grid_point corner{c.corner.x + (q & 1) * half, c.corner.y + (q >> 1) * half};
-        stack.write({{first + q, c.depth - 1, corner}, square},
-                    !is_vacant(first + q) & !(square >= best));
-    }
+bool tree_search<Filter>::descend(waiting_cell& c, cell_stack& stack) const noexcept {
+    const double size = c.size / 2;
+    const double middle_x = c.x + size;
+    const double middle_y = c.y + size;
+    const ways_to_children x(middle_x, size);
+    const ways_to_children y(middle_y, size);
+    const unsigned right = middle_x <= 0 ? 1 : 0; // of the middle lies the point
+    const unsigned above = middle_y <= 0 ? 1 : 0;
+    const double sides_x[2] = {c.x, middle_x};
+    const double sides_y[2] = {c.y, middle_y};
+    const std::size_t first = words(c.cell)[0];
+    const auto push = [&](unsigned turn_x, unsigned turn_y, double square) {
+        const unsigned i = right ^ turn_x;
+        const unsigned j = above ^ turn_y;
+        const std::size_t cell = first + 2 * j + i;
+        stack.write({sides_x[i], sides_y[j], size, square, cell},
+                    !is_vacant(cell) & !(square >= reach));
+    };
+    push(1, 1, x.far * x.far + y.far * y.far);
+    push(0, 1, x.near * x.near + y.far * y.far);
+    push(1, 0, x.far * x.far + y.near * y.near);
+    c = {sides_x[right], sides_y[above], size, x.near * x.near + y.near * y.near,
+         first + 2 * above + right};
+    return !is_vacant(c.cell) & !(c.square >= reach);
 }
 
 /// Looks for a nearer node in a part of the tree, apart from the cell `skip`: for the nearest if
@@ -199,14 +216,16 @@ bool tree_search<Filter>::range_search(const placed_cell& from, std::size_t skip
     if (is_vacant(from.cell)) return false;
     bool found_one = false;
     cell_stack stack;
-    stack.write({from, 0}, true);
+    stack.write({static_cast<double>(from.corner.x) - xy.x,
+                 static_cast<double>(from.corner.y) - xy.y,
+                 static_cast<double>(std::uint64_t{1} << from.depth), 0, from.cell},
+                true);
     while (stack.count > 0) {
-        const waiting_cell next = stack.pop();
-        const placed_cell& c = next.at;
-        if (c.cell == skip || next.square >= best) continue;
-        if (!is_leaf(c.cell)) {
-            push_children(c, stack);
-        } else if (scan(c.cell)) {
+        waiting_cell c = stack.pop();
+        if (c.square >= reach) continue;
+        bool down = true;
+        while (c.cell != skip && !is_leaf(c.cell) && (down = descend(c, stack))) {}
+        if (down && c.cell != skip && scan(c.cell)) {
             found_one = true;
             if (!exhaustive) break;
         }

@@ -129,14 +129,22 @@ side_test beyond_edge(unsigned k) {
     return {side::beyond_edge, k};
 }
 
+/// The same for an element without neighbours.
+template <class Shape>
+side_test exit_alone(const points_view<2>& pos, const unsigned* cell, const place& p,
+                     double tolerance, unsigned start) {
+    constexpr unsigned none[4] = {no_node, no_node, no_node, no_node};
+    return exit_edge<Shape>(pos, cell, none, p, tolerance, start);
+}
+
 TEST(ExitEdge, TriesTheEdgesInTurnAndTheStartLast) {
     // Beyond node 1 of the triangle: edges 0 (opposite node 0) and 2 (opposite node 2) fail.
     const auto m = one_triangle();
     const place beyond{2, -0.1};
     const points_view<2> pos(m.pos);
-    EXPECT_EQ(beyond_edge(2), exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 0));
-    EXPECT_EQ(beyond_edge(2), exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 1));
-    EXPECT_EQ(beyond_edge(0), exit_edge<triangle_cells>(pos, m.connect[0], beyond, slack, 2));
+    EXPECT_EQ(beyond_edge(2), exit_alone<triangle_cells>(pos, m.connect[0], beyond, slack, 0));
+    EXPECT_EQ(beyond_edge(2), exit_alone<triangle_cells>(pos, m.connect[0], beyond, slack, 1));
+    EXPECT_EQ(beyond_edge(0), exit_alone<triangle_cells>(pos, m.connect[0], beyond, slack, 2));
 }
 
 TEST(ExitEdge, NumbersTheEdgesOfQuadrilateralsByTheirFirstNode) {
@@ -144,15 +152,17 @@ TEST(ExitEdge, NumbersTheEdgesOfQuadrilateralsByTheirFirstNode) {
     const points_view<2> pos(g.pos);
     for (unsigned start = 0; start < 4; ++start) {
         EXPECT_EQ(beyond_edge(0),
-                  exit_edge<quad_cells>(pos, g.connect[0], {0.5, -1}, slack, start));
-        EXPECT_EQ(beyond_edge(1), exit_edge<quad_cells>(pos, g.connect[0], {2, 0.5}, slack, start));
-        EXPECT_EQ(beyond_edge(2), exit_edge<quad_cells>(pos, g.connect[0], {0.5, 2}, slack, start));
+                  exit_alone<quad_cells>(pos, g.connect[0], {0.5, -1}, slack, start));
+        EXPECT_EQ(beyond_edge(1),
+                  exit_alone<quad_cells>(pos, g.connect[0], {2, 0.5}, slack, start));
+        EXPECT_EQ(beyond_edge(2),
+                  exit_alone<quad_cells>(pos, g.connect[0], {0.5, 2}, slack, start));
         EXPECT_EQ(beyond_edge(3),
-                  exit_edge<quad_cells>(pos, g.connect[0], {-1, 0.5}, slack, start));
+                  exit_alone<quad_cells>(pos, g.connect[0], {-1, 0.5}, slack, start));
         EXPECT_EQ(side::inside,
-                  exit_edge<quad_cells>(pos, g.connect[0], {0.5, 0.5}, slack, start).where);
+                  exit_alone<quad_cells>(pos, g.connect[0], {0.5, 0.5}, slack, start).where);
         EXPECT_EQ(side::inside,
-                  exit_edge<mixed_cells>(pos, g.connect[0], {1, 1}, slack, start).where);
+                  exit_alone<mixed_cells>(pos, g.connect[0], {1, 1}, slack, start).where);
     }
 }
 
@@ -161,19 +171,19 @@ TEST(ExitEdge, AcceptsPointsWithinToleranceTimesTheDoubledArea) {
     const auto m = one_triangle();
     const points_view<2> pos(m.pos);
     EXPECT_EQ(side::inside,
-              exit_edge<triangle_cells>(pos, m.connect[0], {0.25, -0.125}, 0.125, 0).where);
+              exit_alone<triangle_cells>(pos, m.connect[0], {0.25, -0.125}, 0.125, 0).where);
     EXPECT_EQ(beyond_edge(2),
-              exit_edge<triangle_cells>(pos, m.connect[0], {0.25, std::nextafter(-0.125, -1.0)},
-                                        0.125, 0));
-    EXPECT_EQ(side::inside, exit_edge<triangle_cells>(pos, m.connect[0], {0.25, 0}, 0, 0).where);
+              exit_alone<triangle_cells>(pos, m.connect[0], {0.25, std::nextafter(-0.125, -1.0)},
+                                         0.125, 0));
+    EXPECT_EQ(side::inside, exit_alone<triangle_cells>(pos, m.connect[0], {0.25, 0}, 0, 0).where);
     EXPECT_EQ(beyond_edge(2),
-              exit_edge<triangle_cells>(pos, m.connect[0], {0.25, 0.0625}, -0.125, 0));
+              exit_alone<triangle_cells>(pos, m.connect[0], {0.25, 0.0625}, -0.125, 0));
 }
 
 TEST(ExitEdge, ElementsWithoutPositiveFiniteSizeAreDegenerate) {
     const auto size_of = [](const dense2D<double>& pos) {
         const unsigned cell[4] = {0, 1, 2, no_node};
-        return exit_edge<mixed_cells>(points_view<2>(pos), cell, {0, 0}, slack, 0).where;
+        return exit_alone<mixed_cells>(points_view<2>(pos), cell, {0, 0}, slack, 0).where;
     };
     EXPECT_EQ(side::degenerate, size_of(points({{0, 0}, {1, 1}, {2, 2}}))) << "flat";
     EXPECT_EQ(side::degenerate, size_of(points({{0, 0}, {0, 1}, {1, 0}}))) << "clockwise";
@@ -183,15 +193,28 @@ TEST(ExitEdge, ElementsWithoutPositiveFiniteSizeAreDegenerate) {
     const unsigned quad[4] = {0, 1, 2, 3};
     const auto clockwise = points({{0, 0}, {0, 1}, {1, 1}, {1, 0}});
     EXPECT_EQ(side::degenerate,
-              exit_edge<quad_cells>(points_view<2>(clockwise), quad, {0.5, 0.5}, slack, 0).where);
+              exit_alone<quad_cells>(points_view<2>(clockwise), quad, {0.5, 0.5}, slack, 0).where);
 }
 
 TEST(ExitEdge, AllEdgesFailForAPointWithNaN) {
     const auto m = one_triangle();
     for (unsigned start = 0; start < 3; ++start)
         EXPECT_EQ(beyond_edge((start + 1) % 3),
-                  exit_edge<triangle_cells>(points_view<2>(m.pos), m.connect[0], {nan, 0.1}, slack,
-                                            start));
+                  exit_alone<triangle_cells>(points_view<2>(m.pos), m.connect[0], {nan, 0.1}, slack,
+                                             start));
+}
+
+TEST(ExitEdge, PrefersAnEdgeWithAnElementBehindIt) {
+    // Beyond node 1 of the triangle edges 0 and 2 fail.
+    const auto m = one_triangle();
+    const points_view<2> pos(m.pos);
+    for (const unsigned led : {0U, 2U}) {
+        unsigned neighbors[3] = {no_node, 7, no_node};
+        neighbors[led] = 5;
+        for (unsigned start = 0; start < 3; ++start)
+            EXPECT_EQ(beyond_edge(led), exit_edge<triangle_cells>(pos, m.connect[0], neighbors,
+                                                                  {2, -0.1}, slack, start));
+    }
 }
 
 // ------------------------------------------------------------------------------------------ the walk
