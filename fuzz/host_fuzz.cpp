@@ -27,9 +27,30 @@ dense2D<unsigned> surface(input& in, std::size_t& nodes) {
     return m.connect;
 }
 
+/// A mesh so many times over, its elements and nodes in other places, that it is taken as one in random order.
+dense2D<unsigned> scattered(const dense2D<unsigned>& connect, std::size_t& nodes) {
+    constexpr std::size_t copies = 101;
+    dense2D<unsigned> result(connect.rows, connect.cols * copies);
+    // A prime that divides none of the counts: each element and node gets a place of its own.
+    const auto place = [](std::size_t i, std::size_t n) { return i * 1000003 % n; };
+    for (std::size_t j = 0; j < result.cols; ++j) {
+        for (std::size_t i = 0; i < result.rows; ++i) {
+            const unsigned node = connect(i, j % connect.cols);
+            result(i, place(j, result.cols)) =
+                node == no_node
+                    ? no_node
+                    : static_cast<unsigned>(place(node + j / connect.cols * nodes, nodes * copies));
+        }
+    }
+    nodes *= copies;
+    return result;
+}
+
 void build(input& in) {
     std::size_t nodes = in.below(12);
-    const dense2D<unsigned> connect = surface(in, nodes);
+    dense2D<unsigned> connect = surface(in, nodes);
+    if (in.one_in(16) && !connect.empty() && is_surface(connect, nodes))
+        connect = scattered(connect, nodes);
     zel::host::adjacency a;
     a.neighbors = elements(in, nodes);
     a.ancestors = node_list(in, in.below(6), 9);

@@ -3,8 +3,11 @@
 // Neighbours and ancestors, edges, boundaries, components and orientation of a mesh, from its connectivity.
 #include "zel/host/adjacency.h"
 
+#include "host/edge_slots.h"
 #include "host/sides.h"
 #include "zel/tessel.h"
+
+#include <utility>
 
 namespace zel::host {
 
@@ -58,6 +61,50 @@ struct join_elements {
     void more(const Side&) const noexcept {}
 };
 
+/// The same, and the ancestors, where the elements come from the last to the first; see `edge_slots`.
+template <class Shape>
+struct join_scattered_elements {
+    columns<const unsigned> connect;
+    unsigned* neighbors; // Shape::rows to an element
+    unsigned* ancestors;
+    std::size_t shared_by_more = 0;
+
+    unsigned& neighbor(numbered_side s) const noexcept {
+        return neighbors[s.place_in_table<Shape::rows>()];
+    }
+    void element(unsigned e, const unsigned* cell) const noexcept {
+        const unsigned corners = Shape::corners(cell);
+        for (unsigned i = 0; i < corners; ++i) ancestors[cell[i]] = e;
+        if (corners < Shape::rows) neighbor({e * 4 + corners}) = no_node;
+    }
+    void collapsed(numbered_side s) const noexcept { neighbor(s) = no_node; }
+    void two(numbered_side s, numbered_side t, bool) const noexcept {
+        const unsigned none = s.element() == t.element() ? no_node : 0; // also for a first side
+        neighbor(s) = t.element() | none;
+        neighbor(t) = s.element() | none;
+    }
+    void more(numbered_side s, numbered_side t, bool third) noexcept {
+        neighbor(t) = no_node;
+        if (!third) return;
+        ++shared_by_more;
+        if (neighbor(s) != no_node) part(s);
+    }
+    /// Takes the neighbour away from a side and from the side that it was joined with.
+    void part(numbered_side s) const noexcept {
+        const unsigned f = std::exchange(neighbor(s), no_node);
+        const unsigned* const cell = connect[s.element()];
+        const auto ends = tessel2d::edge_nodes(cell, Shape::corners(cell), s.edge());
+        const unsigned corners = Shape::corners(connect[f]);
+        for (unsigned k = 0; k < corners; ++k) {
+            const auto other = tessel2d::edge_nodes(connect[f], corners, k);
+            const bool same = (other.a == ends.a && other.b == ends.b) ||
+                              (other.a == ends.b && other.b == ends.a);
+            const numbered_side t{f * 4 + k};
+            if (same && neighbor(t) == s.element()) neighbor(t) = no_node;
+        }
+    }
+};
+
 /// Leaves in a table of the connectivity's shape, which starts out full of `passed_over`, for the first
 /// side of each edge the element of the second, or `no_node`.
 struct list_first_sides {
@@ -82,6 +129,32 @@ struct list_first_sides {
     void more(const Side&) const noexcept {}
 };
 
+/// The same in a table with any contents, where the elements come from the last to the first.
+template <class Shape>
+struct list_scattered_first_sides {
+    static constexpr unsigned passed_over = list_first_sides::passed_over;
+
+    unsigned* seconds; // Shape::rows to an element
+    std::size_t shared_by_more = 0;
+
+    unsigned& second(numbered_side s) const noexcept {
+        return seconds[s.place_in_table<Shape::rows>()];
+    }
+    void element(unsigned e, const unsigned* cell) const noexcept {
+        const unsigned corners = Shape::corners(cell);
+        if (corners < Shape::rows) second({e * 4 + corners}) = passed_over;
+    }
+    void collapsed(numbered_side s) const noexcept { second(s) = passed_over; }
+    void two(numbered_side s, numbered_side t, bool joined) const noexcept {
+        second(s) = passed_over;
+        second(t) = s.element() | (joined ? 0 : no_node);
+    }
+    void more(numbered_side s, numbered_side t, bool third) noexcept {
+        two(s, t, true);
+        shared_by_more += third;
+    }
+};
+
 /// Visits the edges of a mesh; see `filed_sides`. False: memory is exhausted.
 template <class Shape, class Index, class Visit>
 bool visit_edges(const dense2D<unsigned>& connect, std::size_t nodes, Visit& visit) noexcept {
@@ -103,6 +176,32 @@ bool visit_edges(const dense2D<unsigned>& connect, std::size_t nodes, Visit& vis
                  : visit_edges<mixed_cells, std::uint32_t>(connect, nodes, visit);
 }
 
+/// Fills the adjacency of a mesh. False: it is in order, or memory is short; see `edge_slots`. Ancestors start
+/// out as none, and are then none or elements that have the node.
+template <class Shape>
+bool join_scattered(const dense2D<unsigned>& connect, std::size_t nodes,
+                    adjacency& result) noexcept {
+    join_scattered_elements<Shape> join{columns_of(connect), result.neighbors.data(),
+                                        result.ancestors.data()};
+    if (!edge_slots<Shape>().visit(connect, nodes, join)) return false;
+    result.shared_by_more = join.shared_by_more;
+    return true;
+}
+/// The same for every mesh. False: memory is exhausted.
+template <class Shape>
+bool join_all(const dense2D<unsigned>& connect, std::size_t nodes, adjacency& result) noexcept {
+    std::fill(result.neighbors.begin(), result.neighbors.end(), no_node);
+    join_elements join{columns_of(result.neighbors)};
+    if (!visit_edges(connect, nodes, join)) return false;
+    find_ancestors<Shape>(connect, result.ancestors.data());
+    result.shared_by_more = join.shared_by_more;
+    return true;
+}
+template <class Shape>
+bool join(const dense2D<unsigned>& connect, std::size_t nodes, adjacency& result) noexcept {
+    return join_scattered<Shape>(connect, nodes, result) || join_all<Shape>(connect, nodes, result);
+}
+
 unsigned corners_of(const dense2D<unsigned>& connect, std::size_t e) noexcept {
     return connect.rows == 3 ? 3 : mixed_cells::corners(connect[e]);
 }
@@ -115,11 +214,24 @@ struct edge_table {
     /// False: memory is exhausted.
     bool fill(const dense2D<unsigned>& connect, std::size_t nodes) noexcept {
         if (connect.empty()) return true;
-        if (!second.resize(connect.rows, connect.cols, list_first_sides::passed_over)) return false;
+        if (!second.resize(connect.rows, connect.cols)) return false;
+        if (connect.rows == 3 ? fill_scattered<triangle_cells>(connect, nodes)
+                              : fill_scattered<mixed_cells>(connect, nodes)) {
+            return true;
+        }
+        std::fill(second.begin(), second.end(), list_first_sides::passed_over);
         list_first_sides list{columns_of(second)};
         const bool done = visit_edges(connect, nodes, list);
         shared_by_more = list.shared_by_more;
         return done;
+    }
+    /// False: the mesh is in order, or memory is short; see `edge_slots`.
+    template <class Shape>
+    bool fill_scattered(const dense2D<unsigned>& connect, std::size_t nodes) noexcept {
+        list_scattered_first_sides<Shape> list{second.data()};
+        if (!edge_slots<Shape>().visit(connect, nodes, list)) return false;
+        shared_by_more = list.shared_by_more;
+        return true;
     }
     /// Calls use(a, b, e, second) for each edge, in the direction of its first element e.
     template <class Use>
@@ -327,19 +439,16 @@ bool are_neighbors(const dense2D<unsigned>& neighbors) noexcept {
 int build_adjacency(const dense2D<unsigned>& connect, std::size_t nodes, adjacency& result) {
     if (const int status = check_mesh(connect, nodes)) return status;
     adjacency fresh;
-    if (!connect.empty() && !fresh.neighbors.resize(connect.rows, connect.cols, no_node))
+    if (!connect.empty() && !fresh.neighbors.resize(connect.rows, connect.cols))
         return status_memory;
     if (!fresh.ancestors.resize(nodes, no_node)) return status_memory;
-    join_elements join{columns_of(fresh.neighbors)};
-    if (!visit_edges(connect, nodes, join)) return status_memory;
-    if (connect.rows == 3) {
-        find_ancestors<triangle_cells>(connect, fresh.ancestors.data());
-    } else {
-        find_ancestors<mixed_cells>(connect, fresh.ancestors.data());
+    if (!connect.empty() && !(connect.rows == 3 ? join<triangle_cells>(connect, nodes, fresh)
+                                                : join<mixed_cells>(connect, nodes, fresh))) {
+        return status_memory;
     }
     result.neighbors.swap(fresh.neighbors);
     result.ancestors.swap(fresh.ancestors);
-    result.shared_by_more = join.shared_by_more;
+    result.shared_by_more = fresh.shared_by_more;
     return status_ok;
 }
 

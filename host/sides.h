@@ -51,6 +51,21 @@ void for_each_side(const unsigned* cell, const Use& use) noexcept {
     }
 }
 
+/// Returns true if the nodes of most elements have numbers that are more than `near` away from those of the
+/// element before.
+inline bool are_scattered(const columns<const unsigned>& cells, std::size_t n,
+                          unsigned near) noexcept {
+    const std::size_t step = n / 64 + 1;
+    std::size_t apart = 0;
+    std::size_t seen = 0;
+    for (std::size_t e = 1; e < n; e += step, ++seen) {
+        const unsigned a = cells[e - 1][0];
+        const unsigned b = cells[e][0];
+        apart += (a < b ? b - a : a - b) > near;
+    }
+    return 2 * apart > seen;
+}
+
 /// All sides of a mesh by their lower end nodes. `Index` must hold 16*(E + 1).
 template <class Shape, class Index>
 class filed_sides {
@@ -67,7 +82,8 @@ public:
             end_[a] = static_cast<Index>(total);
             total += here;
         }
-        scattered_ = are_scattered(columns_of(connect), connect.cols);
+        // Only then prefetching saves time; otherwise it costs some.
+        scattered_ = are_scattered(columns_of(connect), connect.cols, 4096);
         if (scattered_) {
             place<true>(columns_of(connect), connect.cols);
         } else {
@@ -98,21 +114,6 @@ public:
 
 private:
     static constexpr std::size_t far = 16; // sides between prefetch and use
-
-    /// Returns true if most elements have other nodes than their predecessors, far away. Then
-    /// prefetching saves time; otherwise it costs some.
-    static bool are_scattered(const columns<const unsigned>& cells, std::size_t n) noexcept {
-        constexpr unsigned near = 4096;
-        const std::size_t step = n / 64 + 1;
-        std::size_t apart = 0;
-        std::size_t seen = 0;
-        for (std::size_t e = 1; e < n; e += step, ++seen) {
-            const unsigned a = cells[e - 1][0];
-            const unsigned b = cells[e][0];
-            apart += (a < b ? b - a : a - b) > near;
-        }
-        return 2 * apart > seen;
-    }
 
     template <bool Scattered, class Visit>
     void visit_sides(std::size_t nodes, Visit& visit) noexcept {

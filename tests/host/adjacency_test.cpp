@@ -6,8 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <map>
+#include <numeric>
 #include <random>
 #include <set>
 #include <utility>
@@ -56,6 +58,26 @@ std::pair<unsigned, unsigned> edge(const dense2D<unsigned>& connect, std::size_t
     const bool three = connect.rows == 3 || connect(3, e) == none;
     const unsigned* const ends = three ? triangle[k] : quad[k];
     return std::minmax({connect(ends[0], e), connect(ends[1], e)});
+}
+
+/// A mesh many times over, with its elements and nodes in random order.
+dense2D<unsigned> scattered_copies(std::mt19937& generator, const dense2D<unsigned>& connect,
+                                   unsigned nodes, unsigned copies) {
+    std::vector<unsigned> number(std::size_t{nodes} * copies);
+    std::iota(number.begin(), number.end(), 0u);
+    std::shuffle(number.begin(), number.end(), generator);
+    std::vector<std::size_t> place(connect.cols * copies);
+    std::iota(place.begin(), place.end(), std::size_t{0});
+    std::shuffle(place.begin(), place.end(), generator);
+    dense2D<unsigned> result(4, place.size());
+    for (std::size_t j = 0; j < place.size(); ++j) {
+        for (unsigned i = 0; i < 4; ++i) {
+            const unsigned node = connect(i, j % connect.cols);
+            const auto copy = static_cast<unsigned>(j / connect.cols);
+            result(i, place[j]) = node == none ? none : number[node + std::size_t{copy} * nodes];
+        }
+    }
+    return result;
 }
 
 TEST(BuildAdjacency, TrianglesNumberAnEdgeByTheOppositeNode) {
@@ -215,6 +237,24 @@ TEST(BuildAdjacencyStatus, ExhaustedMemoryIsReportedAndNothingChanges) {
     });
 }
 
+// Memory for the records is one of several blocks; without it the work is done in another way.
+TEST(BuildAdjacencyStatus, ExhaustedMemoryIsReportedForScatteredElements) {
+    std::mt19937 generator(1);
+    const auto connect =
+        scattered_copies(generator, cells<4>({{0, 1, 4, 3}, {1, 2, 4, none}}), 5, 400);
+    const auto expected = snapshot(built(connect, 2000).neighbors);
+    zel_test::fail_each_allocation([&](std::size_t k) {
+        adjacency beside;
+        zel_test::arm_allocator(k);
+        const int status = build_adjacency(connect, 2000, beside);
+        zel_test::disarm_allocator();
+        if (status == 0)
+            EXPECT_EQ(expected, snapshot(beside.neighbors));
+        else
+            EXPECT_EQ(-199, status);
+    });
+}
+
 // Large enough for elements and nodes in random order to be taken as such.
 TEST(BuildAdjacency, OrderOfElementsAndNodesDoesNotMatter) {
     constexpr unsigned n = 200;
@@ -243,51 +283,119 @@ TEST(BuildAdjacency, OrderOfElementsAndNodesDoesNotMatter) {
     }
 }
 
-// Random cells over few nodes: edges of one, two and many elements, collapsed and repeated ones.
-TEST(BuildAdjacency, AgreesWithASearchThroughAllPairsOfEdges) {
+/// Compares the neighbours, ancestors and edges of a mesh of 4 rows with a search through all sides.
+void expect_what_a_search_finds(const dense2D<unsigned>& connect, std::size_t nodes) {
+    struct side {
+        unsigned element;
+        unsigned edge;
+    };
+    std::map<std::pair<unsigned, unsigned>, std::vector<side>> sides;
+    std::vector<std::pair<unsigned, unsigned>> in_order;
+    std::vector<unsigned> ancestors(nodes, none);
+    for (unsigned e = static_cast<unsigned>(connect.cols); e-- > 0;)
+        for (unsigned k = 0; k < (connect(3, e) == none ? 3u : 4u); ++k)
+            ancestors[connect(k, e)] = e;
+    for (unsigned e = 0; e < connect.cols; ++e) {
+        for (unsigned k = 0; k < (connect(3, e) == none ? 3u : 4u); ++k) {
+            const auto ends = edge(connect, e, k);
+            if (ends.first == ends.second) continue;
+            if (sides[ends].empty()) in_order.push_back(ends);
+            sides[ends].push_back({e, k});
+        }
+    }
+    dense2D<unsigned> neighbors(4, connect.cols, none);
+    std::size_t more = 0;
+    for (const auto& [ends, at] : sides) {
+        more += at.size() > 2;
+        if (at.size() != 2 || at[0].element == at[1].element) continue;
+        neighbors(at[0].edge, at[0].element) = at[1].element;
+        neighbors(at[1].edge, at[1].element) = at[0].element;
+    }
+    const adjacency beside = built(connect, nodes);
+    EXPECT_EQ(more, beside.shared_by_more);
+    EXPECT_EQ(ancestors, values(beside.ancestors));
+    EXPECT_EQ(snapshot(neighbors), snapshot(beside.neighbors));
+
+    dense2D<unsigned> edges;
+    dense2D<unsigned> elements;
+    EXPECT_EQ(static_cast<int>(more), unique_edges(connect, nodes, edges, elements));
+    ASSERT_EQ(in_order.size(), edges.cols);
+    for (std::size_t j = 0; j < edges.cols; ++j) {
+        const std::vector<side>& at = sides[in_order[j]];
+        ASSERT_EQ(in_order[j], std::minmax({edges(0, j), edges(1, j)}));
+        ASSERT_EQ(at[0].element, elements(0, j));
+        ASSERT_EQ(at.size() > 1 ? at[1].element : none, elements(1, j));
+    }
+}
+
+/// Random cells over few nodes: edges of one, two and many elements, collapsed and repeated ones.
+dense2D<unsigned> random_cells(std::mt19937& generator, unsigned nodes, std::size_t n) {
+    dense2D<unsigned> connect(4, n);
+    for (std::size_t e = 0; e < n; ++e) {
+        for (unsigned i = 0; i < 4; ++i) connect(i, e) = static_cast<unsigned>(generator()) % nodes;
+        if (generator() % 2) connect(3, e) = none;
+    }
+    return connect;
+}
+
+TEST(BuildAdjacency, AgreesWithASearchThroughAllSides) {
     for (unsigned seed = 1; seed <= 500; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 generator(seed);
-        const auto random = [&] { return static_cast<unsigned>(generator()); };
-        const unsigned nodes = 2 + random() % 12;
-        dense2D<unsigned> connect(4, 1 + random() % 12);
-        for (std::size_t e = 0; e < connect.cols; ++e) {
-            for (unsigned i = 0; i < 4; ++i) connect(i, e) = random() % nodes;
-            if (random() % 2) connect(3, e) = none;
-        }
-        std::map<std::pair<unsigned, unsigned>, std::vector<unsigned>> elements_of;
-        for (std::size_t e = 0; e < connect.cols; ++e)
-            for (unsigned k = 0; k < (connect(3, e) == none ? 3u : 4u); ++k)
-                elements_of[edge(connect, e, k)].push_back(static_cast<unsigned>(e));
-        std::size_t more = 0;
-        for (const auto& [ends, at] : elements_of)
-            more += ends.first != ends.second && at.size() > 2;
+        const unsigned nodes = 2 + static_cast<unsigned>(generator()) % 12;
+        expect_what_a_search_finds(random_cells(generator, nodes, 1 + generator() % 12), nodes);
+    }
+}
 
-        const adjacency beside = built(connect, nodes);
-        EXPECT_EQ(more, beside.shared_by_more);
-        std::set<unsigned> used;
-        for (std::size_t e = 0; e < connect.cols; ++e) {
-            const unsigned corners = connect(3, e) == none ? 3 : 4;
-            for (unsigned k = 0; k < corners; ++k) {
-                const auto ends = edge(connect, e, k);
-                const std::vector<unsigned>& at = elements_of[ends];
-                unsigned across = none;
-                if (ends.first != ends.second && at.size() == 2 && at[0] != at[1])
-                    across = at[0] == e ? at[1] : at[0];
-                EXPECT_EQ(across, beside.neighbors(k, e)) << "edge " << k << " of " << e;
-                used.insert(connect(k, e));
-            }
-            if (corners == 3) {
-                EXPECT_EQ(none, beside.neighbors(3, e));
-            }
-        }
-        for (unsigned node = 0; node < nodes; ++node) {
-            const unsigned e = beside.ancestors[node];
-            ASSERT_EQ(used.count(node) == 1, e != none);
-            if (e != none) {
-                EXPECT_THAT(column(connect, e), Contains(node));
-            }
-        }
+TEST(BuildAdjacency, ElementsAndNodesInRandomOrderGiveTheSame) {
+    for (unsigned seed = 1; seed <= 40; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 generator(seed);
+        const unsigned nodes = 3 + static_cast<unsigned>(generator()) % 12;
+        const auto some = random_cells(generator, nodes, nodes - generator() % 2);
+        const unsigned copies = 1500 / nodes;
+        expect_what_a_search_finds(scattered_copies(generator, some, nodes, copies),
+                                   nodes * copies);
+    }
+}
+
+TEST(BuildAdjacency, TrianglesOfThreeRowsInRandomOrderAreAsThoseOfFour) {
+    for (unsigned seed = 1; seed <= 10; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 generator(seed);
+        const auto some = random_cells(generator, 9, 10);
+        const auto connect = scattered_copies(generator, some, 9, 200);
+        dense2D<unsigned> three(3, connect.cols);
+        dense2D<unsigned> four(4, connect.cols, none);
+        for (std::size_t e = 0; e < connect.cols; ++e)
+            for (unsigned i = 0; i < 3; ++i) three(i, e) = four(i, e) = connect(i, e);
+        expect_what_a_search_finds(four, 1800);
+        const adjacency beside = built(three, 1800);
+        const adjacency expected = built(four, 1800);
+        EXPECT_EQ(expected.shared_by_more, beside.shared_by_more);
+        EXPECT_EQ(values(expected.ancestors), values(beside.ancestors));
+        for (std::size_t e = 0; e < connect.cols; ++e)
+            for (unsigned k = 0; k < 3; ++k)
+                ASSERT_EQ(expected.neighbors(k, e), beside.neighbors(k, e));
+    }
+}
+
+// Nodes with very many edges, which are a few of all in the first mesh and most in the second.
+TEST(BuildAdjacency, NodesWithVeryManyEdgesInRandomOrderGiveTheSame) {
+    std::mt19937 generator(1);
+    for (const unsigned copies : {40u, 1u}) {
+        SCOPED_TRACE(copies);
+        const auto hubs = random_cells(generator, 30, 150);
+        auto connect = scattered_copies(generator, hubs, 30, 40 / copies);
+        const auto hub_nodes = static_cast<unsigned>(30 * 40 / copies);
+        const auto rest =
+            scattered_copies(generator, random_cells(generator, 4, 3), 4, copies * 400);
+        const std::size_t first = connect.cols;
+        ASSERT_TRUE(connect.resize(4, first + rest.cols));
+        for (std::size_t j = 0; j < rest.cols; ++j)
+            for (unsigned i = 0; i < 4; ++i)
+                connect(i, first + j) = rest(i, j) == none ? none : rest(i, j) + hub_nodes;
+        expect_what_a_search_finds(connect, hub_nodes + std::size_t{copies} * 1600);
     }
 }
 
