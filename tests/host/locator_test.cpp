@@ -388,6 +388,62 @@ TEST(LocatorStatus, UnusableArgumentsLeaveEverythingAsItWas) {
     EXPECT_EQ(7.0, values2(0, 0));
 }
 
+TEST(LocatorStatus, PointsAndTablesWithoutColumnsNeedNoRows) {
+    const mesh m = grid(2, kind::triangles);
+    locator at;
+    ASSERT_EQ(0, at.build(m.pos, m.connect));
+    transfer_table table;
+    EXPECT_EQ(0, at.transfer(dense2D<double>(), table));
+    EXPECT_EQ(-1, at.transfer(dense2D<double>(3, 0), table));
+    EXPECT_EQ(-1, at.transfer(dense2D<double>(0, 2), table));
+    table.local = dense2D<double>();
+    dense1D<double, 8> values1(1, 7.0);
+    EXPECT_EQ(0, at.carry(table, dense1D<double, 8>(m.pos.cols, 1.0), values1));
+    EXPECT_EQ(0U, values1.size);
+}
+
+TEST(LocatorStatus, TablesWhosePartsDoNotFitOneAnotherAreRefused) {
+    const mesh m = grid(2, kind::triangles);
+    locator at;
+    ASSERT_EQ(0, at.build(m.pos, m.connect));
+    const dense1D<double, 8> field(m.pos.cols, 1.0);
+    dense1D<double, 8> values1(1, 7.0);
+    const auto status_with = [&](auto spoil) {
+        transfer_table table;
+        EXPECT_EQ(0, at.transfer(dense2D<double>(2, 3, 0.5), table));
+        spoil(table);
+        return at.carry(table, field, values1);
+    };
+    EXPECT_EQ(-1, status_with([](transfer_table& t) { t.elements.resize(2); }));
+    EXPECT_EQ(-1, status_with([](transfer_table& t) { t.local.resize(2, 2); }));
+    EXPECT_EQ(-1, status_with([](transfer_table& t) { t.local.resize(1, 3); }));
+    EXPECT_EQ(-1, status_with([](transfer_table& t) { t.local.resize(3, 3); }));
+    EXPECT_EQ(7.0, values1[0]);
+    EXPECT_EQ(0, status_with([](transfer_table&) {}));
+}
+
+TEST(LocatorStatus, AFieldOfALocatorWithoutAMeshHasNoColumns) {
+    const locator at;
+    transfer_table table;
+    ASSERT_EQ(0, at.transfer(dense2D<double>(2, 2, 0.5), table));
+    dense2D<double> carried(1, 1, 7.0);
+    EXPECT_EQ(-2, at.carry(table, dense2D<double>(1, 1, 0.0), carried));
+    EXPECT_EQ(7.0, carried(0, 0));
+    EXPECT_EQ(0, at.carry(table, dense2D<double>(1, 0), carried));
+    EXPECT_EQ(2U, carried.cols);
+}
+
+TEST(LocatorStatus, ConnectivityOfOtherHeightsIsRefusedBesideNeighborsToo) {
+    const mesh m = grid(2, kind::triangles);
+    zel::host::adjacency beside;
+    ASSERT_EQ(0, build_adjacency(m.connect, m.pos.cols, beside));
+    locator at;
+    for (const std::size_t rows : {1U, 2U, 5U, 6U}) {
+        const dense2D<unsigned> other(rows, m.connect.cols, 0U);
+        EXPECT_EQ(-2, at.build(m.pos, other, beside.neighbors, beside.ancestors)) << rows;
+    }
+}
+
 TEST(LocatorStatus, ExhaustedMemoryIsReportedAndTheFormerMeshStays) {
     const mesh first = grid(2, kind::quads);
     const mesh second = grid(6, kind::triangles);

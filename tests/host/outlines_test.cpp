@@ -89,6 +89,9 @@ TEST(Arc, UnusableArgumentsChangeNothing) {
     EXPECT_EQ(-4, arc(pos, 0, 1, {0, 2}, 3, line));
     EXPECT_EQ(-4, arc(pos, 0, 1, {std::numeric_limits<double>::quiet_NaN(), 0}, 3, line));
     EXPECT_EQ(-4, arc(pos, 0, 1, {0, std::numeric_limits<double>::infinity()}, 3, line));
+    dense2D<double> far = two_nodes(2, 0, std::numeric_limits<double>::infinity(), 0);
+    EXPECT_EQ(-4, arc(far, 0, 1, {0, 0}, 3, line));
+    EXPECT_EQ(-4, arc(far, 1, 0, {0, 0}, 3, line));
     EXPECT_EQ(-199, arc(pos, 0, 1, {0, 0}, none, line)); // more than 32-bit numbers can count
     EXPECT_EQ(before, snapshot(pos, line));
 }

@@ -104,9 +104,40 @@ class choice(on_a_tree):
         self.assertTrue(few < more < everything)
         self.assertEqual(everything, {m for f in files for m in mutate.mutants_of(f)})
 
+    def test_each_kind_has_its_share(self):
+        self.write("src/a/a.cpp", "".join(f"if (a{k} < {k}) x = a{k} + b + c{k};\n" for k in range(20))
+                   + "f(static_cast<unsigned>(n));\nif (!r(m.cols)) return false;\n")  # fmt: skip
+        chosen = mutate.sample_of_each_kind(mutate.library_files(), 7, 1, mutate.Sources())
+        counts = [sum(mutate.kind_of(m) == kind for m in chosen) for kind in mutate.kinds]
+        self.assertEqual([2, 7, 1, 7, 7], counts)
+
+    def test_limits_are_changes_at_the_boundary(self):
+        self.write("src/a/a.cpp", "if (a < b) f(3);\n")
+        kinds = {(m.old, m.new): mutate.kind_of(m) for m in mutate.mutants_of("src/a/a.cpp")}
+        self.assertEqual({("<", "<="): "limits", ("<", ">="): "others", ("3", "2"): "limits", ("3", "4"): "limits"}, kinds)
+
     def test_rooms(self):
         self.assertEqual("tessel", mutate.room_of("src/tessel/merge.cpp"))
         self.assertEqual("foundation", mutate.room_of("include/zel/dense.h"))
+
+
+class both(on_a_tree):
+    def test_only_what_a_program_can_notice_is_read(self):
+        self.write("results.txt", "a:1:2: + -> -    caught: tessel fails\nb:1:2: 0 -> 1    SURVIVES\n"
+                                  "c:1:2: < -> >=    does not compile\nd:1:2: + -> -    same code\n")  # fmt: skip
+        self.assertEqual({"a:1:2: + -> -": "caught: tessel fails", "b:1:2: 0 -> 1": "SURVIVES"},
+                         mutate.read_results(self.root / "results.txt"))
+
+    def test_the_table_counts_who_catches(self):
+        by_tests = {"a": "caught: x fails", "b": "caught: x fails", "c": "SURVIVES", "d": "SURVIVES"}
+        by_drivers = {"a": "caught: y fails", "b": "SURVIVES", "c": "caught: y crashes", "d": "SURVIVES"}
+        counts = [line.split()[-2:] for line in mutate.table_of_both(by_tests, by_drivers).splitlines()[1:]]
+        self.assertEqual([["2", "50.0%"], ["2", "50.0%"], ["1", "25.0%"], ["1", "25.0%"]], counts)
+
+    def test_each_folder_knows_its_drivers(self):
+        self.assertEqual(set(mutate.folders), set(mutate.drivers_of))
+        for driver in {d for drivers in mutate.drivers_of.values() for d in drivers}:
+            self.assertTrue((script.parents[1] / f"fuzz/{driver}_fuzz.cpp").exists(), driver)
 
 
 class known(unittest.TestCase):

@@ -48,6 +48,24 @@ TEST(LargeServices, MergeFusesEveryNodeWithItsDouble) {
     }
 }
 
+TEST(LargeServices, MergeFusesMoreNodesInOneCellThanItTakesAtOnce) {
+    dense2D<double> pos(2, many, 0.0);
+    dense2D<unsigned> edges(2, many - 1);
+    for (unsigned v = 0; v < many; ++v) {
+        pos(0, v) = v % 7;
+        if (v + 1 < many) edges(0, v) = v, edges(1, v) = v + 1;
+    }
+    for (const double tolerance : {0.0, 0.25}) {
+        dense2D<unsigned> fused;
+        ASSERT_TRUE(fused.copy(edges));
+        ASSERT_EQ(0, merge(pos, fused, tolerance, 0));
+        std::size_t wrong = 0;
+        for (unsigned v = 0; v + 1 < many; ++v)
+            wrong += fused(0, v) != v % 7 || fused(1, v) != (v + 1) % 7;
+        EXPECT_EQ(0U, wrong);
+    }
+}
+
 TEST(LargeServices, MergeAndSimplifyTreatSeveralMatricesAlike) {
     auto pos = doubled_nodes();
     dense2D<unsigned> all[3] = {edges_between(), edges_between(), edges_between()};
