@@ -48,20 +48,23 @@ TEST(LargeServices, MergeFusesEveryNodeWithItsDouble) {
     }
 }
 
-TEST(LargeServices, MergeFusesMoreNodesInOneCellThanItTakesAtOnce) {
-    dense2D<double> pos(2, many, 0.0);
-    dense2D<unsigned> edges(2, many - 1);
-    for (unsigned v = 0; v < many; ++v) {
-        pos(0, v) = v % 7;
-        if (v + 1 < many) edges(0, v) = v, edges(1, v) = v + 1;
+TEST(LargeServices, MergeFusesMoreNodesInOnePlaceThanItTakesAtOnce) {
+    // Every tenth node stands alone, the others in two places.
+    constexpr unsigned n = 3 * many;
+    const auto replacement = [](unsigned v) { return v % 10 == 9 ? v : v % 10 == 1 ? 1 : 0; };
+    dense2D<double> pos(2, n, 0.0);
+    dense2D<unsigned> edges(2, n - 1);
+    for (unsigned v = 0; v < n; ++v) {
+        pos(0, v) = replacement(v);
+        if (v + 1 < n) edges(0, v) = v, edges(1, v) = v + 1;
     }
     for (const double tolerance : {0.0, 0.25}) {
         dense2D<unsigned> fused;
         ASSERT_TRUE(fused.copy(edges));
         ASSERT_EQ(0, merge(pos, fused, tolerance, 0));
         std::size_t wrong = 0;
-        for (unsigned v = 0; v + 1 < many; ++v)
-            wrong += fused(0, v) != v % 7 || fused(1, v) != (v + 1) % 7;
+        for (unsigned v = 0; v + 1 < n; ++v)
+            wrong += fused(0, v) != replacement(v) || fused(1, v) != replacement(v + 1);
         EXPECT_EQ(0U, wrong);
     }
 }
