@@ -129,6 +129,17 @@ TEST(NodeDetector, ItDoesNotFollowTheCoordinates) {
     EXPECT_EQ(0U, copy.find_closest({0.1, 0}));
 }
 
+TEST(NodeDetector, AssignmentReplacesTheNodes) {
+    const node_detector detector(points({{0, 0}, {1, 0}, {2, 0}}));
+    node_detector other(points({{5, 5}}));
+    other = detector;
+    EXPECT_EQ(3U, other.size());
+    EXPECT_EQ(2U, other.find_closest({5, 5}));
+    other = node_detector(dense2D<double>());
+    EXPECT_EQ(0U, other.size());
+    EXPECT_EQ(2U, detector.find_closest({5, 5}));
+}
+
 TEST(NodeDetector, ManyNodesOnOnePointAreOneNode) {
     dense2D<double> pos(2, 5000, 0.5);
     pos(0, 4999) = 3;
