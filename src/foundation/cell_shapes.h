@@ -11,6 +11,7 @@ namespace zel::tessel2d {
 /// Returns true if a connectivity of this height suits a concrete kind, and false for a value that
 /// is no kind at all.
 inline bool has_rows_of(std::size_t rows, element_type kind) noexcept {
+    // mutation: no kind has more bits
     const bool known = static_cast<unsigned>(kind) <= static_cast<unsigned>(ELEMENT_H27);
     return known && rows == element_node_count(kind);
 }

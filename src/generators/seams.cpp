@@ -90,7 +90,7 @@ bool join_seams(const copied_parts& parts, double tolerance, dense2D<double>& po
     close_seam(seam, stands_for, pos, numbers);
     for (dense2D<unsigned>* connect = first; connect != last; ++connect)
         tessel::replace_entries(*connect, numbers);
-    return true;
+    return true; // mutation: else the services look at all nodes once more and find nothing to fuse
 }
 
 } // namespace

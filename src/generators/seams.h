@@ -19,6 +19,7 @@ constexpr double seam_tolerance = 1e-12;
 /// 2^-46 (from_origin + radius), and 10^-12 radius are less than 2^-23 radius/n.
 inline bool nodes_stay_apart(double from_origin, double radius, double n) noexcept {
     const double scale = from_origin + radius;
+    // mutation (> -> <=): else the services look at all nodes, with the same result
     return radius > 1e-250 && scale < 1e250 && scale * n * 0x1p-35 < radius;
 }
 

@@ -9,7 +9,7 @@ namespace zel::tessel2d {
 
 /// A vector whose components are numbers of any kind, `double` or `lanes`.
 template <class Number, int Dim>
-using vector_of = vector_fixed<Number, static_cast<std::size_t>(Dim)>;
+using vector_of = vector_fixed<Number, static_cast<std::size_t>(Dim)>; // mutation: 2 or 3
 
 template <int Dim>
 using point = vector_of<double, Dim>;

@@ -371,6 +371,8 @@ const std::vector<fault>& faults() { // in the order in which they are found
         {3, "n beyond the loop", [](arguments& a) { a.n = 5; }, -3, -3},
         {3, "n beyond all", [](arguments& a) { a.n = 0xFFFFFFFF; }, -3, -3},
         {4, "pattern", [](arguments& a) { a.pattern = 3; }, 0, -4},
+        {4, "pattern beyond eight bits", [](arguments& a) { a.pattern = 258; }, 0, -4},
+        {4, "pattern beyond sixteen bits", [](arguments& a) { a.pattern = 0x10001; }, 0, -4},
         {4, "negative pattern", [](arguments& a) { a.pattern = -1; }, 0, -4},
         {5, "triangles in connect",
          [](arguments& a) {

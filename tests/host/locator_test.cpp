@@ -282,6 +282,22 @@ TEST(Locator, AMeshWithoutFiniteNodesBesideFiniteOnesIsNoLackOfMemory) {
     EXPECT_EQ(0, found.build(pos, triangle));
 }
 
+TEST(Locator, AMeshWithoutAnyFiniteNodeIsNoLackOfMemory) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    dense2D<unsigned> triangle(3, 1);
+    for (unsigned i = 0; i < 3; ++i) triangle(i, 0) = i;
+    for (const vector_fixed<double, 2>& p :
+         {vector_fixed<double, 2>{nan, nan}, {1, infinity}, {-infinity, 1}}) {
+        dense2D<double> pos(2, 3);
+        for (std::size_t j = 0; j < 3; ++j) std::copy_n(p.begin(), 2, pos[j]);
+        locator found;
+        EXPECT_EQ(0, found.build(pos, triangle));
+        unsigned element = 7;
+        EXPECT_EQ(0, found.locate({1, 1}, element));
+        EXPECT_EQ(none, element);
+    }
+}
+
 TEST(Locator, WithoutAMeshNothingIsInside) {
     locator at;
     const auto expect_nothing = [&] {

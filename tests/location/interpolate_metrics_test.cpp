@@ -266,6 +266,17 @@ TEST(InterpolateMetrics, ALocatedNodeWithACornerOfNoSizeKeepsItsOwn) {
     EXPECT_EQ(7, c.sizes[3]);
 }
 
+TEST(InterpolateMetrics, WithoutAListAnyNumberOfNodesIsServed) {
+    const adjacent_mesh base = assorted_meshes().front();
+    for (std::size_t n = 0; n < 14; ++n) {
+        carried c(base, std::vector<place>(n, place{0.3, 0.4}));
+        c.sizes = dense1D<double, 8>(c.m.pos.cols, 1.5);
+        EXPECT_EQ(0, interpolate_metrics(c.m.pos, c.m.connect, c.m.neighbors, c.m.ancestors,
+                                         c.sizes, false, c.m.type))
+            << c.m.pos.cols;
+    }
+}
+
 TEST(InterpolateMetrics, WithoutAListAllNodesAreServed) {
     for (const adjacent_mesh& base : assorted_meshes()) {
         random_numbers random(4);

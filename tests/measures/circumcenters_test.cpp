@@ -56,6 +56,31 @@ TEST(Circumcenters, OfAnObtuseTriangleLiesOutside) {
     EXPECT_EQ(1, centers(2, 0));
 }
 
+TEST(Circumcenters, ScaleWithTheMesh) {
+    for (const unsigned rows : {2U, 3U}) {
+        const auto m = grid_T3(4, 3, rows);
+        const auto centers = centers_of(m.pos, m.connect);
+        for (const int power : {-100, -40, 30, 60, 100}) {
+            const double scale = std::ldexp(1.0, power);
+            auto pos = fresh_copy(m.pos);
+            for (double& x : pos) x *= scale;
+            const auto scaled = centers_of(pos, m.connect);
+            for (std::size_t e = 0; e < m.connect.cols; ++e)
+                for (std::size_t i = 0; i < rows; ++i)
+                    EXPECT_EQ(scale * centers(i, e), scaled(i, e)) << rows << ' ' << power;
+        }
+    }
+}
+
+TEST(Circumcenters, OfAnyNumberOfElements) {
+    for (std::size_t n = 1; n < 30; ++n) {
+        const auto triangle = equilateral_triangle();
+        dense2D<unsigned> connect(3, n);
+        for (std::size_t e = 0; e < n; ++e) std::copy_n(triangle.connect[0], 3, connect[e]);
+        EXPECT_EQ(n, centers_of(triangle.pos, connect).cols);
+    }
+}
+
 TEST(Circumcenters, TheOutputIsReplacedAndKeepsWhatOthersShareWithIt) {
     const auto m = grid_T3(3, 2);
     auto centers = framed(points({{1, 2, 3}, {4, 5, 6}}));

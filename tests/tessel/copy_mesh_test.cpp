@@ -25,6 +25,17 @@ TEST(CopyMesh, QuarterTurnsAreExact) {
     EXPECT_EQ(columns(cells({{0, 1}, {2, 3}, {4, 5}, {6, 7}})), columns(edges));
 }
 
+TEST(CopyMesh, OfAnyNumberOfNodesAndElements) {
+    for (unsigned n = 1; n < 30; ++n) {
+        dense2D<double> pos(2, n, 1.0);
+        dense2D<unsigned> source(1, n), copied;
+        for (unsigned k = 0; k < n; ++k) source(0, k) = k;
+        ASSERT_EQ(0, copy_mesh(pos, copied, {1, 2}, still, 0.0, 1, source));
+        EXPECT_EQ(2 * n, pos.cols);
+        EXPECT_EQ(n, copied.cols);
+    }
+}
+
 TEST(CopyMesh, CopyKIsTurnedAndMovedKTimes) {
     auto pos = points({{2, 0}});
     dense2D<unsigned> nodes;

@@ -31,6 +31,14 @@ TEST(LineNormals, TheEdgeIsTurnedLeft) {
               columns(normals_of(pos, cells({{1, 0}}), 1, true)));
 }
 
+TEST(LineNormals, OfAnyNumberOfNodes) {
+    for (unsigned n = 2; n < 30; ++n) {
+        dense2D<double> pos(2, n, 0.0);
+        for (unsigned k = 0; k < n; ++k) pos(0, k) = k;
+        EXPECT_EQ(n, normals_of(pos, cells({{0, n - 1}}), 1, true).cols);
+    }
+}
+
 TEST(LineNormals, AStripAlongThemHasCounterclockwiseCells) {
     random_numbers random(5);
     for (int k = 0; k < 50; ++k) {
