@@ -50,15 +50,23 @@ struct count_open_edges {
     void more(const Side&) const noexcept {}
 };
 
-template <class Shape>
+/// `Index` as in `filed_sides`. False: memory is exhausted.
+template <class Shape, class Index>
 bool find_open_edges(const dense2D<unsigned>& connect, std::size_t nodes,
                      std::size_t& open) noexcept {
-    filed_sides<Shape, std::uint64_t> sides;
+    filed_sides<Shape, Index> sides;
     if (!sides.file(connect, nodes)) return false;
     count_open_edges count{columns_of(connect), connect.rows};
     sides.visit_edges(nodes, count);
     open = count.open;
     return true;
+}
+template <class Shape>
+bool find_open_edges(const dense2D<unsigned>& connect, std::size_t nodes,
+                     std::size_t& open) noexcept {
+    constexpr std::size_t small = std::size_t{1} << 27;
+    return connect.cols < small ? find_open_edges<Shape, std::uint32_t>(connect, nodes, open)
+                                : find_open_edges<Shape, std::uint64_t>(connect, nodes, open);
 }
 
 } // namespace

@@ -16,35 +16,43 @@ class long_sum {
 public:
     static constexpr std::size_t count = 208; ///< digits
 
-    void add(double x, double y, double z, bool negative) noexcept {
-        const parts a(x);
-        const parts b(y);
-        const parts c(z);
+    /// A double as sign, integer of 53 bits, and power of two.
+    struct factor {
+        std::uint64_t whole;
+        unsigned exponent;
+        bool negative, finite;
+
+        explicit factor(double x) noexcept {
+            std::uint64_t bits;
+            std::memcpy(&bits, &x, sizeof bits);
+            negative = bits >> 63 != 0;
+            exponent = static_cast<unsigned>(bits >> 52 & 0x7FF);
+            finite = exponent != 0x7FF;
+            const std::uint64_t normal = exponent != 0; // 0: subnormal
+            whole = (bits & ((std::uint64_t{1} << 52) - 1)) | normal << 52;
+            exponent += exponent == 0;
+        }
+    };
+
+    /// Adds a product, or with `twice` 1 the double of it.
+    void add(const factor& a, const factor& b, const factor& c, bool negative,
+             unsigned twice) noexcept {
         finite_ = finite_ && a.finite && b.finite && c.finite;
         if (!finite_) return;
-        // The product by digits of 27 bits: two for each factor.
-        const std::uint64_t ab[3] = {a.low * b.low, a.low * b.high + a.high * b.low,
-                                     a.high * b.high};
-        const unsigned place = a.exponent + b.exponent + c.exponent - 3;
-        const bool minus = negative != (a.negative != (b.negative != c.negative));
-        for (unsigned i = 0; i < 3; ++i) {
-            // 55 bits in two halves, so that no product has more than 64.
-            const std::uint64_t lower = ab[i] & low_bits;
-            const std::uint64_t upper = ab[i] >> half;
-            add_at(lower * c.low, place + half * i, minus);
-            add_at(lower * c.high, place + half * (i + 1), minus);
-            add_at(upper * c.low, place + half * (i + 1), minus);
-            add_at(upper * c.high, place + half * (i + 2), minus);
-        }
-        if (++added_ == often) carry();
+        const words ab = product(a.whole, b.whole);
+        const words low = product(ab.low, c.whole);
+        words high = product(ab.high, c.whole);
+        high.low += low.high;
+        high.high += high.low < low.high; // 31 bits
+        add_at(low.low, high.low, high.high, a.exponent + b.exponent + c.exponent - 3 + twice,
+               negative != (a.negative != (b.negative != c.negative)));
     }
 
     /// Adds one finite number.
     void add(double x) noexcept {
-        const parts a(x);
-        const unsigned place = a.exponent + 2 * one_exponent - 3 + 2 * 52; // as of x * 1 * 1
-        add_at(a.high << half | a.low, place, a.negative);
-        if (++added_ == often) carry();
+        const factor a(x);
+        add_at(a.whole, 0, 0, a.exponent + 2 * one_exponent - 3 + 2 * 52, // as of x * 1 * 1
+               a.negative);
     }
 
     /// False: a factor was infinite or NaN.
@@ -84,8 +92,6 @@ public:
     }
 
 private:
-    static constexpr unsigned half = 27;
-    static constexpr std::uint64_t low_bits = (std::uint64_t{1} << half) - 1;
     // Digits behind the last bit of a product, for the division.
     static constexpr std::size_t spare = 3;
     static constexpr unsigned one_exponent = 1023; // that of 1.0
@@ -94,36 +100,36 @@ private:
     static constexpr long lowest_exponent = -3L * 1074 - 32 * static_cast<long>(spare);
     static constexpr long subnormal_place = -1074 - lowest_exponent;
 
-    struct parts {
+    struct words {
         std::uint64_t low, high;
-        unsigned exponent;
-        bool negative, finite;
-
-        explicit parts(double x) noexcept {
-            std::uint64_t bits;
-            std::memcpy(&bits, &x, sizeof bits);
-            negative = bits >> 63 != 0;
-            exponent = static_cast<unsigned>(bits >> 52 & 0x7FF);
-            finite = exponent != 0x7FF;
-            std::uint64_t whole = bits & ((std::uint64_t{1} << 52) - 1);
-            if (exponent != 0) whole |= std::uint64_t{1} << 52;
-            if (exponent == 0) exponent = 1; // subnormal
-            low = whole & low_bits;
-            high = whole >> half;
-        }
     };
+    static words product(std::uint64_t a, std::uint64_t b) noexcept {
+#if defined(__SIZEOF_INT128__)
+        __extension__ using wide = unsigned __int128;
+        const wide all = wide{a} * b;
+        return {static_cast<std::uint64_t>(all), static_cast<std::uint64_t>(all >> 64)};
+#else
+        const std::uint64_t a0 = a & 0xFFFFFFFF, a1 = a >> 32, b0 = b & 0xFFFFFFFF, b1 = b >> 32;
+        const std::uint64_t low = a0 * b0;
+        const std::uint64_t first = a1 * b0 + (low >> 32);
+        const std::uint64_t second = a0 * b1 + (first & 0xFFFFFFFF);
+        return {second << 32 | (low & 0xFFFFFFFF), a1 * b1 + (first >> 32) + (second >> 32)};
+#endif
+    }
 
-    void add_at(std::uint64_t value, unsigned place, bool minus) noexcept {
-        const std::size_t k = place / 32 + spare;
+    /// Adds an integer of three words, the highest of 31 bits, times 2^place.
+    void add_at(std::uint64_t low, std::uint64_t middle, std::uint64_t high, unsigned place,
+                bool minus) noexcept {
         const unsigned shift = place % 32;
-        const std::uint64_t low = (value & 0xFFFFFFFFu) << shift;
-        const std::uint64_t high = (value >> 32) << shift;
-        const std::uint64_t sum[3] = {low & 0xFFFFFFFFu, (low >> 32) + (high & 0xFFFFFFFFu),
-                                      high >> 32};
-        for (std::size_t i = 0; i < 3; ++i) {
-            const auto digit = static_cast<std::int64_t>(sum[i]);
-            digits_[k + i] += minus ? -digit : digit;
+        const std::uint64_t shifted[3] = {low << shift, middle << shift | low >> 1 >> (63 - shift),
+                                          high << shift | middle >> 1 >> (63 - shift)};
+        std::int64_t* const digits = digits_ + place / 32 + spare;
+        const std::int64_t sign = minus ? -1 : 0;
+        for (unsigned i = 0; i < 6; ++i) {
+            const std::uint64_t digit = shifted[i / 2] >> 32 * (i % 2) & 0xFFFFFFFF;
+            digits[i] += (static_cast<std::int64_t>(digit) ^ sign) - sign;
         }
+        if (++added_ == often) carry();
     }
     /// Brings all digits but the highest into 0 to 2^32 - 1.
     void carry() noexcept {

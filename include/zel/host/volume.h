@@ -29,7 +29,7 @@ namespace zel::host {
 ///
 /// A negative status leaves `result` as it was.
 ///
-/// Cost: proportional to elements and nodes; some tenths of a microsecond per element.
+/// Cost: proportional to elements and nodes; about a tenth of a microsecond per element.
 /// @snippet examples/volume.cpp volume
 ZEL_TESSEL2D_HOST_API int volume(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                                  double& result);
