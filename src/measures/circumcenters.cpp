@@ -22,28 +22,32 @@ struct lane_triangles {
 // mutation: speed only
 constexpr std::size_t fetched_groups = 16;
 
-/// Writes the centres of the first triangles, four by four; returns the first one that is left over.
-template <int Dim>
+/// Writes the centres of the first triangles, four by four; returns the first one that is left over. `Leading` is
+/// the leading dimension of nodes and centres where it is known at compile time, which spares a multiplication per
+/// node; 0 stands for those of the views.
+template <int Dim, std::size_t Leading>
 ZEL_FOUR_LANES std::size_t place_centers_by_four(const dense2D<double>& pos,
                                                  const dense2D<unsigned>& connect,
                                                  const columns<double>& out) noexcept {
     const points_view<Dim> points(pos);
     const auto cells = columns_of(connect);
     const std::size_t groups = connect.cols / lane_count;
+    const std::size_t ld = Leading == 0 ? out.ld : Leading;
     lane_triangles<Dim> fetched[fetched_groups];
     for (std::size_t first = 0; first < groups; first += fetched_groups) {
         const std::size_t count = std::min(fetched_groups, groups - first);
         for (std::size_t g = 0; g < count; ++g) {
             unsigned n[3][lane_count];
             read_triangles(cells, (first + g) * lane_count, n);
-            fetched[g] = {
-                {load_nodes(points, n[0]), load_nodes(points, n[1]), load_nodes(points, n[2])}};
+            fetched[g] = {{load_nodes<Dim, Leading>(points, n[0]),
+                           load_nodes<Dim, Leading>(points, n[1]),
+                           load_nodes<Dim, Leading>(points, n[2])}};
         }
+        double* to = out[first * lane_count];
         for (std::size_t g = 0; g < count; ++g) {
             const auto& p = fetched[g].p;
             const lane_vectors<Dim> centers(triangle_circumcircle(p[0], p[1], p[2]).center);
-            for (std::size_t lane = 0; lane < lane_count; ++lane)
-                centers.store(lane, out[(first + g) * lane_count + lane]);
+            for (std::size_t lane = 0; lane < lane_count; ++lane, to += ld) centers.store(lane, to);
         }
     }
     return groups * lane_count;
@@ -56,7 +60,12 @@ void place_centers(const dense2D<double>& pos, const dense2D<unsigned>& connect,
     const points_view<Dim> points(pos);
     const auto cells = columns_of(connect);
     std::size_t e = 0;
-    if (has_four_lanes()) e = place_centers_by_four<Dim>(pos, connect, out);
+    if (has_four_lanes()) {
+        const bool packed = pos.ld == Dim && out.ld == Dim;
+        const auto place_by_four =
+            packed ? place_centers_by_four<Dim, Dim> : place_centers_by_four<Dim, 0>;
+        e = place_by_four(pos, connect, out);
+    }
     for (; e < connect.cols; ++e) {
         const unsigned* const n = cells[e];
         const point<Dim> center = triangle_circumcircle<Dim>(points, n[0], n[1], n[2]).center;
