@@ -178,6 +178,21 @@ TEST(CheckIDs, FindsOneBadEntryAnywhereOnAProcessorThatTakesOneNumberAtATime) {
     expect_one_bad_entry_is_found_anywhere();
 }
 
+TEST(CheckIDs, FindsEachBadEntryOfListsThatBeginAnywhere) {
+    for (std::size_t begin = 0; begin < 9; ++begin)
+        for (const std::size_t count : {1U, 7U, 8U, 63U, 64U, 65U, 68U, 100U}) {
+            dense2D<unsigned> all(1, 120, 9U);
+            dense2D<unsigned> list = all.sub_matrix(0, begin, 1, count);
+            for (unsigned& id : list) id = 6;
+            ASSERT_TRUE(check_IDs(list, 7)) << begin << ' ' << count;
+            for (std::size_t i = 0; i < count; ++i) {
+                list(0, i) = 7;
+                EXPECT_FALSE(check_IDs(list, 7)) << begin << ' ' << count << ' ' << i;
+                list(0, i) = 6;
+            }
+        }
+}
+
 TEST(CheckIDs, LooksOnlyAtTheView) {
     const auto f = framed(cells({{0, 1, 2, no_node}, {2, 1, 0, 1}})); // surroundings are far beyond
     EXPECT_TRUE(check_IDs(f.view, zel::ELEMENT_FACE, 3));
