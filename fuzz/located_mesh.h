@@ -113,8 +113,9 @@ inline int located_status(const located_mesh& l, zel::element_type type) {
     if (l.pos.rows != 2) return -1;
     if (!suits(l.connect, type, l.pos.cols)) return -2;
     if (l.neighbors.rows != l.connect.rows || l.neighbors.cols != l.connect.cols) return -3;
-    for (const unsigned e : l.neighbors)
-        if (e >= l.connect.cols && e != no_node) return -3;
+    for (std::size_t e = 0; e < l.neighbors.cols; ++e)
+        for (std::size_t i = 0; i < l.neighbors.rows; ++i)
+            if (l.neighbors(i, e) >= l.connect.cols && l.neighbors(i, e) != no_node) return -3;
     return l.ancestors.size == l.pos.cols ? 0 : -4;
 }
 

@@ -11,7 +11,7 @@
 #include <cstring>
 
 /// Marks members that assert their range unless NDEBUG is defined: `v[i]` of lists, points and
-/// tensors, `m(i, j)`, `m[j]` and `sub_matrix`. Without NDEBUG they are always inlined, so that the
+/// tensors, `m(i, j)`, `m[j]`, `sub_matrix` and the end of a matrix. Without NDEBUG they are always inlined, so that the
 /// NDEBUG of each source file of a program decides about its checks, however the library was
 /// compiled.
 #if defined(NDEBUG) || !defined(__GNUC__)
@@ -271,9 +271,15 @@ public:
     }
     /// All elements in storage order; only for a contiguous matrix.
     T* begin() noexcept { return data(); }
-    T* end() noexcept { return data() + rows * cols; }
+    ZEL_TESSEL2D_CHECKED T* end() noexcept {
+        assert(ld == rows || cols <= 1 || rows == 0);
+        return data() + rows * cols;
+    }
     const T* begin() const noexcept { return data(); }
-    const T* end() const noexcept { return data() + rows * cols; }
+    ZEL_TESSEL2D_CHECKED const T* end() const noexcept {
+        assert(ld == rows || cols <= 1 || rows == 0);
+        return data() + rows * cols;
+    }
 
     void swap(dense2D& other) noexcept {
         std::swap(storage, other.storage);

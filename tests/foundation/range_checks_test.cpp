@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <utility>
 
 namespace {
 
@@ -71,6 +72,17 @@ TEST(RangeChecksDeathTest, BlocksOfAMatrixLieInside) {
     EXPECT_DEATH(m.sub_matrix(0, 5, 1, 0), "col0 <= cols");
     EXPECT_DEATH(m.sub_matrix(0, 1, 1, 4), "ncols <= cols - col0");
     EXPECT_DEATH(m.sub_matrix(1, 0, huge, 1), "nrows <= rows - row0"); // the sum would wrap around
+}
+
+TEST(RangeChecksDeathTest, OnlyAContiguousMatrixHasAnEnd) {
+    dense2D<double> m(3, 4, 0.0);
+    EXPECT_EQ(12, std::as_const(m).end() - std::as_const(m).begin());
+    EXPECT_EQ(3, m.sub_matrix(0, 1, 3, 1).end() - m[1]);
+    EXPECT_EQ(2, m.sub_matrix(1, 1, 2, 1).end() - (m[1] + 1)); // one column
+    EXPECT_EQ(m[1], m.sub_matrix(0, 1, 0, 2).end());           // no element
+    dense2D<double> rows = m.sub_matrix(1, 0, 2, 4);
+    EXPECT_DEATH(rows.end(), "ld == rows");
+    EXPECT_DEATH(std::as_const(rows).end(), "ld == rows");
 }
 
 TEST(RangeChecksDeathTest, PointsAndTensorsToo) {
