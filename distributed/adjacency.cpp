@@ -5,6 +5,7 @@
 
 #include "distributed/fields.h"
 
+#include "foundation/topology.h"
 #include "zel/host/adjacency.h"
 #include "zel/tessel2d/measures.h"
 
@@ -75,14 +76,29 @@ number count_shared_by_more(const tables& t) {
     return count;
 }
 
-// Lists that end early: the library has run out of memory, or has walked around the last node without coming round,
-// and then met elements twice.
-bool came_round(const dense1D<unsigned, 8>& starts, const dense1D<unsigned, 8>& elements) {
+// True if turning around a node ends at the border or at the element where it began, which all of the node's elements
+// on this rank decide.
+bool comes_round(const tables& t, unsigned node) {
+    const unsigned first = t.local.ancestors[node];
+    unsigned e = first;
+    for (std::size_t steps = 0; steps < t.wide.connect.cols; ++steps) {
+        const unsigned* const cell = t.wide.connect[e];
+        const unsigned corners = t.wide.connect.rows == 4 && cell[3] != no_node ? 4 : 3;
+        const unsigned at = tessel2d::local_node_index(node, cell, corners);
+        e = t.local.neighbors(tessel2d::turn_edge(at, corners), e);
+        if (e == no_node || e == first) return true;
+    }
+    return false;
+}
+
+// What became of the lists: the library ends with the one that it cannot make, be it that of the last node.
+int outcome_of(const tables& t, const dense1D<unsigned, 8>& starts) {
     const std::size_t lists = starts.size - 1;
-    if (lists == 0) return true;
-    list<unsigned> last(elements.begin() + starts[lists - 1], elements.begin() + starts[lists]);
-    std::sort(last.begin(), last.end());
-    return std::adjacent_find(last.begin(), last.end()) == last.end();
+    if (lists > 0 && t.local.ancestors[lists - 1] != no_node) {
+        if (!comes_round(t, static_cast<unsigned>(lists - 1))) return -1;
+        if (starts[lists - 1] == starts[lists]) return no_memory;
+    }
+    return lists == t.wide.pos.cols ? 0 : no_memory;
 }
 
 // A table of local element numbers in global ones.
@@ -145,8 +161,7 @@ int get_connected_elements(const partitioned_mesh& mesh, dense1D<number, 8>& sta
         const int failed = tessel2d::get_connected_elements(t.wide.connect, t.local.neighbors,
                                                             t.local.ancestors, local_starts, local);
         if (failed) return failed == no_memory ? no_memory : -1;
-        if (local_starts.size != t.wide.pos.cols + 1)
-            return came_round(local_starts, local) ? no_memory : -1;
+        if (const int ended = outcome_of(t, local_starts)) return ended;
         if (!fresh_elements.resize(local.size)) return no_memory;
         for (std::size_t k = 0; k < local.size; ++k)
             fresh_elements[k] = t.wide.element_numbers[local[k]];

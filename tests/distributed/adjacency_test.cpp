@@ -100,6 +100,26 @@ TEST(DistributedAdjacency, AnglesAndCentresAreThoseOfOneRank) {
     });
 }
 
+// On one rank the library has a list for the last node all the same.
+TEST(DistributedAdjacency, ALastNodeThatOneCannotTurnAroundIsRefusedToo) {
+    whole_mesh fan;
+    fan.name = "fan with one triangle turned over";
+    fan.pos = dense2D<double>(2, 4, 0.0);
+    fan.connect = dense2D<unsigned>(3, 3);
+    const unsigned cells[3][3] = {{3, 0, 1}, {3, 1, 2}, {3, 0, 2}};
+    for (std::size_t e = 0; e < 3; ++e) std::copy_n(cells[e], 3, fan.connect[e]);
+    dense1D<unsigned, 8> one_starts, one_elements;
+    EXPECT_TRUE(stars_of(fan, one_starts, one_elements));
+    for (const sharing& by : sharings()) {
+        SCOPED_TRACE(by.name);
+        const partitioned_mesh mesh = parts_of(fan, by);
+        dense1D<number, 8> starts(1, 7), elements(1, 7);
+        EXPECT_EQ(-1, get_connected_elements(mesh, starts, elements));
+        EXPECT_EQ(1U, starts.size);
+        EXPECT_EQ(1U, elements.size);
+    }
+}
+
 TEST(DistributedAdjacency, RefusesMeshesThatAreNotLinear) {
     partitioned_mesh none;
     distributed::adjacency beside;
