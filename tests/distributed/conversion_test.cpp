@@ -23,23 +23,6 @@ struct order {
 };
 constexpr order orders[] = {{1, 1, 0}, {1, 0, 0}, {1, 1, 1}, {2, 4, 1}, {3, 9, 3}, {2, 0, 3}};
 
-whole_mesh copy_of(const whole_mesh& mesh) {
-    whole_mesh out;
-    EXPECT_TRUE(out.pos.copy(mesh.pos));
-    EXPECT_TRUE(out.connect.copy(mesh.connect));
-    return out;
-}
-
-// This rank's run of a table that all ranks know: rank r has every column from r/n of it on.
-dense2D<number> run_of(const dense2D<unsigned>& table) {
-    const std::size_t r = static_cast<std::size_t>(rank()), n = static_cast<std::size_t>(ranks());
-    const std::size_t first = table.cols * r / n, last = table.cols * (r + 1) / n;
-    dense2D<number> run(last == first ? 0 : table.rows, last - first);
-    for (std::size_t j = 0; j < run.cols; ++j)
-        for (std::size_t i = 0; i < run.rows; ++i) run(i, j) = table(i, first + j);
-    return run;
-}
-
 // Some edges of a mesh get nodes of their own behind the present ones: each fifth side of an element, one in
 // three of them turned over, and the first once more, with other nodes and in the other direction.
 dense2D<unsigned> give_edges(whole_mesh& mesh, unsigned a) {

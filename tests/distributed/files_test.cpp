@@ -116,15 +116,6 @@ void write_alone(const whole_mesh& whole, const std::string& path) {
     MPI_Barrier(PETSC_COMM_WORLD);
 }
 
-// With matrices of its own.
-whole_mesh copy_of(const whole_mesh& mesh) {
-    whole_mesh copy{mesh.name, dense2D<double>(mesh.pos.rows, mesh.pos.cols),
-                    dense2D<unsigned>(mesh.connect.rows, mesh.connect.cols)};
-    std::copy(mesh.pos.begin(), mesh.pos.end(), copy.pos.begin());
-    std::copy(mesh.connect.begin(), mesh.connect.end(), copy.connect.begin());
-    return copy;
-}
-
 // The plain square as a file, whose bytes tests spoil.
 std::string small_file(const std::string& path) {
     const partitioned_mesh mesh = parts_of(meshes()[7], sharings()[1]);

@@ -38,12 +38,6 @@ struct bent_loop {
     }
 };
 
-dense2D<double> copy_of(const dense2D<double>& pos) {
-    dense2D<double> copy(pos.rows, pos.cols);
-    std::copy(pos.begin(), pos.end(), copy.begin());
-    return copy;
-}
-
 // Profiles: a chain, a closed loop, a star of edges that share a node, edges in any order; two nodes of no edge.
 struct line_mesh {
     dense2D<double> pos;

@@ -49,16 +49,6 @@ whole_mesh torn_apart(const whole_mesh& mesh, double jitter, unsigned seed) {
     return out;
 }
 
-whole_mesh copy_of(const whole_mesh& mesh) {
-    whole_mesh out;
-    out.name = mesh.name;
-    out.pos = dense2D<double>(mesh.pos.rows, mesh.pos.cols);
-    std::copy(mesh.pos.begin(), mesh.pos.end(), out.pos.begin());
-    out.connect = dense2D<unsigned>(mesh.connect.rows, mesh.connect.cols);
-    std::copy(mesh.connect.begin(), mesh.connect.end(), out.connect.begin());
-    return out;
-}
-
 void expect_as_on_one_rank(const whole_mesh& whole, double tolerance, number first_node = 0) {
     const whole_mesh fused = copy_of(whole);
     dense2D<unsigned> entries = fused.connect;

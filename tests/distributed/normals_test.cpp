@@ -18,13 +18,6 @@ bool in_space(const whole_mesh& mesh) {
     return mesh.pos.rows == 3 && mesh.connect.cols != 0;
 }
 
-whole_mesh copy_of(const whole_mesh& mesh) {
-    whole_mesh out;
-    EXPECT_TRUE(out.pos.copy(mesh.pos));
-    EXPECT_TRUE(out.connect.copy(mesh.connect));
-    return out;
-}
-
 void for_all_surfaces(const std::function<void(const whole_mesh&, partitioned_mesh&)>& body) {
     for_all_parts([&](const whole_mesh& whole, partitioned_mesh& mesh) {
         if (in_space(whole)) body(whole, mesh);

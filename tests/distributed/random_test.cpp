@@ -160,17 +160,6 @@ void expect_mesh(partitioned_mesh mesh, const dense2D<double>& pos,
     expect_whole(mesh, one_nan(pos), connect);
 }
 
-dense2D<unsigned> copy_of(const dense2D<unsigned>& table) {
-    dense2D<unsigned> out(table.rows, table.cols);
-    std::copy(table.begin(), table.end(), out.begin());
-    return out;
-}
-dense2D<double> copy_of(const dense2D<double>& table) {
-    dense2D<double> out(table.rows, table.cols);
-    std::copy(table.begin(), table.end(), out.begin());
-    return out;
-}
-
 /// Given edges of `a` inner nodes: sides of elements, pairs of any nodes, some of them twice. Every rank knows all and
 /// brings a run of them.
 dense2D<unsigned> draw_edges(dice& d, const whole_mesh& mesh, unsigned a) {
@@ -186,14 +175,6 @@ dense2D<unsigned> draw_edges(dice& d, const whole_mesh& mesh, unsigned a) {
         if (j > 0 && d.one_in(6)) std::copy_n(edges[j - 1], a + 2, edges[j]);
     }
     return edges;
-}
-
-dense2D<number> run_of(const dense2D<unsigned>& table) {
-    const auto r = static_cast<std::size_t>(rank()), n = static_cast<std::size_t>(ranks());
-    const std::size_t first = table.cols * r / n, last = table.cols * (r + 1) / n;
-    dense2D<number> run(last == first ? 0 : table.rows, last - first);
-    for (std::size_t j = 0; j < run.cols; ++j) std::copy_n(table[first + j], run.rows, run[j]);
-    return run;
 }
 
 void check_conversions(dice& d, const whole_mesh& whole, const partitioned_mesh& mesh) {
@@ -251,13 +232,6 @@ void check_cuts(dice& d, const whole_mesh& whole, const partitioned_mesh& mesh) 
     expect_mesh(over, whole.pos, turned);
 }
 
-dense2D<number> widened(const dense2D<unsigned>& table) {
-    dense2D<number> out(table.rows, table.cols);
-    std::transform(table.begin(), table.end(), out.begin(),
-                   [](unsigned e) { return e == no_node ? no_number : e; });
-    return out;
-}
-
 /// True if turning around each node ends at the border or where it began.
 bool all_come_round(const dense2D<unsigned>& connect, const host::adjacency& beside) {
     for (unsigned node = 0; node < beside.ancestors.size; ++node) {
@@ -286,16 +260,7 @@ void check_stars(const whole_mesh& whole, const partitioned_mesh& mesh,
     dense1D<number, 8> own_starts, own_elements;
     EXPECT_EQ(all_end ? 0 : -1, get_connected_elements(mesh, own_starts, own_elements));
     if (!all_end) return;
-    std::size_t slot = 0;
-    for (std::size_t k = 0; k < mesh.pos.cols; ++k) {
-        if (mesh.node_homes[k].rank != rank()) continue;
-        const number node = mesh.node_numbers[k];
-        EXPECT_TRUE(std::equal(
-            own_elements.begin() + own_starts[slot], own_elements.begin() + own_starts[slot + 1],
-            elements.begin() + starts[node], elements.begin() + starts[node + 1]))
-            << "star of node " << node;
-        ++slot;
-    }
+    expect_stars(mesh, own_starts, own_elements, starts, elements);
 }
 
 void check_neighbors(const whole_mesh& whole, const partitioned_mesh& mesh) {

@@ -250,6 +250,29 @@ const std::vector<sharing>& sharings() {
     return all;
 }
 
+whole_mesh copy_of(const whole_mesh& mesh) {
+    whole_mesh out;
+    out.name = mesh.name;
+    out.pos = copy_of(mesh.pos);
+    out.connect = copy_of(mesh.connect);
+    return out;
+}
+
+dense2D<number> widened(const dense2D<unsigned>& table) {
+    dense2D<number> out(table.rows, table.cols);
+    std::transform(table.begin(), table.end(), out.begin(),
+                   [](unsigned e) { return e == no_node ? no_number : e; });
+    return out;
+}
+
+dense2D<number> run_of(const dense2D<unsigned>& table) {
+    const auto r = static_cast<std::size_t>(rank()), n = static_cast<std::size_t>(ranks());
+    const std::size_t first = table.cols * r / n, last = table.cols * (r + 1) / n;
+    dense2D<number> run(last == first ? 0 : table.rows, last - first);
+    for (std::size_t j = 0; j < run.cols; ++j) std::copy_n(table[first + j], run.rows, run[j]);
+    return run;
+}
+
 partitioned_mesh parts_of(const whole_mesh& mesh, const sharing& by) {
     // Rank r gets a share of r + 1 of both, but rank 1 no nodes and rank 2 no elements.
     const auto share = [](std::size_t count, int without) {
@@ -338,6 +361,23 @@ void expect_whole(const partitioned_mesh& mesh, const dense2D<double>& pos,
                 local == no_node ? no_node : static_cast<unsigned>(mesh.node_numbers[local]);
         }
     expect_columns(global, mesh.element_numbers, connect);
+}
+
+void expect_stars(const partitioned_mesh& mesh, const dense1D<number, 8>& own_starts,
+                  const dense1D<number, 8>& own_elements, const dense1D<unsigned, 8>& starts,
+                  const dense1D<unsigned, 8>& elements) {
+    std::size_t slot = 0;
+    for (std::size_t k = 0; k < mesh.pos.cols; ++k) {
+        if (mesh.node_homes[k].rank != rank()) continue;
+        const number node = mesh.node_numbers[k];
+        ASSERT_LT(slot + 1, own_starts.size);
+        EXPECT_TRUE(std::equal(
+            own_elements.begin() + own_starts[slot], own_elements.begin() + own_starts[slot + 1],
+            elements.begin() + starts[node], elements.begin() + starts[node + 1]))
+            << "star of node " << node;
+        ++slot;
+    }
+    EXPECT_EQ(slot + 1, own_starts.size);
 }
 
 void fail_each_allocation_on_one_rank(const std::function<void()>& prepare,

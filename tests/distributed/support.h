@@ -33,6 +33,21 @@ struct whole_mesh {
 /// no element; with edges of three elements; a Moebius band; one element; none.
 const std::vector<whole_mesh>& meshes();
 
+/// A copy that shares no block.
+template <class T>
+dense2D<T> copy_of(const dense2D<T>& table) {
+    dense2D<T> out;
+    EXPECT_TRUE(out.copy(table));
+    return out;
+}
+whole_mesh copy_of(const whole_mesh& mesh);
+
+/// The same numbers in 64 bits; `no_number` for 0xFFFFFFFF.
+dense2D<number> widened(const dense2D<unsigned>& table);
+
+/// This rank's run of a table that all ranks know: rank r of n has every column from r/n of it on.
+dense2D<number> run_of(const dense2D<unsigned>& table);
+
 /// A way to share a mesh out.
 struct sharing {
     std::string name;
@@ -52,6 +67,11 @@ void expect_sound(const partitioned_mesh& mesh);
 /// Fails unless the parts together are this mesh, to the bit.
 void expect_whole(const partitioned_mesh& mesh, const dense2D<double>& pos,
                   const dense2D<unsigned>& connect);
+
+/// Fails on this rank unless the stars of its own nodes are those of the whole mesh.
+void expect_stars(const partitioned_mesh& mesh, const dense1D<number, 8>& own_starts,
+                  const dense1D<number, 8>& own_elements, const dense1D<unsigned, 8>& starts,
+                  const dense1D<unsigned, 8>& elements);
 
 /// Fails on this rank unless column k of `part` equals column `numbers[k]` of `whole`, to the bit.
 template <class T>
