@@ -174,10 +174,11 @@ private:
     }
     bool holds(const unsigned* cell, const point& p) const {
         const tessel2d::points_view<2> pos(mesh.pos);
+        constexpr unsigned beside[] = {no_node, no_node, no_node, no_node}; // whichever edge it is
         const auto test =
             corners(cell) == 3
-                ? tessel2d::exit_edge<tessel2d::triangle_cells>(pos, cell, p, tolerance, 0)
-                : tessel2d::exit_edge<tessel2d::quad_cells>(pos, cell, p, tolerance, 0);
+                ? tessel2d::exit_edge<tessel2d::triangle_cells>(pos, cell, beside, p, tolerance, 0)
+                : tessel2d::exit_edge<tessel2d::quad_cells>(pos, cell, beside, p, tolerance, 0);
         return test.where == tessel2d::side::inside;
     }
 
