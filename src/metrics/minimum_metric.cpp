@@ -19,6 +19,24 @@ bool is_finite(const tensor3& m) noexcept {
     return std::all_of(m.begin(), m.end(), [](double x) { return std::isfinite(x); });
 }
 
+/// Multiplies by a power of two. The product with the power itself is rounded as `ldexp` rounds, and is much faster
+/// for several numbers; it takes a power that is a normal number.
+class scaling {
+public:
+    explicit scaling(int power_of_two) noexcept
+        : exponent(power_of_two),
+          direct(-1022 <= exponent && exponent <= 1023),
+          power(direct ? std::ldexp(1.0, exponent) : 0) {}
+    double operator()(double x) const noexcept {
+        return direct ? x * power : std::ldexp(x, exponent);
+    }
+
+private:
+    int exponent;
+    bool direct;
+    double power;
+};
+
 /// A tensor as a power of two times a tensor with entries of about 1, so that no product overflows
 /// or underflows.
 struct scaled_tensor {
@@ -29,7 +47,8 @@ struct scaled_tensor {
         double largest = 0;
         for (const double x : m) largest = std::max(largest, std::fabs(x));
         exponent = std::ilogb(largest);
-        for (double& x : m) x = std::ldexp(x, -exponent);
+        const scaling down(-exponent);
+        for (double& x : m) x = down(x);
     }
     /// 1 for a sphere, towards 0 for a flat or a long ellipsoid, and not above 0 if the tensor is
     /// not positive definite.
@@ -47,12 +66,13 @@ bool intersect(const scaled_tensor& a, const scaled_tensor& b, tensor3& result) 
     if (!metric_reduction_3d(a.m, b.m, r)) return false;
     // The result is formed in units of this power of two.
     const int most = std::max(a.exponent, b.exponent);
+    const scaling from_a(a.exponent - most);
+    const scaling from_b(b.exponent - most);
     double mu[3];
-    for (int k = 0; k < 3; ++k)
-        mu[k] = std::max(std::ldexp(r.d0[k], a.exponent - most),
-                         std::ldexp(r.d1[k], b.exponent - most));
+    for (int k = 0; k < 3; ++k) mu[k] = std::max(from_a(r.d0[k]), from_b(r.d1[k]));
     tensor3 m = from_basis(r, mu);
-    for (double& x : m) x = std::ldexp(x, most);
+    const scaling up(most);
+    for (double& x : m) x = up(x);
     if (!is_finite(m)) return false;
     result = m;
     return true;
