@@ -47,7 +47,7 @@ constexpr element_order identity() {
 
 constexpr std::size_t kinds = 11;
 constexpr unsigned counts[kinds] = {3, 6, 7, 10, 15, 4, 8, 9, 12, 16, 25};
-constexpr unsigned triangle_kinds = 5;
+constexpr unsigned nodes_on_edge[kinds] = {0, 1, 1, 2, 3, 0, 1, 1, 2, 2, 3};
 
 constexpr element_order T6 = permutation({0, 1, 2, 5, 3, 4});
 constexpr element_order T7 = permutation({0, 1, 2, 5, 3, 4, 6});
@@ -74,13 +74,9 @@ const element_order& find(node_format format, nodal_element element) noexcept {
 
 /// The entry for the element that has `nodes` of which `edge_nodes` stand on each edge, or `none`.
 const element_order& find(node_format format, unsigned edge_nodes, std::size_t nodes) noexcept {
-    for (unsigned kind = 0; kind < kinds; ++kind) {
-        const unsigned corners = kind < triangle_kinds ? 3 : 4;
-        const unsigned outside = corners * (1 + edge_nodes);
-        const unsigned most_inside = corners == 3 ? 3 : edge_nodes * edge_nodes;
-        if (counts[kind] == nodes && nodes >= outside && nodes <= outside + most_inside)
+    for (unsigned kind = 0; kind < kinds; ++kind)
+        if (counts[kind] == nodes && nodes_on_edge[kind] == edge_nodes)
             return find(format, static_cast<nodal_element>(kind));
-    }
     return none;
 }
 

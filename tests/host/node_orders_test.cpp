@@ -151,6 +151,15 @@ TEST(ReorderTo, NodesOnEdgesDistinguishTrianglesFromQuadrilaterals) {
     EXPECT_EQ(-3, reorder_to(node_format::gmsh, 3, full));
 }
 
+TEST(ReorderTo, ElementsWithAnotherNumberOfNodesOnAnEdgeAreRefused) {
+    dense2D<unsigned> sixteen(16, 1, 7U); // three nodes on each edge and none inside
+    EXPECT_EQ(-3, reorder_to(node_format::vtk, 3, sixteen));
+    EXPECT_EQ(0, reorder_to(node_format::vtk, 2, sixteen));
+    dense2D<unsigned> six(6, 1, 7U);
+    EXPECT_EQ(-3, reorder_to(node_format::gmsh, 0, six));
+    EXPECT_EQ(0, reorder_to(node_format::gmsh, 1, six));
+}
+
 TEST(ReorderTo, ColumnsOfFillersAndHugeNumbersAreSafe) {
     auto connect = counted(9, {0});
     EXPECT_EQ(-3, reorder_to(node_format::vtk, 0, connect));

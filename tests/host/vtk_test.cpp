@@ -413,6 +413,44 @@ TEST(Vtk, WhatTheLibraryDoesNotHaveIsRefusedAndNothingChanges) {
     EXPECT_EQ(-1, from_vtk(orders, got.pos, got.connect, got.edge_nodes));
 }
 
+// VTK itself gives no nodes of any cell of such polygons.
+TEST(Vtk, PolygonsWithTooFewCornersAreRefused) {
+    polydata from;
+    const house m;
+    ASSERT_EQ(0, to_polydata(m.pos, m.connect, from));
+    const vtkIdType numbers[2] = {0, 1};
+    for (const vtkIdType n : {0, 1, 2}) {
+        SCOPED_TRACE(n);
+        vtkNew<vtkPolyData> few;
+        few->DeepCopy(from);
+        few->GetPolys()->InsertNextCell(n, numbers);
+        mesh got;
+        EXPECT_EQ(-1, from_vtk(few, got.pos, got.connect, got.edge_nodes));
+    }
+}
+
+TEST(Vtk, PolygonsThatAreMarkedAsDeletedArePassedOver) {
+    polydata from;
+    const house m;
+    ASSERT_EQ(0, to_polydata(m.pos, m.connect, from));
+    from->BuildCells();
+    from->DeleteCell(0);
+    EXPECT_EQ(m.connect.cols - 1, taken_from(from).connect.cols);
+}
+
+TEST(Vtk, DegreesThatDoNotReachAllCellsAreRefused) {
+    grid from;
+    const mesh m = raised(4, 2, 4);
+    ASSERT_EQ(0, to_grid(m.pos, m.connect, 2, from));
+    vtkNew<vtkDoubleArray> degrees;
+    degrees->SetNumberOfComponents(3);
+    from->GetCellData()->SetHigherOrderDegrees(degrees);
+    mesh got;
+    EXPECT_EQ(-1, from_vtk(from, got.pos, got.connect, got.edge_nodes));
+    for (int c = 0; c < from->GetNumberOfCells(); ++c) degrees->InsertNextTuple3(3, 3, 0);
+    EXPECT_EQ(0, from_vtk(from, got.pos, got.connect, got.edge_nodes));
+}
+
 TEST(Vtk, PointsInSinglePrecisionAreRead) {
     vtkNew<vtkPolyData> from;
     vtkNew<vtkPoints> points;
@@ -463,6 +501,18 @@ TEST(Vtk, NothingAtAllIsFine) {
     }
     vtkNew<vtkPolyData> without_points;
     EXPECT_TRUE(taken_from(without_points).pos.empty());
+}
+
+TEST(Vtk, ColumnsWithoutRowsAreNoNodesAndNoElements) {
+    polydata surface;
+    EXPECT_EQ(0, to_polydata(dense2D<double>(0, 4), dense2D<unsigned>(0, 3), surface));
+    EXPECT_EQ(0, surface->GetNumberOfPoints());
+    EXPECT_EQ(0, surface->GetNumberOfCells());
+    grid made;
+    EXPECT_EQ(0, to_grid(dense2D<double>(0, 4), dense2D<unsigned>(0, 3), 1, made));
+    EXPECT_EQ(0, made->GetNumberOfPoints());
+    EXPECT_EQ(0, made->GetNumberOfCells());
+    EXPECT_EQ(-2, to_grid(dense2D<double>(0, 4), house().connect, 0, made));
 }
 
 TEST(Vtk, CoordinatesThatAreNoNumbersPass) {

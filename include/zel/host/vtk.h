@@ -56,13 +56,19 @@ public:
     }
 };
 
+/// The columns of a matrix; without rows it has none.
+template <class T>
+std::size_t count_of(const dense2D<T>& m) {
+    return m.empty() ? 0 : m.cols;
+}
+
 /// A copy with `rows` rows, zero where the matrix has none.
 inline vtkSmartPointer<vtkDoubleArray> copied(const dense2D<double>& m, std::size_t rows) {
     auto result = vtkSmartPointer<vtkDoubleArray>::New();
     result->SetNumberOfComponents(static_cast<int>(rows));
-    result->SetNumberOfTuples(static_cast<vtkIdType>(m.cols));
+    result->SetNumberOfTuples(static_cast<vtkIdType>(count_of(m)));
     double* to = result->GetPointer(0);
-    for (std::size_t j = 0; j < m.cols; ++j, to += rows)
+    for (std::size_t j = 0; j < count_of(m); ++j, to += rows)
         std::fill(std::copy_n(m[j], std::min(m.rows, rows), to), to + rows, 0.0);
     return result;
 }
@@ -84,7 +90,7 @@ inline std::size_t nodes_in(const dense2D<unsigned>& connect, std::size_t e) {
 }
 
 inline bool names_only(const dense2D<unsigned>& connect, std::size_t nodes) {
-    for (std::size_t e = 0; e < connect.cols; ++e) {
+    for (std::size_t e = 0; e < count_of(connect); ++e) {
         const unsigned* const column = connect[e];
         const std::size_t n = nodes_in(connect, e);
         if (std::any_of(column, column + n, [nodes](unsigned a) { return a >= nodes; }))
@@ -96,16 +102,16 @@ inline bool names_only(const dense2D<unsigned>& connect, std::size_t nodes) {
 inline vtkSmartPointer<vtkCellArray> cells_of(const dense2D<unsigned>& connect) {
     vtkNew<vtkIdTypeArray> offsets;
     vtkNew<vtkIdTypeArray> numbers;
-    offsets->SetNumberOfValues(static_cast<vtkIdType>(connect.cols + 1));
+    offsets->SetNumberOfValues(static_cast<vtkIdType>(count_of(connect) + 1));
     vtkIdType count = 0;
-    for (std::size_t e = 0; e < connect.cols; ++e) {
+    for (std::size_t e = 0; e < count_of(connect); ++e) {
         offsets->SetValue(static_cast<vtkIdType>(e), count);
         count += static_cast<vtkIdType>(nodes_in(connect, e));
     }
-    offsets->SetValue(static_cast<vtkIdType>(connect.cols), count);
+    offsets->SetValue(static_cast<vtkIdType>(count_of(connect)), count);
     numbers->SetNumberOfValues(count);
     vtkIdType* to = numbers->GetPointer(0);
-    for (std::size_t e = 0; e < connect.cols; ++e)
+    for (std::size_t e = 0; e < count_of(connect); ++e)
         to = std::copy_n(connect[e], nodes_in(connect, e), to);
     auto result = vtkSmartPointer<vtkCellArray>::New();
     result->SetData(offsets, numbers);
@@ -181,7 +187,8 @@ inline cell_shape shape_of_type(int type, std::size_t nodes) {
 }
 
 /// The same, and unknown if the cell has not as many nodes as its type says.
-inline cell_shape shape_of(int type, std::size_t nodes) {
+inline cell_shape shape_of(int type, const vtkIdList& numbers) {
+    const auto nodes = static_cast<std::size_t>(numbers.GetNumberOfIds());
     const cell_shape shape = shape_of_type(type, nodes);
     return shape.elements == 1 && shape.nodes != nodes ? cell_shape{} : shape;
 }
@@ -194,26 +201,55 @@ struct census {
     unsigned edge_nodes = 0;
 };
 
-/// Calls use(cell, its shape, its nodes) for each cell of the mesh, in the order of its cell data.
+/// `for_each_cell` of polygons, strips, lines and points, array by array: VTK itself has no nodes for any cell if one of
+/// them has too few for its kind. Cells that are marked as deleted are empty.
+template <class Use>
+void for_each_polygon(vtkPolyData* mesh, Use use) {
+    const std::pair<vtkCellArray*, int> kinds[] = {{mesh->GetVerts(), VTK_POLY_VERTEX},
+                                                   {mesh->GetLines(), VTK_POLY_LINE},
+                                                   {mesh->GetPolys(), VTK_POLYGON},
+                                                   {mesh->GetStrips(), VTK_TRIANGLE_STRIP}};
+    const bool marked = !mesh->NeedToBuildCells();
+    vtkNew<vtkIdList> nodes;
+    vtkIdType c = 0;
+    for (const auto& [cells, kind] : kinds) {
+        for (vtkIdType i = 0; i < cells->GetNumberOfCells(); ++i, ++c) {
+            cells->GetCellAtId(i, nodes);
+            const bool deleted = marked && mesh->GetCellType(c) == VTK_EMPTY_CELL;
+            use(c, deleted ? VTK_EMPTY_CELL : kind, *nodes);
+        }
+    }
+}
+
+/// Calls use(cell, its type, its nodes) for each cell of the mesh, in the order of its cell data.
 template <class Use>
 void for_each_cell(vtkPointSet* mesh, Use use) {
+    if (auto* const polygons = vtkPolyData::SafeDownCast(mesh)) {
+        for_each_polygon(polygons, use);
+        return;
+    }
     vtkNew<vtkIdList> nodes;
     for (vtkIdType c = 0; c < mesh->GetNumberOfCells(); ++c) {
         mesh->GetCellPoints(c, nodes);
-        const auto count = static_cast<std::size_t>(nodes->GetNumberOfIds());
-        use(c, shape_of(mesh->GetCellType(c), count), *nodes);
+        use(c, mesh->GetCellType(c), *nodes);
     }
+}
+
+/// Returns true if a table of degrees has the same degree for both directions of a cell.
+inline bool is_square(vtkDataArray& degrees, vtkIdType cell) {
+    return cell < degrees.GetNumberOfTuples() && degrees.GetNumberOfComponents() > 1 &&
+           degrees.GetComponent(cell, 0) == degrees.GetComponent(cell, 1);
 }
 
 inline census census_of(vtkPointSet* mesh) {
     census found;
     vtkDataArray* const degrees = mesh->GetCellData()->GetHigherOrderDegrees();
-    for_each_cell(mesh, [&](vtkIdType c, const cell_shape& shape, vtkIdList& nodes) {
+    for_each_cell(mesh, [&](vtkIdType c, int type, vtkIdList& nodes) {
+        const cell_shape shape = shape_of(type, nodes);
         if (!shape.known) found.usable = false;
         if (shape.elements == 0) return;
         if (found.elements != 0 && shape.edge_nodes != found.edge_nodes) found.usable = false;
-        if (mesh->GetCellType(c) == VTK_LAGRANGE_QUADRILATERAL && degrees &&
-            degrees->GetComponent(c, 0) != degrees->GetComponent(c, 1))
+        if (type == VTK_LAGRANGE_QUADRILATERAL && degrees && !is_square(*degrees, c))
             found.usable = false;
         for (vtkIdType k = 0; k < nodes.GetNumberOfIds(); ++k)
             if (nodes.GetId(k) < 0 || nodes.GetId(k) >= mesh->GetNumberOfPoints())
@@ -226,8 +262,10 @@ inline census census_of(vtkPointSet* mesh) {
 }
 
 /// Writes the elements of one cell from `column` on. Every second triangle of a strip runs the other way.
-inline void take_cell(int type, const cell_shape& shape, vtkIdList& nodes,
-                      dense2D<unsigned>& connect, std::size_t column) {
+/// Returns the column behind them.
+inline std::size_t take_cell(int type, vtkIdList& nodes, dense2D<unsigned>& connect,
+                             std::size_t column) {
+    const cell_shape shape = shape_of(type, nodes);
     for (std::size_t e = 0; e < shape.elements; ++e) {
         unsigned* const to = connect[column + e];
         for (std::size_t k = 0; k < shape.nodes; ++k)
@@ -235,6 +273,7 @@ inline void take_cell(int type, const cell_shape& shape, vtkIdList& nodes,
         if (e % 2 == 1) std::swap(to[1], to[2]);
         if (type == VTK_PIXEL) std::swap(to[2], to[3]);
     }
+    return column + shape.elements;
 }
 
 inline vtkDataSetAttributes* attributes_of(vtkPointSet* mesh, bool at_cells) {
@@ -255,8 +294,9 @@ inline void take_field(vtkPointSet* mesh, vtkDataArray* from, bool at_cells,
             take_tuple(from, static_cast<vtkIdType>(column), values[column]);
         return;
     }
-    for_each_cell(mesh, [&](vtkIdType c, const cell_shape& shape, vtkIdList&) {
-        for (std::size_t e = 0; e < shape.elements; ++e) take_tuple(from, c, values[column++]);
+    for_each_cell(mesh, [&](vtkIdType c, int type, const vtkIdList& nodes) {
+        for (std::size_t e = shape_of(type, nodes).elements; e > 0; --e)
+            take_tuple(from, c, values[column++]);
     });
 }
 
@@ -287,9 +327,9 @@ inline int to_polydata(const dense2D<double>& pos, const dense2D<unsigned>& conn
                        vtkSmartPointer<vtkPolyData>& mesh) {
     if (!pos.empty() && pos.rows != 2 && pos.rows != 3) return -1;
     if (!connect.empty() && connect.rows != 3 && connect.rows != 4) return -2;
-    for (std::size_t e = 0; e < connect.cols; ++e)
+    for (std::size_t e = 0; e < vtk_detail::count_of(connect); ++e)
         if (vtk_detail::nodes_in(connect, e) < 3) return -2;
-    if (!vtk_detail::names_only(connect, pos.cols)) return -2;
+    if (!vtk_detail::names_only(connect, vtk_detail::count_of(pos))) return -2;
     try {
         auto made = vtkSmartPointer<vtkPolyData>::New();
         made->SetPoints(vtk_detail::points_of(pos));
@@ -306,7 +346,7 @@ inline int to_polydata(const dense2D<double>& pos, const dense2D<unsigned>& conn
 ///
 /// @param pos      coordinates, shared or copied as by `to_polydata`.
 /// @param connect  one element per column in the library's order of nodes; a column ends before its first
-///                 0xFFFFFFFF. Copied.
+///                 0xFFFFFFFF. May be empty. Copied.
 /// @param edge_nodes  nodes on an edge, 0 to 3: the `a` of `convert_into_high_order`.
 /// @param[out] mesh  a new object. T10, Q16 and Q25 become Lagrange cells.
 ///
@@ -327,13 +367,14 @@ inline int to_grid(const dense2D<double>& pos, const dense2D<unsigned>& connect,
     if (edge_nodes > 3) return -3;
     dense2D<unsigned> ordered;
     if (!ordered.copy(connect)) return -199;
-    if (!vtk_detail::names_only(ordered, pos.cols) ||
-        reorder_to(node_format::vtk, edge_nodes, ordered) != 0)
+    if (!vtk_detail::names_only(ordered, vtk_detail::count_of(pos)) ||
+        (!ordered.empty() && reorder_to(node_format::vtk, edge_nodes, ordered) != 0))
         return -2;
     try {
+        const std::size_t elements = vtk_detail::count_of(ordered);
         vtkNew<vtkUnsignedCharArray> types;
-        types->SetNumberOfValues(static_cast<vtkIdType>(ordered.cols));
-        for (std::size_t e = 0; e < ordered.cols; ++e) {
+        types->SetNumberOfValues(static_cast<vtkIdType>(elements));
+        for (std::size_t e = 0; e < elements; ++e) {
             const int type = vtk_detail::type_of(edge_nodes, vtk_detail::nodes_in(ordered, e));
             types->SetValue(static_cast<vtkIdType>(e), static_cast<unsigned char>(type));
         }
@@ -415,11 +456,9 @@ inline int from_vtk(vtkPointSet* mesh, dense2D<double>& pos, dense2D<unsigned>& 
         for (std::size_t j = 0; j < nodes; ++j)
             mesh->GetPoint(static_cast<vtkIdType>(j), points[j]);
         std::size_t column = 0;
-        vtk_detail::for_each_cell(
-            mesh, [&](vtkIdType c, const vtk_detail::cell_shape& shape, vtkIdList& numbers) {
-                vtk_detail::take_cell(mesh->GetCellType(c), shape, numbers, elements, column);
-                column += shape.elements;
-            });
+        vtk_detail::for_each_cell(mesh, [&](vtkIdType, int type, vtkIdList& numbers) {
+            column = vtk_detail::take_cell(type, numbers, elements, column);
+        });
         if (reorder_from(node_format::vtk, found.edge_nodes, elements) != 0) return -1;
         pos = points;
         connect = elements;
@@ -457,8 +496,9 @@ inline int get_field(vtkPointSet* mesh, const std::string& name, dense2D<double>
         auto columns = static_cast<std::size_t>(wanted);
         if (at_cells) {
             columns = 0;
-            vtk_detail::for_each_cell(mesh, [&](vtkIdType, const vtk_detail::cell_shape& shape,
-                                                vtkIdList&) { columns += shape.elements; });
+            vtk_detail::for_each_cell(mesh, [&](vtkIdType, int type, const vtkIdList& nodes) {
+                columns += vtk_detail::shape_of(type, nodes).elements;
+            });
         }
         dense2D<double> taken;
         if (!taken.resize(static_cast<std::size_t>(from->GetNumberOfComponents()), columns))
