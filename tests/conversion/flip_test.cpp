@@ -70,6 +70,11 @@ struct kind_case {
     std::vector<unsigned> turned; // of the column 0, 1, 2, ...
 };
 
+/// GoogleTest would print all bytes, also those between the members, which nobody has written.
+void PrintTo(const kind_case& c, std::ostream* out) {
+    *out << "kind " << static_cast<int>(c.kind);
+}
+
 class FlipKind : public testing::TestWithParam<kind_case> {};
 
 TEST_P(FlipKind, ExchangesTheRowsOfTheKind) {

@@ -49,7 +49,8 @@ sphere sphere_T3(unsigned n, int pattern, point3 center = origin, double radius 
 }
 
 double distance_to_center(const dense2D<double>& pos, std::size_t i, point3 c) {
-    return std::hypot(pos(0, i) - c[0], pos(1, i) - c[1], pos(2, i) - c[2]);
+    // Of two at a time: that of three overflows in some libraries.
+    return std::hypot(std::hypot(pos(0, i) - c[0], pos(1, i) - c[1]), pos(2, i) - c[2]);
 }
 
 /// Six times the volume between an element and the centre, positive if it is turned outward.

@@ -122,7 +122,8 @@ inline std::vector<space_point> sorted_points(const dense2D<double>& pos) {
 }
 
 inline double distance(const space_point& a, const space_point& b) {
-    return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
+    // Of two at a time: that of three overflows in some libraries.
+    return std::hypot(std::hypot(a[0] - b[0], a[1] - b[1]), a[2] - b[2]);
 }
 
 /// Distance from p to the nearest of the sorted points, or `limit` if none is nearer.

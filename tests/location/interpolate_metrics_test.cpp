@@ -8,6 +8,7 @@
 #include "support/tensors.h"
 #include "zel/tessel2d/metrics.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -270,10 +271,10 @@ TEST(InterpolateMetrics, WithoutAListAnyNumberOfNodesIsServed) {
     const adjacent_mesh base = assorted_meshes().front();
     for (std::size_t n = 0; n < 14; ++n) {
         carried c(base, std::vector<place>(n, place{0.3, 0.4}));
-        c.sizes = dense1D<double, 8>(c.m.pos.cols, 1.5);
+        std::fill_n(c.sizes.begin(), base.pos.cols, 1.5);
         EXPECT_EQ(0, interpolate_metrics(c.m.pos, c.m.connect, c.m.neighbors, c.m.ancestors,
-                                         c.sizes, false, c.m.type))
-            << c.m.pos.cols;
+                                         c.sizes, false, c.m.type));
+        for (const double h : c.sizes) EXPECT_NEAR(1.5, h, 1e-15) << c.m.pos.cols;
     }
 }
 

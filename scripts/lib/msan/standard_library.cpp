@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// std::to_string of libc++ once more, to be compiled for the sanitizer: what the compiled one writes counts as
-// unwritten wherever the string goes.
+// What the compiled part of libc++ writes counts as unwritten wherever it goes. So std::to_string once more, to be
+// compiled for the sanitizer; and names of types stay as the compiler writes them.
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -14,6 +15,12 @@ std::string printed(const char* format, Number x) {
 }
 
 } // namespace
+
+extern "C" char* __cxa_demangle(const char*, char*, std::size_t*, int* status);
+extern "C" char* __cxa_demangle(const char*, char*, std::size_t*, int* status) {
+    *status = -1;
+    return nullptr;
+}
 
 _LIBCPP_BEGIN_NAMESPACE_STD
 
