@@ -7,6 +7,10 @@
 #include "support/lanes.h"
 #include "support/meshes.h"
 
+#include <ostream>
+#include <string>
+#include <vector>
+
 namespace {
 
 using namespace zel_test;
@@ -72,7 +76,7 @@ struct kind_case {
 
 /// GoogleTest would print all bytes, also those between the members, which nobody has written.
 void PrintTo(const kind_case& c, std::ostream* out) {
-    *out << "kind " << static_cast<int>(c.kind);
+    *out << "kind " + std::to_string(static_cast<int>(c.kind));
 }
 
 class FlipKind : public testing::TestWithParam<kind_case> {};
