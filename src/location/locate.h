@@ -214,11 +214,11 @@ struct met_elements {
 
     unsigned list[listed];
     std::size_t count = 0;
-    hbuckets<unsigned> table;
+    std::optional<hbuckets<unsigned>> table; ///< of the others
 
     void clear() noexcept {
-        if (count == listed) table.initialise(23, 23, 1.0);
         count = 0;
+        if (table && table->item_count != 0) table->initialise(23, 23, 1.0);
     }
     /// Returns false if the element is in the set already, or memory is exhausted.
     bool insert(unsigned element) noexcept {
@@ -227,9 +227,10 @@ struct met_elements {
             list[count++] = element;
             return true;
         }
-        const std::uint64_t before = table.item_count;
-        table.insert(element);
-        return table.item_count > before;
+        if (!table) table.emplace();
+        const std::uint64_t before = table->item_count;
+        table->insert(element);
+        return table->item_count > before;
     }
 };
 

@@ -397,6 +397,25 @@ TEST(ListStar, ListsTheTrianglesOfAnInteriorNodeAndIsClosed) {
     EXPECT_TRUE(closed);
 }
 
+TEST(ListStar, ListsEachElementOfALongStarOnce) {
+    for (const unsigned count : {15U, 16U, 17U, 18U, 100U}) {
+        mesh g{dense2D<double>(2, count + 1, 0.0), {}};
+        for (unsigned k = 0; k < count; ++k) {
+            const unsigned t[3] = {0, k + 1, (k + 1) % count + 1};
+            zel::push_back_column3(t, g.connect);
+        }
+        const adjacent_mesh fan("fan", zel::ELEMENT_T3, g);
+        node_star star;
+        for (unsigned first = 0; first < 3; ++first) { // the lists of an earlier star do not stay
+            ASSERT_EQ(0, list_star<triangle_cells>(view_of(fan), 0, first, star));
+            EXPECT_TRUE(star.closed);
+            ASSERT_EQ(count, star.elements.size);
+            for (unsigned k = 0; k < count; ++k)
+                EXPECT_EQ((first + k) % count, star.elements[k]) << count;
+        }
+    }
+}
+
 TEST(ListStar, AtTheBoundaryBothSidesAreListedAndItIsOpen) {
     bool closed = true;
     EXPECT_THAT(star_of<triangle_cells>(hexagon(), 3, 1, 0, &closed), ElementsAre(1, 2));
