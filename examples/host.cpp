@@ -34,7 +34,7 @@ int main() {
     loop[k] = loop[0];
 
     // Fill it: interior nodes go behind those of the outline, elements into `triangles`. A negative
-    // status names the argument that is unusable.
+    // status stands for a sentence in the header, which `explain` of the host tools gives.
     dense2D<unsigned> triangles;
     int status = tessel2d::mesh_struct_T3(pos, loop, n, 2, triangles);
     if (status < 0) {

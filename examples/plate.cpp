@@ -26,8 +26,8 @@ int main() {
              tessel2d::mesh_struct_Q4(pos, loop, 8, quads) == 0;
     }
     //! [write]
-    host::adjacency
-        adj; // the patches are joined where they meet: no edge has more than two elements
+    // The patches are joined where they meet: no edge has more than two elements.
+    host::adjacency adj;
     vtkSmartPointer<vtkUnstructuredGrid> out;
     ok = ok && tessel::merge(pos, quads, 1e-9, 0) == 0 && tessel::simplify(pos, quads, 0) == 0 &&
          host::build_adjacency(quads, pos.cols, adj) == 0 && host::to_grid(pos, quads, 0, out) == 0;

@@ -3,6 +3,7 @@
 #include "zel/host/messages.h"
 
 #include <climits>
+#include <initializer_list>
 
 namespace zel::host {
 namespace {
@@ -39,6 +40,14 @@ bool take(const char*& text, const char* words) noexcept {
     return true;
 }
 
+/// Skips the namespaces that the table leaves out.
+const char* without_namespace(const char* function) noexcept {
+    take(function, "zel::");
+    for (const char* inner : {"tessel2d::", "host::", "tessel::"})
+        if (take(function, inner)) break;
+    return function;
+}
+
 /// Whether `function` is the name of the row with its parameters, or without for rows that have none.
 bool names(const row& r, const char* function) noexcept {
     if (!take(function, r.name)) return false;
@@ -52,8 +61,9 @@ bool names(const row& r, const char* function) noexcept {
 const char* explain(const char* function, int status) noexcept {
     bool known = false;
     const char* count = nullptr;
+    const char* const name = without_namespace(function ? function : "");
     for (const row& r : table) {
-        if (!function || !names(r, function)) continue;
+        if (!names(r, name)) continue;
         known = true;
         if (r.status == status && status != any_count) return r.sentence;
         if (r.status == any_count && status >= 0) count = r.sentence;

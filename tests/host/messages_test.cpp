@@ -51,6 +51,21 @@ TEST(Explain, HostToolsAndServices) {
     EXPECT_STREQ("There is no such function.", explain("carry", -2));
 }
 
+TEST(Explain, NamesWithTheirNamespaces) {
+    const char* const line = "`node0` does not exist.";
+    EXPECT_STREQ(line, explain("tessel1d::mesh_straight", -2));
+    EXPECT_STREQ(line, explain("zel::tessel1d::mesh_straight", -2));
+    EXPECT_STREQ("`pos` does not have 2 rows.", explain("tessel1d::normals", -1));
+    EXPECT_STREQ(explain("area", -1), explain("tessel2d::area", -1));
+    EXPECT_STREQ(explain("area", -1), explain("zel::tessel2d::area(pos, connect, result)", -1));
+    EXPECT_STREQ(explain("arc", -2), explain("host::arc", -2));
+    EXPECT_STREQ(explain("merge", -1), explain("zel::tessel::merge", -1));
+    EXPECT_STREQ(explain("locator::carry", -2), explain("zel::host::locator::carry", -2));
+    for (const char* function :
+         {"mesh_straight", "elsewhere::area", "host::tessel2d::area", "zel::"})
+        EXPECT_STREQ("There is no such function.", explain(function, -2)) << function;
+}
+
 TEST(Explain, BridgeToVtk) {
     EXPECT_STREQ("`edge_nodes` is above 3.", explain("to_grid", -3));
     EXPECT_STREQ("`mesh` is null.", explain("add_field(mesh, name, values, at_cells)", -1));

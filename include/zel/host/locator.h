@@ -8,14 +8,14 @@
 
 namespace zel::host {
 
-/// Where a point lies, as a batch of `locator::locate` says.
+/// Where a point lies, as a batch of `locator::locate` says: `places[j] == unsigned(place::inside)`.
 enum class place : unsigned {
     inside,  ///< in the element that is named
     outside, ///< in none that the search found
     degenerate ///< the search came to an element whose area is not positive and finite, and ended there
 };
 
-/// How a point is served by `locator::transfer`.
+/// How a point is served by `locator::transfer`: `table.states[j] == unsigned(source::nearest)`.
 enum class source : unsigned {
     inside,  ///< by the element that holds it
     nearest, ///< by the nearest node of the mesh
@@ -60,7 +60,8 @@ public:
     ///
     /// @param pos      2 x N coordinates.
     /// @param connect  3 x E triangles, or 4 x E quadrilaterals and triangles, these with 0xFFFFFFFF in
-    ///                 row 3; or empty. Elements are counterclockwise.
+    ///                 row 3; or empty. Elements are counterclockwise: `tessel2d::flip` turns a mesh over that
+    ///                 has a negative `tessel2d::area`.
     ///
     /// @retval 0     done.
     /// @retval -1    `pos` does not have 2 rows, or more columns than 32-bit numbers can tell apart.
@@ -132,7 +133,8 @@ public:
 
     /// Finds out from where points are served when fields of the mesh are carried onto them, as
     /// `tessel2d::interpolate` does: by the element that holds them to its tolerance of 1e-6, else by the
-    /// nearest node of the mesh that an element has, if they lie within the box of these nodes.
+    /// nearest node of the mesh that an element has, if they lie within the box of these nodes. So is a point
+    /// there for which the search came to a degenerate element.
     ///
     /// @param points      2 x n coordinates.
     /// @param[out] table  what `carry` needs, in memory of its own.

@@ -10,9 +10,9 @@ namespace zel::host {
 /// argument, so a message is not to be derived from the number.
 ///
 /// @param function  the name of a function of `zel::tessel2d`, `zel::host`, also of `zel/host/vtk.h`,
-///                  or `zel/tessel.h`, such as "area"; members of a class have its name in front,
-///                  "locator::build", and functions of `zel::distributed` that of their namespace,
-///                  "distributed::merge". Where overloads say different things of a status, the answer has them
+///                  or `zel::tessel`, such as "area" or "tessel2d::area"; members of a class have its name in
+///                  front, "locator::build", and functions of `zel::tessel1d` and `zel::distributed` that of
+///                  their namespace, "tessel1d::mesh_straight". Where overloads say different things of a status, the answer has them
 ///                  all, each with the parameters of its overload. The names of the parameters, as the header
 ///                  has them, choose one overload: "normals(pos, connect, N)". Blanks do not matter.
 /// @param status    what the function has returned.

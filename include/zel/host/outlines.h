@@ -4,7 +4,8 @@
 #include "zel/dense.h"
 #include "zel/host/export.h"
 
-/// Outlines for generators and order conversion, and meshes put together.
+/// Outlines for generators and order conversion, and meshes put together. Straight lines of nodes come
+/// from `tessel1d::mesh_straight`.
 namespace zel::host {
 
 /// Divides the arc between two nodes into n cells of equal angle, counterclockwise around a centre.
@@ -74,6 +75,10 @@ ZEL_TESSEL2D_HOST_API int patch_loop(const dense1D<unsigned, 8>& bottom,
 /// @param[in,out] edges   grows by one column per edge, of a + 2 rows: its two corners and its nodes between,
 ///              in the direction in which these numbers go up. This is the argument `edges` of
 ///              `convert_into_high_order` and, with a = 1, of `convert_into_quadratic`.
+///
+/// Until the elements have been raised, no element uses the nodes between corners. Where patches are joined
+/// before that, give both tables to `tessel::merge(pos, connect, edges, ...)` and `tessel::simplify(pos,
+/// connect, edges, ...)`: else these nodes are removed, and the numbers in `edges` are stale.
 ///
 /// @retval 0     done.
 /// @retval -1    `line` does not consist of whole edges, or nodes between two corners are not numbered

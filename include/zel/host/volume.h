@@ -9,6 +9,11 @@ namespace zel::host {
 /// Measures the signed volume that a closed surface encloses, so that a host can turn the surface outward:
 /// positive if the elements run counterclockwise seen from outside (`tessel2d::flip` turns them all).
 ///
+/// Elements have to run alike: `tessel2d::mesh_reorient` makes them. Of a surface of several components the
+/// result is the sum, in which one that is inside out counts negative, as the wall of a cavity is meant to.
+/// To turn each of them outward, measure them one by one, as
+/// the second example does.
+///
 /// A triangle counts as it is, a quadrilateral as the bilinear surface through its corners. The result is the
 /// double next to the exact value for the given coordinates, so its sign is right however thin the body is, and
 /// it does not depend on the order of the elements or on where the surface lies.
@@ -31,6 +36,7 @@ namespace zel::host {
 ///
 /// Cost: proportional to elements and nodes; about a tenth of a microsecond per element.
 /// @snippet examples/volume.cpp volume
+/// @snippet examples/volume.cpp each_component
 ZEL_TESSEL2D_HOST_API int volume(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                                  double& result);
 
