@@ -116,12 +116,8 @@ vtkSmartPointer<Mesh> written_and_read(const vtkSmartPointer<Mesh>& sent,
 
 TEST(Vtk, ThreeRowsAreSharedAndWritesGoBothWays) {
     house h;
-    //! [polydata]
     vtkSmartPointer<vtkPolyData> polygons;
-    int status =
-        zel::host::to_polydata(h.pos, h.connect, polygons); // the points are those of h.pos
-    //! [polydata]
-    ASSERT_EQ(0, status);
+    ASSERT_EQ(0, zel::host::to_polydata(h.pos, h.connect, polygons));
     EXPECT_EQ(h.pos.data(), polygons->GetPoints()->GetVoidPointer(0));
     h.pos(0, 2) = 7;
     EXPECT_EQ(7, polygons->GetPoint(2)[0]);
@@ -313,23 +309,19 @@ TEST(Vtk, FieldsOfNodesAndCellsComeBackThroughFiles) {
     ASSERT_EQ(0, to_grid(h.pos, h.connect, 0, cells));
     dense2D<double> heat(1, 5, 1. / 3);
     dense2D<double> gap(4, 2, tiny);
-    //! [fields]
     int at_nodes = zel::host::add_field(cells, "heat", heat);
     int at_cells = zel::host::add_field(cells, "flow", gap.sub_matrix(0, 0, 2, 2), true);
-    //! [fields]
     EXPECT_EQ(0, at_nodes);
     EXPECT_EQ(0, at_cells);
     EXPECT_EQ(heat.data(), cells->GetPointData()->GetArray("heat")->GetVoidPointer(0));
     const grid from =
         written_and_read<vtkXMLUnstructuredGridReader, vtkXMLUnstructuredGridWriter>(cells, ".vtu");
-    //! [read]
     dense2D<double> pos;
     dense2D<unsigned> connect;
     dense2D<double> field;
     unsigned edge_nodes = 0;
     int mesh_status = zel::host::from_vtk(from, pos, connect, edge_nodes);
     int field_status = zel::host::get_field(from, "heat", field);
-    //! [read]
     EXPECT_EQ(0, mesh_status);
     EXPECT_EQ(0, field_status);
     EXPECT_EQ(columns(heat), columns(field));

@@ -25,7 +25,7 @@ expected = {
         r"include/zel-tessel2d/|lib.*\.(a|so|pc|cmake)$|share/gdb/",
     ),
     "python": (["tessel2d/__init__.py", "tessel2d/py.typed", "/METADATA"], r"lib.*/tessel2d(-[\d.]+dist-info)?/"),
-    "manual": (["README.md", "docs/functions.md", "LICENSE"], r"share/doc/tessel2d/"),
+    "manual": (["README.md", "docs/functions.md", "examples/host.cpp", "LICENSE"], r"share/doc/tessel2d/"),
 }
 
 # Extra components of what is not there everywhere.

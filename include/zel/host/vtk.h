@@ -322,7 +322,7 @@ inline void take_field(vtkPointSet* mesh, vtkDataArray* from, bool at_cells,
 /// A negative status leaves `mesh` as it was.
 ///
 /// Cost: proportional to the elements, and to the nodes where they are copied.
-/// @snippet tests/host/vtk_test.cpp polydata
+/// @snippet examples/surface.cpp polydata
 inline int to_polydata(const dense2D<double>& pos, const dense2D<unsigned>& connect,
                        vtkSmartPointer<vtkPolyData>& mesh) {
     if (!pos.empty() && pos.rows != 2 && pos.rows != 3) return -1;
@@ -402,7 +402,7 @@ inline int to_grid(const dense2D<double>& pos, const dense2D<unsigned>& connect,
 /// @retval -199  memory is exhausted.
 ///
 /// A negative status leaves `mesh` as it was. Cost: none to speak of, or one copy.
-/// @snippet tests/host/vtk_test.cpp fields
+/// @snippet examples/surface.cpp fields
 inline int add_field(vtkPointSet* mesh, const std::string& name, const dense2D<double>& values,
                      bool at_cells = false) {
     if (mesh == nullptr) return -1;
@@ -441,7 +441,7 @@ inline int add_field(vtkPointSet* mesh, const std::string& name, const dense2D<d
 /// A negative status leaves the outputs as they were; else they are in memory of their own.
 ///
 /// Cost: proportional to points and cells.
-/// @snippet tests/host/vtk_test.cpp read
+/// @snippet examples/surface.cpp read
 inline int from_vtk(vtkPointSet* mesh, dense2D<double>& pos, dense2D<unsigned>& connect,
                     unsigned& edge_nodes) {
     if (mesh == nullptr) return -1;
@@ -486,7 +486,7 @@ inline int from_vtk(vtkPointSet* mesh, dense2D<double>& pos, dense2D<unsigned>& 
 /// A negative status leaves `values` as it was; else it is in memory of its own.
 ///
 /// Cost: proportional to the field, and to the cells.
-/// @snippet tests/host/vtk_test.cpp read
+/// @snippet examples/surface.cpp read
 inline int get_field(vtkPointSet* mesh, const std::string& name, dense2D<double>& values,
                      bool at_cells = false) {
     if (mesh == nullptr) return -1;
