@@ -72,18 +72,21 @@ bool find_open_edges(const dense2D<unsigned>& connect, std::size_t nodes,
 } // namespace
 
 int volume(const dense2D<double>& pos, const dense2D<unsigned>& connect, double& result) {
+    if (connect.empty()) {
+        result = 0;
+        return status_ok;
+    }
     if (pos.rows != 3) return -1;
     if (connect.cols >= 0xFFFFFFFEu || pos.cols > tessel2d::most_nodes) return -2;
     if (!tessel::check_IDs(connect, ELEMENT_FACE, static_cast<unsigned>(pos.cols))) return -2;
     std::size_t open = 0;
-    if (!connect.empty() &&
-        !(connect.rows == 3 ? find_open_edges<triangle_cells>(connect, pos.cols, open)
+    if (!(connect.rows == 3 ? find_open_edges<triangle_cells>(connect, pos.cols, open)
                             : find_open_edges<mixed_cells>(connect, pos.cols, open))) {
         return status_memory;
     }
     if (open != 0) return tessel2d::as_count(open);
     tessel2d::long_sum sum;
-    for (std::size_t e = 0; e < connect.cols && !connect.empty(); ++e)
+    for (std::size_t e = 0; e < connect.cols; ++e)
         tessel2d::add_element(sum, pos, connect[e], connect.rows == 4 && connect(3, e) != no_node);
     result = sum.rounded(12);
     return status_ok;

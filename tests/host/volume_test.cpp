@@ -131,6 +131,16 @@ TEST(Volume, UnusableArgumentsAndExhaustedMemoryChangeNothing) {
     });
 }
 
+TEST(Volume, NoElementsEncloseNothingWhateverTheNodes) {
+    for (const dense2D<unsigned>& nothing : {dense2D<unsigned>(), dense2D<unsigned>(3, 0)})
+        for (const dense2D<double>& pos :
+             {dense2D<double>(), dense2D<double>(2, 4, 0.0), axes(1, 1, 1)}) {
+            double v = -7;
+            EXPECT_EQ(0, volume(pos, nothing, v));
+            EXPECT_EQ(0, v);
+        }
+}
+
 TEST(Volume, ViewsWithALargerLeadingDimension) {
     const box b(1);
     dense2D<double> wide(5, 10, 9.0);

@@ -24,7 +24,7 @@ namespace zel::host {
 /// @param[out] result  the volume in cubed units of length; 0 without elements, NaN if a coordinate of a node
 ///                 of an element is not finite, infinite if it is out of the range of numbers.
 ///
-/// @retval 0      done.
+/// @retval 0      done, or nothing to do (`connect` is empty; then `pos` is not looked at).
 /// @retval k > 0  the surface is not closed: so many edges are not shared by exactly two elements that run
 ///                along them in opposite directions. `result` stays as it was.
 /// @retval -1     `pos` does not have 3 rows.
