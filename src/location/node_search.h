@@ -196,7 +196,7 @@ bool tree_search<Filter>::descend(waiting_cell& c, cell_stack& stack) const noex
     const auto push = [&](unsigned turn_x, unsigned turn_y, double square) {
         const unsigned i = right ^ turn_x;
         const unsigned j = above ^ turn_y;
-        const std::size_t cell = first + 2 * j + i;
+        const std::size_t cell = first + std::size_t{2} * j + i;
         stack.write({sides_x[i], sides_y[j], size, square, cell},
                     !is_vacant(cell) & !(square >= reach));
     };
@@ -204,7 +204,7 @@ bool tree_search<Filter>::descend(waiting_cell& c, cell_stack& stack) const noex
     push(0, 1, x.near * x.near + y.far * y.far);
     push(1, 0, x.far * x.far + y.near * y.near);
     c = {sides_x[right], sides_y[above], size, x.near * x.near + y.near * y.near,
-         first + 2 * above + right};
+         first + std::size_t{2} * above + right};
     return !is_vacant(c.cell) & !(c.square >= reach);
 }
 
