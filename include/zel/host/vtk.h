@@ -423,8 +423,9 @@ inline int add_field(vtkPointSet* mesh, const std::string& name, const dense2D<d
 ///
 /// Taken are triangles and quadrilaterals of the orders that `to_grid` makes, polygons of three or four corners,
 /// strips, which give one triangle after the other, and pixels, which become quadrilaterals. Cells of points and
-/// lines are passed over; polygons of more corners are refused (VTK's `vtkTriangleFilter` cuts them). Points that coincide stay apart, as in files where each element has corners of its
-/// own: `tessel::merge` and then `tessel::simplify` join them.
+/// lines are passed over; polygons of more corners are refused (VTK's `vtkTriangleFilter` cuts them). Points that
+/// coincide stay apart, as in files where each element has corners of its own: `tessel::merge` and then
+/// `tessel::simplify` join them.
 ///
 /// @param mesh          polygons or a grid.
 /// @param[out] pos      3 x N coordinates. Of a planar mesh, `pos.sub_matrix(0, 0, 2, pos.cols)` is what the
