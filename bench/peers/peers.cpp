@@ -45,6 +45,7 @@
 #include <fstream>
 #include <functional>
 #include <malloc.h>
+#include <memory>
 #include <numeric>
 #include <random>
 #include <string>
@@ -475,16 +476,20 @@ void elements_one_by_one(std::size_t elements, unsigned rows, bool fresh) {
         if (rows == 2) flat.emplace_back(m.pos(0, j), m.pos(1, j));
         if (rows == 3) high.emplace_back(m.pos(0, j), m.pos(1, j), m.pos(2, j));
     }
-    std::vector<double> peer(rows * m.connect.cols);
+    const std::size_t numbers = rows * m.connect.cols;
+    std::unique_ptr<double[]> peer(new double[numbers]);
     run({task, power(m.connect.cols), "CGAL",
-         fresh ? "coordinates within 1e-6; ours obtains its result anew, CGAL's stays in place"
+         fresh ? "coordinates within 1e-6; both obtain the memory of their results anew"
                : "coordinates within 1e-6; both write into memory that stays",
-         double(m.connect.cols), m.connect.cols * rows * 8,
+         double(m.connect.cols), numbers * 8,
          [&] {
-             if (fresh) centers = dense2D<double>();
+             if (!fresh) return;
+             centers = dense2D<double>();
+             peer.reset();
          },
          [&] { circumcenters(m.pos, m.connect, centers); },
          [&] {
+             if (fresh) peer.reset(new double[numbers]);
              for (std::size_t e = 0; e < m.connect.cols; ++e) {
                  const unsigned* const c = m.connect[e];
                  if (rows == 2) {
@@ -499,7 +504,7 @@ void elements_one_by_one(std::size_t elements, unsigned rows, bool fresh) {
          },
          [&] {
              double worst = 0;
-             for (std::size_t i = 0; i < peer.size(); ++i)
+             for (std::size_t i = 0; i < numbers; ++i)
                  worst = std::max(worst, std::abs(peer[i] - centers(i % rows, i / rows)));
              return worst < 1e-6;
          }});

@@ -41,16 +41,25 @@ ZEL_FOUR_LANES_INLINED void read_triangles(const columns<const unsigned>& cells,
         for (std::size_t k = 0; k < 3; ++k) n[k][lane] = cells[first + lane][k];
 }
 
-/// The nodes of four elements: component k of lane i is that of node `nodes[i]`. `Leading` is the leading
-/// dimension where it is known at compile time; 0 stands for that of the view.
+/// The columns of four nodes. `Leading` is the leading dimension where it is known at compile time; 0 stands for
+/// that of the view.
+template <std::size_t Leading, int Dim>
+struct node_columns {
+    lane_columns<const double> p;
+
+    ZEL_FOUR_LANES_INLINED node_columns(const points_view<Dim>& points,
+                                        const unsigned (&nodes)[lane_count]) noexcept {
+        const std::size_t ld = Leading == 0 ? points.ld : Leading;
+        for (std::size_t lane = 0; lane < lane_count; ++lane)
+            p[lane] = points.first + nodes[lane] * ld;
+    }
+};
+
+/// The nodes of four elements: component k of lane i is that of node `nodes[i]`. For `Leading` see above.
 template <int Dim, std::size_t Leading = 0>
 ZEL_FOUR_LANES_INLINED vector_of<lanes, Dim>
 load_nodes(const points_view<Dim>& points, const unsigned (&nodes)[lane_count]) noexcept {
-    const std::size_t ld = Leading == 0 ? points.ld : Leading;
-    const lane_columns<const double> p = {
-        points.first + nodes[0] * ld, points.first + nodes[1] * ld, points.first + nodes[2] * ld,
-        points.first + nodes[3] * ld};
-    return load_columns<Dim>(p);
+    return load_columns<Dim>(node_columns<Leading, Dim>(points, nodes).p);
 }
 
 } // namespace zel::tessel2d

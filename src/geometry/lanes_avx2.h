@@ -3,6 +3,7 @@
 #pragma once
 
 // Included by lanes.h alone.
+#include <cstdint>
 #include <immintrin.h>
 
 /// Compiles a function for the processors that have four lanes.
@@ -118,20 +119,44 @@ ZEL_FOUR_LANES_INLINED __m256d load_pairs(const double* a, const double* b) noex
     return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(a)), _mm_loadu_pd(b), 1);
 }
 
+/// The points in the plane of four lanes as they stand in memory.
+struct lane_pairs {
+    __m256d even; ///< of lanes 0 and 2
+    __m256d odd;  ///< of lanes 1 and 3
+
+    ZEL_FOUR_LANES_INLINED explicit lane_pairs(const lane_columns<const double>& p) noexcept
+        : even(load_pairs(p[0], p[2])), odd(load_pairs(p[1], p[3])) {}
+
+    ZEL_FOUR_LANES_INLINED vector_of<lanes, 2> components() const noexcept {
+        return {lanes(_mm256_unpacklo_pd(even, odd)), lanes(_mm256_unpackhi_pd(even, odd))};
+    }
+    /// Writes the points of lanes 0 and 2 to the one place, those of lanes 1 and 3 to the other.
+    ZEL_FOUR_LANES_INLINED void store(double* evens, double* odds) const noexcept {
+        _mm256_storeu_pd(evens, even);
+        _mm256_storeu_pd(odds, odd);
+    }
+};
+
 /// Component k of lane i is `p[i][k]`.
 template <int Dim>
 ZEL_FOUR_LANES_INLINED vector_of<lanes, Dim>
 load_columns(const lane_columns<const double>& p) noexcept {
-    const __m256d even = load_pairs(p[0], p[2]);
-    const __m256d odd = load_pairs(p[1], p[3]);
+    const vector_of<lanes, 2> xy = lane_pairs(p).components();
     if constexpr (Dim == 2) {
-        return {lanes(_mm256_unpacklo_pd(even, odd)), lanes(_mm256_unpackhi_pd(even, odd))};
+        return xy;
     } else {
         const __m128d low = _mm_loadh_pd(_mm_load_sd(p[0] + 2), p[1] + 2);
         const __m128d high = _mm_loadh_pd(_mm_load_sd(p[2] + 2), p[3] + 2);
-        return {lanes(_mm256_unpacklo_pd(even, odd)), lanes(_mm256_unpackhi_pd(even, odd)),
-                lanes(_mm256_insertf128_pd(_mm256_castpd128_pd256(low), high, 1))};
+        return {xy[0], xy[1], lanes(_mm256_insertf128_pd(_mm256_castpd128_pd256(low), high, 1))};
     }
+}
+
+/// Writes 2 * unit for each lane where `two` is set, else unit where `one` is set, else 0.
+ZEL_FOUR_LANES_INLINED void store_choices(const lane_mask& one, const lane_mask& two, int unit,
+                                          std::int64_t (&to)[lane_count]) noexcept {
+    const __m256i first = _mm256_and_si256(one.bits, _mm256_set1_epi64x(unit));
+    const __m256i second = _mm256_and_si256(two.bits, _mm256_set1_epi64x(2 * std::int64_t{unit}));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm256_max_epi32(first, second));
 }
 
 /// Lane i of component k becomes lane k of component i.

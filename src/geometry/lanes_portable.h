@@ -3,6 +3,7 @@
 #pragma once
 
 // Included by lanes.h alone. The names and what they do are those of lanes_avx2.h.
+#include <cstdint>
 
 #define ZEL_FOUR_LANES
 #define ZEL_FOUR_LANES_INLINED inline
@@ -116,12 +117,36 @@ inline void store_lanes(const lanes& a, double* first) noexcept {
     std::copy_n(a.x, lane_count, first);
 }
 
+struct lane_pairs {
+    lane_columns<const double> p;
+
+    explicit lane_pairs(const lane_columns<const double>& points) noexcept
+        : p{points[0], points[1], points[2], points[3]} {}
+
+    vector_of<lanes, 2> components() const noexcept {
+        vector_of<lanes, 2> v;
+        for (std::size_t k = 0; k < 2; ++k)
+            for (std::size_t i = 0; i < lane_count; ++i) v[k].x[i] = p[i][k];
+        return v;
+    }
+    void store(double* evens, double* odds) const noexcept {
+        for (std::size_t i = 0; i < lane_count; ++i)
+            std::copy_n(p[i], 2, (i % 2 == 0 ? evens : odds) + i / 2 * 2);
+    }
+};
+
 template <int Dim>
 vector_of<lanes, Dim> load_columns(const lane_columns<const double>& p) noexcept {
     vector_of<lanes, Dim> v;
     for (std::size_t k = 0; k < Dim; ++k)
         for (std::size_t i = 0; i < lane_count; ++i) v[k].x[i] = p[i][k];
     return v;
+}
+
+inline void store_choices(const lane_mask& one, const lane_mask& two, int unit,
+                          std::int64_t (&to)[lane_count]) noexcept {
+    for (std::size_t i = 0; i < lane_count; ++i)
+        to[i] = two.holds[i] ? std::int64_t{2} * unit : one.holds[i] ? unit : 0;
 }
 
 inline vector_of<lanes, 4> transposed(const vector_of<lanes, 4>& v) noexcept {

@@ -99,45 +99,66 @@ struct circle_of {
 template <int Dim>
 using circumcircle = circle_of<double, Dim>;
 
-/// In the plane. The centre is sought from the midpoint of the longest side, along its perpendicular.
+/// Which side of a triangle in the plane is the longest; of equally long ones the first. It lies opposite to
+/// corner 2 where `third` is set, else to corner 1 where `second` is set, else to corner 0.
+template <class Mask>
+struct longest_side {
+    Mask second;
+    Mask third;
+};
+
+template <class Number>
+[[gnu::always_inline]] inline auto longest_side_of(const vector_of<Number, 2>& p0,
+                                                   const vector_of<Number, 2>& p1,
+                                                   const vector_of<Number, 2>& p2) noexcept {
+    const Number squared0 = squared_length<2>(difference<2>(p2, p1));
+    const Number squared1 = squared_length<2>(difference<2>(p0, p2));
+    const Number squared2 = squared_length<2>(difference<2>(p1, p0));
+    const auto second_wins = squared1 > squared0;
+    return longest_side<decltype(nowhere(squared0))>{second_wins,
+                                                     squared2 > larger(squared0, squared1)};
+}
+
+/// In the plane, from the corner opposite to the longest side and the ends of that side, counterclockwise or
+/// clockwise as the triangle is. The centre is sought from the midpoint of the side, along its perpendicular.
 ///
 /// A triangle whose height is not above 5e-13 of the distance from that midpoint to the corner is
 /// flat: its centre is the midpoint, and its squared radius is `unbounded` unless the corner lies as far
 /// away as the ends of the side, that is, on one of them.
 template <class Number>
 [[gnu::always_inline]] inline circle_of<Number, 2>
-triangle_circumcircle(const vector_of<Number, 2>& p0, const vector_of<Number, 2>& p1,
-                      const vector_of<Number, 2>& p2) noexcept {
+circumcircle_of_longest_side(const vector_of<Number, 2>& corner, const vector_of<Number, 2>& from,
+                             const vector_of<Number, 2>& to) noexcept {
     using vector = vector_of<Number, 2>;
     const Number flat(relative_slack * relative_slack);
-    // The longest side, its vector d and the sum of its ends, and the corner opposite to it; the first side
-    // wins a tie.
-    const vector d0 = difference<2>(p2, p1);
-    const vector d1 = difference<2>(p0, p2);
-    const vector d2 = difference<2>(p1, p0);
-    const Number squared1 = squared_length<2>(d1);
-    const Number squared2 = squared_length<2>(d2);
-    Number longest = squared_length<2>(d0);
-    const auto second_wins = squared1 > longest;
-    longest = larger(longest, squared1);
-    const auto third_wins = squared2 > longest;
-    longest = larger(longest, squared2);
-    const vector d = choose(third_wins, d2, choose(second_wins, d1, d0));
-    const vector corner = choose(third_wins, p2, choose(second_wins, p1, p0));
-    const vector ends =
-        choose(third_wins, sum<2>(p0, p1), choose(second_wins, sum<2>(p2, p0), sum<2>(p1, p2)));
+    const vector d = difference<2>(to, from);
+    const vector ends = sum<2>(from, to);
     const vector middle{ends[0] * Number(0.5), ends[1] * Number(0.5)};
     const vector w = difference<2>(corner, middle);
-    const Number h2 = longest * Number(0.25);
+    const Number h2 = squared_length<2>(d) * Number(0.25);
     const Number ww = squared_length<2>(w);
     const Number t = cross(d, w);
-    const auto is_flat = !(t * t > ww * flat * h2);
+    const auto has_height = t * t > ww * flat * h2;
     const auto at_an_end = !(absolute(ww - h2) > Number(relative_slack) * h2);
     const Number s = (ww - h2) / t;
-    const Number half = s * Number(0.5);
-    return {choose(either(is_flat, s == Number(0.0)), middle,
-                   vector{middle[0] - half * d[1], middle[1] + half * d[0]}),
-            choose(is_flat, choose(at_an_end, h2, Number(unbounded)), (s * s + Number(1.0)) * h2)};
+    // The centre is middle + s/2 (-d1, d0). Both terms are subtracted, and -0 - 0 is -0: where there is none, the
+    // centre is the midpoint with its signs.
+    const auto moves = both(has_height, !(s == Number(0.0)));
+    const vector way{kept_where(moves, s * Number(0.5) * d[1]),
+                     kept_where(moves, s * Number(-0.5) * d[0])};
+    return {difference<2>(middle, way), choose(has_height, (s * s + Number(1.0)) * h2,
+                                               choose(at_an_end, h2, Number(unbounded)))};
+}
+
+/// In the plane, from the longest side.
+template <class Number>
+[[gnu::always_inline]] inline circle_of<Number, 2>
+triangle_circumcircle(const vector_of<Number, 2>& p0, const vector_of<Number, 2>& p1,
+                      const vector_of<Number, 2>& p2) noexcept {
+    const auto longest = longest_side_of(p0, p1, p2);
+    return circumcircle_of_longest_side(choose(longest.third, p2, choose(longest.second, p1, p0)),
+                                        choose(longest.third, p0, choose(longest.second, p2, p1)),
+                                        choose(longest.third, p1, choose(longest.second, p0, p2)));
 }
 
 /// In space, from the two shortest sides a and b, which meet at the base point: the centre is

@@ -6,21 +6,71 @@
 #include "zel/tessel2d/measures.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace zel::tessel2d {
 
 namespace {
 
-/// The corners of four triangles.
+/// Four triangles whose corners have been fetched.
 template <int Dim>
-struct lane_triangles {
-    vector_of<lanes, Dim> p[3];
+struct fetched_triangles;
+
+/// In space as they are.
+template <>
+struct fetched_triangles<3> {
+    vector_of<lanes, 3> p[3];
+
+    template <std::size_t Leading>
+    ZEL_FOUR_LANES_INLINED void fetch(const points_view<3>& points,
+                                      const unsigned (&n)[3][lane_count]) noexcept {
+        for (std::size_t k = 0; k < 3; ++k) p[k] = load_nodes<3, Leading>(points, n[k]);
+    }
+    ZEL_FOUR_LANES_INLINED vector_of<lanes, 3> centers() const noexcept {
+        return triangle_circumcircle(p[0], p[1], p[2]).center;
+    }
+};
+
+/// In the plane in memory, where they are turned until the longest side comes last by reading them from another
+/// corner on. To choose among the corners in registers takes more time than all else.
+template <>
+struct fetched_triangles<2> {
+    static constexpr int corner_step = 4;
+
+    double p[2][5][corner_step]; ///< corners 0, 1, 2, 0, 1, of lanes 0 and 2 and of lanes 1 and 3
+    std::int64_t first[lane_count]; ///< corner_step times the corner opposite to the longest side
+
+    template <std::size_t Leading>
+    ZEL_FOUR_LANES_INLINED void fetch(const points_view<2>& points,
+                                      const unsigned (&n)[3][lane_count]) noexcept {
+        const lane_pairs corner[3] = {lane_pairs(node_columns<Leading, 2>(points, n[0]).p),
+                                      lane_pairs(node_columns<Leading, 2>(points, n[1]).p),
+                                      lane_pairs(node_columns<Leading, 2>(points, n[2]).p)};
+        for (std::size_t k = 0; k < 5; ++k) corner[k % 3].store(p[0][k], p[1][k]);
+        const auto longest =
+            longest_side_of(corner[0].components(), corner[1].components(), corner[2].components());
+        store_choices(longest.second, longest.third, corner_step, first);
+    }
+    ZEL_FOUR_LANES_INLINED vector_of<lanes, 2> centers() const noexcept {
+        return circumcircle_of_longest_side(turned(0), turned(1), turned(2)).center;
+    }
+
+private:
+    ZEL_FOUR_LANES_INLINED vector_of<lanes, 2> turned(std::size_t k) const noexcept {
+        const lane_columns<const double> corner = {p[0][k] + first[0], p[1][k] + first[1],
+                                                   p[0][k] + 2 + first[2], p[1][k] + 2 + first[3]};
+        return load_columns<2>(corner);
+    }
 };
 
 /// Triangles whose corners are fetched before anything is computed with them, in groups of four: where the
 /// nodes are in no order, the processor waits for many of them at a time. They fit into the first cache.
 // mutation: speed only
 constexpr std::size_t fetched_groups = 16;
+
+/// What is read and written in order is prefetched so many rounds before.
+// mutation: speed only
+constexpr std::size_t rounds_ahead = 2;
 
 /// Writes the centres of the first triangles, four by four; returns the first one that is left over. `Leading` is
 /// the leading dimension of nodes and centres where it is known at compile time, which spares a multiplication per
@@ -33,20 +83,22 @@ ZEL_FOUR_LANES std::size_t place_centers_by_four(const dense2D<double>& pos,
     const auto cells = columns_of(connect);
     const std::size_t groups = connect.cols / lane_count;
     const std::size_t ld = Leading == 0 ? out.ld : Leading;
-    lane_triangles<Dim> fetched[fetched_groups];
+    fetched_triangles<Dim> fetched[fetched_groups];
     for (std::size_t first = 0; first < groups; first += fetched_groups) {
         const std::size_t count = std::min(fetched_groups, groups - first);
+        for (std::size_t g = first + rounds_ahead * fetched_groups;
+             g < std::min(first + (rounds_ahead + 1) * fetched_groups, groups); ++g) {
+            prefetch(cells[g * lane_count]);
+            prefetch(out[g * lane_count]);
+        }
         for (std::size_t g = 0; g < count; ++g) {
             unsigned n[3][lane_count];
             read_triangles(cells, (first + g) * lane_count, n);
-            fetched[g] = {{load_nodes<Dim, Leading>(points, n[0]),
-                           load_nodes<Dim, Leading>(points, n[1]),
-                           load_nodes<Dim, Leading>(points, n[2])}};
+            fetched[g].template fetch<Leading>(points, n);
         }
         double* to = out[first * lane_count];
         for (std::size_t g = 0; g < count; ++g) {
-            const auto& p = fetched[g].p;
-            const lane_vectors<Dim> centers(triangle_circumcircle(p[0], p[1], p[2]).center);
+            const lane_vectors<Dim> centers(fetched[g].centers());
             for (std::size_t lane = 0; lane < lane_count; ++lane, to += ld) centers.store(lane, to);
         }
     }

@@ -8,9 +8,11 @@
 #include "support/checks.h"
 #include "support/meshes.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 
 namespace {
 
@@ -214,6 +216,37 @@ TEST(Lanes, AreStoredInTheOrderInWhichTheyAreLoaded) {
     twelve sums;
     add_one_by_one(given, sums);
     for (int i = 0; i < 12; ++i) EXPECT_EQ(2 * i, sums.numbers[i]);
+}
+
+ZEL_FOUR_LANES void take_apart(const double* from, double (&evens)[4], double (&odds)[4],
+                               double (&components)[2][4]) {
+    const lane_pairs pairs({from, from + 2, from + 4, from + 6});
+    pairs.store(evens, odds);
+    const vector_of<lanes, 2> v = pairs.components();
+    for (std::size_t k = 0; k < 2; ++k) store_lanes(v[k], components[k]);
+}
+
+TEST(Lanes, PointsInThePlaneAreTakenApart) {
+    if (!has_four_lanes()) GTEST_SKIP() << "the processor has no lanes";
+    const double given[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+    double evens[4], odds[4], components[2][4];
+    take_apart(given, evens, odds, components);
+    EXPECT_THAT(evens, testing::ElementsAre(0, 1, 4, 5));
+    EXPECT_THAT(odds, testing::ElementsAre(2, 3, 6, 7));
+    EXPECT_THAT(components[0], testing::ElementsAre(0, 2, 4, 6));
+    EXPECT_THAT(components[1], testing::ElementsAre(1, 3, 5, 7));
+}
+
+ZEL_FOUR_LANES void choose_steps(const double* a, std::int64_t (&to)[4]) {
+    store_choices(load_lanes(a) > lanes(1.0), load_lanes(a) > lanes(2.0), 7, to);
+}
+
+TEST(LaneMask, TheSecondOfTwoChoicesCountsWhereBothHold) {
+    if (!has_four_lanes()) GTEST_SKIP() << "the processor has no lanes";
+    const double numbers[] = {2, 0, 3, nan};
+    std::int64_t steps[4];
+    choose_steps(numbers, steps);
+    EXPECT_THAT(steps, testing::ElementsAre(7, 0, 14, 0));
 }
 
 TEST(Lanes, AreTransposed) {

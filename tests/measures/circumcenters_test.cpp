@@ -237,6 +237,31 @@ long double distance(const double* a, const double* b, std::size_t rows) {
     return std::sqrt(square);
 }
 
+TEST(Circumcenters, OfManyTrianglesHaveTheBitsThatEachHasAlone) {
+    constexpr double hard[] = {zel_test::nan, infinity, -infinity, 0.0,
+                               -0.0,          5e-324,   1e-170,    1e308};
+    for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        random_numbers random(seed);
+        dense2D<double> pos(2 + seed % 2, 40);
+        for (double& x : pos) {
+            const unsigned kind = random.below(64);
+            x = kind < 8 ? hard[kind] : kind < 30 ? random.below(4) - 1.0 : random.between(-1, 1);
+        }
+        dense2D<unsigned> connect(3, 250);
+        for (unsigned& node : connect) node = random.below(40);
+        const auto together = centers_of(pos, connect);
+        for (std::size_t e = 0; e < connect.cols; ++e) {
+            const auto alone =
+                centers_of(pos, cells({{connect(0, e), connect(1, e), connect(2, e)}}));
+            for (std::size_t i = 0; i < pos.rows; ++i)
+                ASSERT_TRUE(std::isnan(alone(i, 0)) ? std::isnan(together(i, e))
+                                                    : bits(alone(i, 0)) == bits(together(i, e)))
+                    << "element " << e << ", row " << i;
+        }
+    }
+}
+
 TEST(Circumcenters, OfRandomTrianglesAreAsFarFromAllThreeCorners) {
     for (std::uint64_t seed = 1; seed <= 20; ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
