@@ -543,7 +543,7 @@ void turn_with_neighbors(input& in) {
     for (std::size_t e = 0; e < beside.size() && follow; ++e) {
         const auto& turned = expected[e];
         const bool triangle = turned.size() == 3 || turned.size() == 6 ||
-                              (face && turned.size() == 4 && turned[3] == no_node) ||
+                              (turned.size() == 4 && turned[3] == no_node) ||
                               (face && turned.size() > 6 && turned[6] == no_node);
         std::swap(beside[e][0], beside[e][triangle ? 2 : 1]);
         if (!triangle) std::swap(beside[e][2], beside[e][3]);
