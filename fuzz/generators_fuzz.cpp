@@ -130,8 +130,13 @@ void require_cells(const std::vector<unsigned>& loop, std::size_t m, std::size_t
 void require_patch(int status, const outline& o, const std::vector<unsigned>& loop,
                    std::size_t known, const dense2D<double>& pos, const dense2D<unsigned>& connect,
                    std::size_t first, bool triangles) {
-    if (status != 0 || o.n == 0 || loop.empty() || loop.size() == 2 * std::size_t{o.n} + 1) return;
+    if (status != 0 || o.n == 0 || loop.empty()) return;
     const std::size_t m = (loop.size() - 1) / 2 - o.n;
+    if (m == 0) { // triangles lose columns
+        require(triangles || (pos.cols == known && connect.cols == first),
+                "without cells there is nothing to do, also where the loop has an even length");
+        return;
+    }
     require_coons(loop, m, o.n, known, pos);
     require_cells(loop, m, o.n, known, connect, first, triangles);
 }
