@@ -979,19 +979,20 @@ void small_mesh(std::size_t elements) {
     vtkNew<vtkGenericCell> cell;
     std::vector<unsigned> found(points.cols);
     std::vector<vtkIdType> their_cells(points.cols);
-    if (is_chosen("small mesh, one point"))
-        run({"small mesh, one point",
+    host::locator prepared;
+    prepared.build(flat.pos, flat.connect);
+    const auto one_by_one = [&](const char* task, const char* remark, const auto& search) {
+        if (!is_chosen(task)) return;
+        run({task,
              power(flat.connect.cols),
              "VTK",
-             "per call, which tests the mesh; inside or not is compared",
+             remark,
              double(points.cols),
              points.cols * 4,
              {},
              [&] {
                  for (std::size_t j = 0; j < points.cols; ++j)
-                     get_element_containing_point(flat.pos, flat.connect, beside.neighbors,
-                                                  beside.ancestors, detector, ELEMENT_T3,
-                                                  {points(0, j), points(1, j)}, found[j], 1e-6);
+                     search({points(0, j), points(1, j)}, found[j]);
              },
              [&] {
                  double shares[3], at[3];
@@ -1006,6 +1007,17 @@ void small_mesh(std::size_t elements) {
                      other += (their_cells[j] < 0) != (found[j] == 0xFFFFFFFFu);
                  return other <= points.cols / 100;
              }});
+    };
+    using point = vector_fixed<double, 2>;
+    one_by_one("small mesh, one point", "per call, which tests the mesh; inside or not is compared",
+               [&](const point& p, unsigned& element) {
+                   get_element_containing_point(flat.pos, flat.connect, beside.neighbors,
+                                                beside.ancestors, detector, ELEMENT_T3, p, element,
+                                                1e-6);
+               });
+    one_by_one("small mesh, one point, tested before",
+               "by host::locator, per point, after building; inside or not is compared",
+               [&](const point& p, unsigned& element) { prepared.locate(p, element); });
 }
 
 } // namespace
