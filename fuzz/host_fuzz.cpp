@@ -4,7 +4,10 @@
 #include "fuzz/adjacency.h"
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
+#include "fuzz/located_mesh.h"
 #include "fuzz/meshes.h"
+#include "fuzz/messages_by_hand.h"
+#include "fuzz/volume_by_hand.h"
 
 #include "zel/host.h"
 #include "zel/tessel2d/location.h"
@@ -12,6 +15,7 @@
 namespace {
 
 using namespace zel_fuzz;
+using point = zel::vector_fixed<double, 2>;
 
 /// Triangles, quadrilaterals or both, and now and then a number or a height that cannot be.
 dense2D<unsigned> elements(input& in, std::size_t nodes) {
@@ -190,66 +194,241 @@ dense2D<double> some_points(input& in) {
     return points;
 }
 
+// ------------------------------------------------------------------------------------------ location
+
+/// The status of `locator::build`, with adjacency or without.
+int build_status(const located_mesh& l, bool with_adjacency) {
+    if (l.pos.rows != 2) return -1;
+    if (!is_mesh(l.connect, l.pos.cols)) return -2;
+    return with_adjacency ? located_status(l, zel::ELEMENT_FACE) : 0;
+}
+
+/// Gives a locator, which holds a triangle, a mesh. Returns true if it has been taken.
+bool take(input& in, zel::host::locator& at, const located_mesh& l, bool with_adjacency) {
+    dense2D<double> corner(2, 3, 0.0);
+    corner(0, 1) = corner(1, 2) = 1;
+    dense2D<unsigned> triangle(3, 1);
+    for (unsigned k = 0; k < 3; ++k) triangle(k, 0) = k;
+    require(at.build(corner, triangle) == 0, "a triangle is taken");
+    const auto build = [&](const auto& p, const auto& c, const auto& n, const auto& a) {
+        return with_adjacency ? at.build(p, c, n, a) : at.build(p, c);
+    };
+    const int status = call(in, "locator::build", {-1, -2, -3, -4}, build, reads(l.pos),
+                            reads(l.connect), reads(l.neighbors), reads(l.ancestors));
+    require_status(status, build_status(l, with_adjacency));
+    unsigned element = 5;
+    if (status < 0 && status != -199)
+        require(at.locate({0.25, 0.25}, element) == 1 && element == 0, "the former mesh stays");
+    // Where memory has run out nodes may be missing from which searches start.
+    if (now.failed) return build(l.pos, l.connect, l.neighbors, l.ancestors) == 0;
+    return status == 0;
+}
+
+/// Points in and around a mesh, now and then so many that they are taken in an order of their own.
+dense2D<double> points_around(input& in, const dense2D<double>& pos) {
+    const std::size_t some = in.below(8);
+    const bool many = in.one_in(64) && some != 0;
+    dense2D<double> points =
+        blank_matrix<double>(in, in.one_in(16) ? in.below(4) : 2, many ? 4100 : some);
+    if (many) in.room = std::size_t{1} << 20;
+    for (std::size_t j = 0; !points.empty() && j < points.cols; ++j) {
+        const auto p = draw_point(in, pos, true);
+        for (std::size_t i = 0; i < points.rows; ++i)
+            points(i, j) = j < some ? (i < 2 ? p[i] : 0) : points(i, j % some);
+    }
+    return points;
+}
+
+bool are_points(const dense2D<double>& points) {
+    return points.rows == 2 || (points.rows == 0 && points.cols == 0);
+}
+
+/// What is inside has shares that add up to 1, and what is not has none.
+void require_weights(const dense2D<double>& weights, std::size_t j, unsigned used) {
+    double sum = 0;
+    double size = 1;
+    for (unsigned i = 0; i < weights.rows; ++i) {
+        if (i >= used) require(same(weights(i, j), 0.0), "shares of no node are 0");
+        sum += weights(i, j);
+        size += std::fabs(weights(i, j));
+    }
+    if (used != 0)
+        require(!(std::fabs(sum - 1) > 1e-14 * size), "the shares of the nodes add up to 1");
+}
+
 void locate(input& in) {
-    const dense2D<double> pos = some_points(in);
-    const dense2D<unsigned> connect = elements(in, pos.cols);
-    const dense2D<double> points = some_points(in);
+    const located_mesh l = draw_located(in);
+    const bool with_adjacency = in.flag();
+    zel::host::locator at;
+    const bool taken = take(in, at, l, with_adjacency);
+    if (!taken) return;
+    const dense2D<double> points = points_around(in, l.pos);
     const double tolerance = in.one_in(4) ? in.number() : 1e-6;
-    const unsigned threads = in.below(4);
+    const unsigned threads = points.cols < 256 ? in.below(4) : 1;
     dense1D<unsigned, 8> holders = node_list(in, in.below(4), 9);
     dense1D<unsigned, 8> places = node_list(in, in.below(4), 9);
-    zel::host::locator at;
-    const int built = call(
-        in, "locator::build", {-1, -2},
-        [&](const auto& p, const auto& c) { return at.build(p, c); }, reads(pos), reads(connect));
-    const bool whole = !now.failed;
+    dense2D<double> weights = doubles(in, in.below(5), in.below(4));
     const int status = call(
         in, "locator::locate", {-1},
-        [&](const auto& p, auto& e, auto& s) {
-            dense2D<double> weights;
-            return at.locate(p, e, weights, s, tolerance, threads);
+        [&](const auto& p, auto& e, auto& w, auto& s) {
+            return at.locate(p, e, w, s, tolerance, threads);
         },
-        reads(points), makes(holders), makes(places));
-    if (built != 0 || status != 0 || connect.empty()) return;
+        reads(points), makes(holders), makes(weights), makes(places));
+    in.room = 0;
+    require_status(status, are_points(points) ? 0 : -1);
     // Short of memory a search around a node leaves elements out.
-    if (!whole || now.failed) return;
-    zel::host::adjacency beside;
-    if (zel::host::build_adjacency(connect, pos.cols, beside) != 0) return;
-    const zel::tessel::node_detector detector(pos);
+    if (status != 0 || now.failed) return;
+    require(holders.size == points.cols && places.size == points.cols &&
+                weights.cols == points.cols && weights.rows == l.connect.rows,
+            "there is one result for each point");
+    zel::host::adjacency around;
+    around.neighbors = l.neighbors;
+    around.ancestors = l.ancestors;
+    if (!with_adjacency && !l.connect.empty())
+        require(zel::host::build_adjacency(l.connect, l.pos.cols, around) == 0, "it is a mesh");
+    const zel::tessel::node_detector detector(l.pos);
+    const auto type = l.connect.rows == 3 ? zel::ELEMENT_T3 : zel::ELEMENT_FACE;
     for (std::size_t j = 0; j < holders.size; ++j) {
+        const point p{points(0, j), points(1, j)};
+        unsigned one;
+        const int found = at.locate(p, one, tolerance);
+        require(one == holders[j] && places[j] == (found == 1   ? 0u
+                                                   : found == 0 ? 1u
+                                                                : 2u),
+                "a point by itself is found where it is found among others");
+        const bool inside = found == 1;
+        require_weights(weights, j, inside ? corners(l.connect, one) : 0);
+        if (l.connect.empty() || j >= 8) continue;
         unsigned expected;
-        zel::tessel2d::get_element_containing_point(
-            pos, connect, beside.neighbors, beside.ancestors, detector, zel::ELEMENT_FACE,
-            {points(0, j), points(1, j)}, expected, tolerance);
-        if (connect.rows == 4)
-            require(expected == holders[j], "it is what the public search finds");
-        require((holders[j] != no_node) == (places[j] == 0),
-                "the place tells whether it is inside");
+        const int searched = zel::tessel2d::get_element_containing_point(
+            l.pos, l.connect, around.neighbors, around.ancestors, detector, type, p, expected,
+            tolerance);
+        require(expected == one && searched == found, "it is what the public search finds");
     }
 }
 
+/// A table that was good, with something in it that cannot be.
+void spoil(input& in, zel::host::transfer_table& table, const located_mesh& l) {
+    const std::size_t j = in.byte() % table.states.size;
+    switch (in.below(4)) {
+    case 0:
+        table.states[j] = 3 + in.below(4);
+        break;
+    case 1: {
+        const std::size_t bound[3] = {l.connect.cols, l.pos.cols, std::size_t{no_node} + 1};
+        if (table.states[j] == 2) table.states[j] = in.below(2);
+        table.elements[j] =
+            static_cast<unsigned>(bound[table.states[j]]) + in.below(2) * in.below(9);
+        break;
+    }
+    case 2:
+        table.elements.resize(table.elements.size + 1, 0u);
+        break;
+    default:
+        table.local = dense2D<double>(in.one_of({0u, 1u, 3u}), table.states.size, 0.0);
+    }
+}
+
+/// The nodes of a mesh, and the points behind them.
+template <class T>
+dense2D<T> joined(const dense2D<T>& a, const dense2D<T>& b, std::size_t height) {
+    dense2D<T> all(height, a.cols + b.cols);
+    for (std::size_t j = 0; j < all.cols; ++j)
+        for (std::size_t i = 0; i < height; ++i)
+            all(i, j) = j < a.cols ? a(i, j) : b(i, j - a.cols);
+    return all;
+}
+
+/// What `interpolate` carries onto the points when they stand behind the nodes of the mesh.
+void require_interpolated(const located_mesh& l, const dense2D<double>& points,
+                          const dense2D<double>& field, const dense2D<double>& carried,
+                          double unserved) {
+    const std::size_t n = l.pos.cols;
+    const dense2D<double> pos = joined(l.pos, points, 2);
+    dense2D<double> values =
+        joined(field, dense2D<double>(field.rows, points.cols, unserved), field.rows);
+    dense1D<unsigned, 8> ancestors(pos.cols, no_node);
+    std::copy(l.ancestors.begin(), l.ancestors.end(), ancestors.begin());
+    dense1D<unsigned, 8> nodes(points.cols);
+    for (std::size_t j = 0; j < points.cols; ++j) nodes[j] = static_cast<unsigned>(n + j);
+    const auto type = l.connect.rows == 3 ? zel::ELEMENT_T3 : zel::ELEMENT_FACE;
+    const int status =
+        zel::tessel2d::interpolate(pos, l.connect, l.neighbors, ancestors, values, nodes, type);
+    require(status == 0, "the points can be nodes");
+    for (std::size_t j = 0; j < points.cols; ++j)
+        for (std::size_t i = 0; i < field.rows; ++i)
+            require(same(values(i, n + j), carried(i, j)), "the values are those of interpolate");
+}
+
+/// As many values as the locator and the points ask for; the result of the call with one row is the same.
+void carry(input& in, const zel::host::locator& at, const located_mesh& l,
+           const dense2D<double>& points, const zel::host::transfer_table& table) {
+    const double unserved = in.number();
+    const dense2D<double> field =
+        doubles(in, in.below(4), in.one_in(16) ? in.below(16) : l.pos.cols);
+    dense2D<double> carried = doubles(in, in.below(4), in.below(4));
+    const int status = call(
+        in, "locator::carry", {-1, -2},
+        [&](const auto& f, auto& v) { return at.carry(table, f, v, unserved); }, reads(field),
+        makes(carried));
+    require_status(status, field.cols == l.pos.cols ? 0 : -2);
+    if (status != 0) return;
+    require(carried.rows == field.rows && carried.cols == points.cols,
+            "there is a column for each point");
+    require_interpolated(l, points, field, carried, unserved);
+    if (field.empty()) return;
+    dense1D<double, 8> first(field.cols);
+    for (std::size_t j = 0; j < field.cols; ++j) first[j] = field(0, j);
+    dense1D<double, 8> numbers = double_list(in, in.below(4));
+    const int outcome = call(
+        in, "locator::carry of a scalar", {-1, -2},
+        [&](const auto& f, auto& v) { return at.carry(table, f, v, unserved); }, reads(first),
+        makes(numbers));
+    require_status(outcome, 0);
+    for (std::size_t j = 0; outcome == 0 && j < points.cols; ++j)
+        require(same(numbers[j], carried(0, j)), "a row by itself is carried as among others");
+}
+
 void transfer(input& in) {
-    const dense2D<double> pos = some_points(in);
-    const dense2D<unsigned> connect = elements(in, pos.cols);
-    const dense2D<double> points = some_points(in);
+    const located_mesh l = draw_located(in);
     zel::host::locator at;
-    if (at.build(pos, connect) != 0) return;
+    if (!take(in, at, l, true)) return;
+    const dense2D<double> points = points_around(in, l.pos);
+    const unsigned threads = points.cols < 256 ? in.below(4) : 1;
+    dense1D<unsigned, 8> states = node_list(in, in.below(4), 9);
+    dense1D<unsigned, 8> elements = node_list(in, in.below(4), 9);
+    dense2D<double> local = doubles(in, in.below(4), in.below(4));
     zel::host::transfer_table table;
     const int status = call(
-        in, "locator::transfer", {-1}, [&](const auto& p) { return at.transfer(p, table, 1); },
-        reads(points));
-    if (status != 0) return;
-    dense1D<double, 8> field(pos.cols, 3.0);
-    dense1D<double, 8> carried = dense1D<double, 8>(in.below(4), 1.0);
-    const int outcome = call(
-        in, "locator::carry", {-1, -2},
-        [&](const auto& f, auto& v) { return at.carry(table, f, v, 5.0); }, reads(field),
-        makes(carried));
-    require_status(outcome, 0);
-    if (outcome != 0) return;
-    for (std::size_t j = 0; j < carried.size; ++j)
+        in, "locator::transfer", {-1},
+        [&](const auto& p, auto& s, auto& e, auto& c) {
+            table.states = s;
+            table.elements = e;
+            table.local.shallow_copy(c);
+            const int outcome = at.transfer(p, table, threads);
+            s = table.states;
+            e = table.elements;
+            c.shallow_copy(table.local);
+            return outcome;
+        },
+        reads(points), makes(states), makes(elements), makes(local));
+    in.room = 0;
+    require_status(status, are_points(points) ? 0 : -1);
+    // Short of memory a search around a node leaves elements out.
+    if (status != 0 || now.failed) return;
+    for (std::size_t j = 0; j < points.cols; ++j) {
+        require(table.states[j] != 2 || table.elements[j] == no_node, "nothing serves the point");
         if (table.states[j] != 0)
-            require(carried[j] == (table.states[j] == 1 ? 3.0 : 5.0), "the state tells the value");
+            require(same(local(0, j), 0.0) && same(local(1, j), 0.0), "it has no place within");
+    }
+    carry(in, at, l, points, table);
+    if (points.cols == 0 || !in.one_in(4)) return;
+    spoil(in, table, l);
+    dense1D<double, 8> field(l.pos.cols, 3.0);
+    dense1D<double, 8> carried = double_list(in, in.below(4));
+    const std::size_t before = carried.size;
+    now = {"locator::carry", at.carry(table, field, carried), false};
+    require(now.status == -1 && carried.size == before, "a table that cannot be is refused");
 }
 
 /// Numbers of any size: what is taken comes back.
@@ -318,10 +497,74 @@ void appending(input& in) {
     if (status == 0 && !pos2.empty()) require(pos.cols >= present, "nodes have been added");
 }
 
+// ------------------------------------------------------------------------------ volume and messages
+
+/// A surface that is closed, mostly, with nodes anywhere, or far away.
+void volume(input& in) {
+    std::size_t nodes = in.below(12);
+    dense2D<unsigned> connect =
+        in.one_in(4) ? surface(in, nodes) : closed_surface(in, in.one_of({3u, 4u}), nodes);
+    if (in.one_in(8) && !connect.empty())
+        connect(in.byte() % connect.rows, in.byte() % connect.cols) = in.node(nodes, true);
+    dense2D<double> pos = doubles(in, rows(in, {3}), nodes);
+    const double shift = in.one_in(4) ? in.number() : 0;
+    for (std::size_t j = 0; j < pos.cols && pos.rows == 3 && !pos.empty(); ++j) pos(0, j) += shift;
+    const double before = in.number();
+    std::vector<double> results;
+    const int status = call(
+        in, "volume", {-1, -2, any_count},
+        [&](const auto& p, const auto& c) {
+            results.push_back(before);
+            return zel::host::volume(p, c, results.back());
+        },
+        reads(pos), reads(connect));
+    const int refused = connect.empty()               ? 0
+                        : pos.rows != 3               ? -1
+                        : !is_mesh(connect, pos.cols) ? -2
+                                                      : 0;
+    if (refused != 0) {
+        require_status(status, refused);
+    } else if (status != -199) {
+        require(status == static_cast<int>(open_edges(connect)), "open edges are counted");
+    }
+    const double result = results[0];
+    require(now.failed || same(results.back(), result), "layout does not change the volume");
+    if (status != 0) {
+        require(same(result, before), "without success the result is as it was");
+        return;
+    }
+    bool finite = true;
+    for (std::size_t e = 0; e < element_count(connect); ++e)
+        for (unsigned k = 0; k < corners(connect, e); ++k)
+            for (std::size_t i = 0; i < 3; ++i)
+                finite = finite && std::isfinite(pos(i, connect(k, e)));
+    require(finite != std::isnan(result), "the volume is NaN if a coordinate is not finite");
+    if (finite)
+        require(is_nearest_twelfth(twelve_volumes(pos, connect), result),
+                "the volume is the nearest double");
+}
+
+/// Any text and any status: the sentence of the table, or that there is none.
+void explain(input& in) {
+    const bool null = in.one_in(32);
+    const std::string name = null ? std::string() : function_name(in);
+    const int status = in.flag()      ? in.option()
+                       : in.one_in(4) ? -199
+                       : in.one_in(4) ? zel_fuzz_table::any_count
+                                      : -static_cast<int>(in.below(12));
+    now = {"explain", status, false};
+    start_of_call(in.memory());
+    const char* const text = zel::host::explain(null ? nullptr : name.c_str(), status);
+    require(!end_of_call(), "no memory is needed");
+    require(text != nullptr && *text != '\0', "there is a text");
+    require(text == explained(name, status), "it is what the table holds");
+}
+
 } // namespace
 
 void zel_fuzz::run(input& in) {
-    constexpr void (*drivers[])(input&) = {build,  edges,    boundary,     parts,    node_orders,
-                                           locate, transfer, wide_numbers, outlines, appending};
+    constexpr void (*drivers[])(input&) = {build,       edges,     boundary, parts,
+                                           node_orders, locate,    transfer, wide_numbers,
+                                           outlines,    appending, volume,   explain};
     drivers[in.below(sizeof drivers / sizeof *drivers)](in);
 }
