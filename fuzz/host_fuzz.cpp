@@ -232,7 +232,11 @@ dense2D<double> points_around(input& in, const dense2D<double>& pos) {
         blank_matrix<double>(in, in.one_in(16) ? in.below(4) : 2, many ? 4100 : some);
     if (many) in.room = std::size_t{1} << 20;
     for (std::size_t j = 0; !points.empty() && j < points.cols; ++j) {
-        const auto p = draw_point(in, pos, true);
+        auto p = draw_point(in, pos, true);
+        if (in.one_in(4)) { // just beside a side
+            const double little = in.one_of({1e-7, 1e-5, 1e-3, 1e-9});
+            for (double& x : p) x += little * (in.small() - 4);
+        }
         for (std::size_t i = 0; i < points.rows; ++i)
             points(i, j) = j < some ? (i < 2 ? p[i] : 0) : points(i, j % some);
     }
@@ -499,7 +503,7 @@ void appending(input& in) {
 
 // ------------------------------------------------------------------------------ volume and messages
 
-/// A surface that is closed, mostly, with nodes anywhere, or far away.
+/// A surface that is closed, mostly, with nodes anywhere, far away, or far apart.
 void volume(input& in) {
     std::size_t nodes = in.below(12);
     dense2D<unsigned> connect =
@@ -508,7 +512,10 @@ void volume(input& in) {
         connect(in.byte() % connect.rows, in.byte() % connect.cols) = in.node(nodes, true);
     dense2D<double> pos = doubles(in, rows(in, {3}), nodes);
     const double shift = in.one_in(4) ? in.number() : 0;
-    for (std::size_t j = 0; j < pos.cols && pos.rows == 3 && !pos.empty(); ++j) pos(0, j) += shift;
+    // By these factors volumes come to lie in the middle between two doubles.
+    const double factor = in.one_of({1.0, 0x1p50 + 1, 0x1p51 + 1, 0x1p52 + 1});
+    for (std::size_t j = 0; j < pos.cols && pos.rows == 3 && !pos.empty(); ++j)
+        pos(0, j) = pos(0, j) * factor + shift;
     const double before = in.number();
     std::vector<double> results;
     const int status = call(

@@ -34,19 +34,30 @@ inline std::string without_blanks(std::string text) {
     return text;
 }
 
-/// The names by which a row is found: short, and with the namespaces in front that may be left out.
-inline bool is_named(const message& m, std::string function) {
-    function = without_blanks(function);
-    std::string name = m.name;
-    if (*m.parameters != '\0') name += '(' + std::string(m.parameters) + ')';
-    name = without_blanks(name);
-    for (const char* outer : {"", "zel::"})
-        for (const char* inner : {"", "tessel2d::", "host::", "tessel::"})
-            if (function == outer + (inner + name)) return true;
-    return false;
+/// The names of the rows, with their parameters.
+inline const std::vector<std::string>& message_names() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (const message& m : zel_fuzz_table::rows) {
+            const std::string parameters = m.parameters;
+            all.push_back(
+                without_blanks(m.name + (parameters.empty() ? "" : '(' + parameters + ')')));
+        }
+        return all;
+    }();
+    return names;
 }
 
-/// A name of the table, now and then with a namespace, blanks, or another character; or any text.
+/// What is left of a name in front of which `zel` and one of three other namespaces may stand.
+inline std::string short_name(std::string function) {
+    function = without_blanks(function);
+    if (function.rfind("zel::", 0) == 0) function.erase(0, 5);
+    for (const std::string inner : {"tessel2d::", "host::", "tessel::"})
+        if (function.rfind(inner, 0) == 0) return function.substr(inner.size());
+    return function;
+}
+
+/// A name of the table, mostly behind some namespaces, now and then with blanks or other characters; or any text.
 inline std::string function_name(input& in) {
     std::string text;
     if (in.one_in(8)) {
@@ -56,14 +67,13 @@ inline std::string function_name(input& in) {
     constexpr std::size_t count = sizeof zel_fuzz_table::rows / sizeof *zel_fuzz_table::rows;
     const unsigned low = in.byte();
     const message& m = zel_fuzz_table::rows[(low + 256 * in.byte()) % count];
-    if (in.one_in(4)) text += "zel::";
-    if (in.one_in(4))
-        text += in.one_of(
-            {"tessel2d::", "host::", "tessel::", "tessel1d::", "distributed::", "zel::", "::"});
+    for (unsigned outer = in.below(4); outer > 0; --outer)
+        text += in.one_of({"zel::", "tessel2d::", "host::", "tessel::", "zel::", "tessel1d::",
+                           "distributed::", "::"});
     text += m.name;
     if (!in.one_in(4) && *m.parameters != '\0') text += '(' + std::string(m.parameters) + ')';
-    for (unsigned changes = in.one_in(4) ? in.below(4) : 0; changes > 0; --changes) {
-        const std::size_t at = in.byte() % (text.size() + 1);
+    for (unsigned changes = in.flag() ? in.below(4) : 0; changes > 0; --changes) {
+        const std::size_t at = in.one_in(4) ? text.size() : in.byte() % (text.size() + 1);
         const char what = in.one_of({' ', ' ', '(', ')', ',', ':', 'a', '\t', '\0'});
         if (in.flag()) {
             text.insert(at, 1, what);
@@ -79,8 +89,10 @@ inline std::string explained(const std::string& function, int status) {
     const char* exact = nullptr;
     const char* count = nullptr;
     bool known = false;
-    for (const message& m : zel_fuzz_table::rows) {
-        if (!is_named(m, function)) continue;
+    const std::string name = short_name(function);
+    for (std::size_t i = 0; i < message_names().size(); ++i) {
+        if (message_names()[i] != name) continue;
+        const message& m = zel_fuzz_table::rows[i];
         known = true;
         if (m.status == zel_fuzz_table::any_count) {
             if (status >= 0) count = m.sentence;
