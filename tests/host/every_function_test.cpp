@@ -300,11 +300,11 @@ void add_node_orders(std::vector<call>& calls) {
             of(calls, "order_to")
                 .with(
                     name, [=](number_list& l) { return taken(host::order_to(format, e), l); },
-                    number_list(nodes));
+                    number_list(nodes, any_number));
             of(calls, "order_from")
                 .with(
                     name, [=](number_list& l) { return taken(host::order_from(format, e), l); },
-                    number_list(nodes));
+                    number_list(nodes, any_number));
         }
     }
     const shared_inputs& in = inputs();
