@@ -6,7 +6,6 @@
 #include "geometry/four_lanes.h"
 #include "zel/tessel.h"
 
-#include <climits>
 #include <cstdint>
 
 #if defined(__x86_64__) && defined(__GNUC__)
@@ -47,43 +46,59 @@ constexpr std::size_t run = 4096;
 
 #if defined(__x86_64__) && defined(__GNUC__)
 
-// The larger of what was the largest so far and the next eight entries, shifted by their offsets.
+// The larger of what was the largest so far and the next eight entries, which are shifted by their offsets if
+// there are any.
+template <bool Shifted>
 [[gnu::target("avx2"), gnu::always_inline]] inline __m256i larger(__m256i most, const unsigned* x,
                                                                   __m256i offsets) noexcept {
-    const __m256i some = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x));
-    return _mm256_max_epi32(most, _mm256_add_epi32(some, offsets));
+    __m256i some = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x));
+    if constexpr (Shifted) some = _mm256_add_epi32(some, offsets);
+    return _mm256_max_epu32(most, some);
 }
 
 // The largest of many entries, four times eight at a time: in the first cache the steps of the loop cost more than
 // its loads. These begin where no cache line ends within one; the first entries are looked at twice for that.
 // `done` becomes the number of entries looked at.
+template <bool Shifted>
 [[gnu::target("avx2")]] __m256i largest_of_many(const unsigned* x, std::size_t n, __m256i offsets,
                                                 std::size_t& done) noexcept {
     __m256i most[4];
-    for (__m256i& m : most) m = larger(_mm256_set1_epi32(INT_MIN), x, offsets);
+    for (__m256i& m : most) m = larger<Shifted>(_mm256_setzero_si256(), x, offsets);
     const bool halfway = (reinterpret_cast<std::uintptr_t>(x) & 31) == 16;
     for (done = halfway ? 4 : 0; n - done >= 32; done += 32)
-        for (std::size_t i = 0; i < 4; ++i) most[i] = larger(most[i], x + done + 8 * i, offsets);
-    return _mm256_max_epi32(_mm256_max_epi32(most[0], most[1]), _mm256_max_epi32(most[2], most[3]));
+        for (std::size_t i = 0; i < 4; ++i)
+            most[i] = larger<Shifted>(most[i], x + done + 8 * i, offsets);
+    return _mm256_max_epu32(_mm256_max_epu32(most[0], most[1]), _mm256_max_epu32(most[2], most[3]));
 }
 
 // The first entries of a run, eight at a time; every fourth one is under the rule `fourth`. Returns
 // false if one of them breaks its rule; `done` becomes the number of entries tested. A rule holds
-// for all if it holds for the largest, and unlike the comparison the maximum is one instruction.
+// for all if it holds for the largest, and unlike the comparison the maximum is one instruction. There is one for
+// numbers without a sign, so that the top bit stays as it is.
+template <bool Shifted>
 [[gnu::target("avx2")]] bool eights_pass(const unsigned* x, std::size_t n, rule r, rule fourth,
                                          std::size_t& done) noexcept {
     constexpr std::size_t many = 64;
-    const int add = static_cast<int>(r.offset);
-    const int add_fourth = static_cast<int>(fourth.offset);
-    const __m256i offsets = _mm256_broadcastsi128_si256(_mm_setr_epi32(add, add, add, add_fourth));
-    const __m256i limits =
-        _mm256_broadcastsi128_si256(_mm_setr_epi32(r.limit, r.limit, r.limit, fourth.limit));
-    __m256i most = _mm256_set1_epi32(INT_MIN);
+    const auto four = [](unsigned a, unsigned b) {
+        const int first = static_cast<int>(a ^ top_bit);
+        return _mm_setr_epi32(first, first, first, static_cast<int>(b ^ top_bit));
+    };
+    const __m256i offsets = _mm256_broadcastsi128_si256(four(r.offset, fourth.offset));
+    const __m256i limits = _mm256_broadcastsi128_si256(
+        four(static_cast<unsigned>(r.limit), static_cast<unsigned>(fourth.limit)));
+    __m256i most = _mm256_setzero_si256();
     done = 0;
-    if (n >= many) most = largest_of_many(x, n, offsets, done);
-    for (; n - done >= 8; done += 8) most = larger(most, x + done, offsets);
-    const __m256i broken = _mm256_cmpgt_epi32(most, limits);
-    return _mm256_testz_si256(broken, broken) != 0;
+    if (n >= many) most = largest_of_many<Shifted>(x, n, offsets, done);
+    for (; n - done >= 8; done += 8) most = larger<Shifted>(most, x + done, offsets);
+    const __m256i kept = _mm256_cmpeq_epi32(_mm256_max_epu32(most, limits), limits);
+    return _mm256_movemask_epi8(kept) == -1;
+}
+
+bool eights_pass(const unsigned* x, std::size_t n, rule r, rule fourth,
+                 std::size_t& done) noexcept {
+    const bool plain = r.offset == top_bit && fourth.offset == top_bit;
+    return plain ? eights_pass<false>(x, n, r, fourth, done)
+                 : eights_pass<true>(x, n, r, fourth, done);
 }
 
 #else
