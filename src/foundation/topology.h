@@ -26,29 +26,29 @@ inline unsigned local_node_index(unsigned node, const unsigned* cell, unsigned c
 }
 
 /// The corners of a triangle before and after a corner. Compilers divide to find the remainder by 3.
-constexpr unsigned after(unsigned corner) noexcept {
+constexpr unsigned corner_after(unsigned corner) noexcept {
     return corner == 2 ? 0 : corner + 1;
 }
-constexpr unsigned before(unsigned corner) noexcept {
+constexpr unsigned corner_before(unsigned corner) noexcept {
     return corner == 0 ? 2 : corner - 1;
 }
 
 /// The end nodes of local edge k, below `corners`, in the direction in which the element runs.
 inline elfes::edge2 edge_nodes(const unsigned* cell, unsigned corners, unsigned k) noexcept {
     if (corners == 4) return {cell[k], cell[(k + 1) % 4]};
-    return {cell[after(k)], cell[before(k)]};
+    return {cell[corner_after(k)], cell[corner_before(k)]};
 }
 
 /// The row of neighbours that leads across the edge that ends at corner i. Repeated from element to
 /// element, this step turns around the node at that corner, counterclockwise if the elements are
 /// counterclockwise.
 inline unsigned turn_edge(unsigned i, unsigned corners) noexcept {
-    return corners == 3 ? after(i) : (i + 3) % 4;
+    return corners == 3 ? corner_after(i) : (i + 3) % 4;
 }
 
 /// The row of neighbours that leads across the edge that starts at corner i: the other way around the node.
 inline unsigned turn_back_edge(unsigned i, unsigned corners) noexcept {
-    return corners == 3 ? before(i) : i;
+    return corners == 3 ? corner_before(i) : i;
 }
 
 /// Exchanges two numbers if `on` is 1 and not if it is 0, without a branch.

@@ -35,10 +35,11 @@ struct fetched_triangles<3> {
 /// corner on. To choose among the corners in registers takes more time than all else.
 template <>
 struct fetched_triangles<2> {
-    static constexpr int corner_step = 4;
+    static constexpr int step = 4; ///< from corner to corner
 
-    double p[2][5][corner_step]; ///< corners 0, 1, 2, 0, 1, of lanes 0 and 2 and of lanes 1 and 3
-    std::int64_t first[lane_count]; ///< corner_step times the corner opposite to the longest side
+    double even[5 * step];          ///< corners 0, 1, 2, 0, 1 of lanes 0 and 2
+    double odd[5 * step];           ///< of lanes 1 and 3
+    std::int64_t first[lane_count]; ///< where the corner opposite to the longest side stands
 
     template <std::size_t Leading>
     ZEL_FOUR_LANES_INLINED void fetch(const points_view<2>& points,
@@ -46,10 +47,10 @@ struct fetched_triangles<2> {
         const lane_pairs corner[3] = {lane_pairs(node_columns<Leading, 2>(points, n[0]).p),
                                       lane_pairs(node_columns<Leading, 2>(points, n[1]).p),
                                       lane_pairs(node_columns<Leading, 2>(points, n[2]).p)};
-        for (std::size_t k = 0; k < 5; ++k) corner[k % 3].store(p[0][k], p[1][k]);
+        for (std::size_t k = 0; k < 5; ++k) corner[k % 3].store(even + k * step, odd + k * step);
         const auto longest =
             longest_side_of(corner[0].components(), corner[1].components(), corner[2].components());
-        store_choices(longest.second, longest.third, corner_step, first);
+        store_choices(longest.second, longest.third, step, first);
     }
     ZEL_FOUR_LANES_INLINED vector_of<lanes, 2> centers() const noexcept {
         return circumcircle_of_longest_side(turned(0), turned(1), turned(2)).center;
@@ -57,8 +58,10 @@ struct fetched_triangles<2> {
 
 private:
     ZEL_FOUR_LANES_INLINED vector_of<lanes, 2> turned(std::size_t k) const noexcept {
-        const lane_columns<const double> corner = {p[0][k] + first[0], p[1][k] + first[1],
-                                                   p[0][k] + 2 + first[2], p[1][k] + 2 + first[3]};
+        const double* const evens = even + k * step;
+        const double* const odds = odd + k * step;
+        const lane_columns<const double> corner = {evens + first[0], odds + first[1],
+                                                   evens + 2 + first[2], odds + 2 + first[3]};
         return load_columns<2>(corner);
     }
 };
@@ -86,8 +89,10 @@ ZEL_FOUR_LANES std::size_t place_centers_by_four(const dense2D<double>& pos,
     fetched_triangles<Dim> fetched[fetched_groups];
     for (std::size_t first = 0; first < groups; first += fetched_groups) {
         const std::size_t count = std::min(fetched_groups, groups - first);
-        for (std::size_t g = first + rounds_ahead * fetched_groups;
-             g < std::min(first + (rounds_ahead + 1) * fetched_groups, groups); ++g) {
+        // mutation: speed only
+        const std::size_t later = first + rounds_ahead * fetched_groups;
+        // mutation: speed only
+        for (std::size_t g = later; g < std::min(later + fetched_groups, groups); ++g) {
             prefetch(cells[g * lane_count]);
             prefetch(out[g * lane_count]);
         }
