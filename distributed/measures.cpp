@@ -146,7 +146,12 @@ int area(const partitioned_mesh& mesh, double& result) {
 }
 
 int volume(const partitioned_mesh& mesh, double& result) {
-    if (mesh.comm == MPI_COMM_NULL || mesh.pos.rows != 3) return -1;
+    if (mesh.comm == MPI_COMM_NULL) return -1;
+    if (mesh.elements == 0) {
+        result = 0;
+        return 0;
+    }
+    if (mesh.pos.rows != 3) return -1;
     int status = check_elements(mesh);
     if (status) return status;
     partitioned_mesh wide;

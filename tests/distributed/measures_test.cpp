@@ -140,6 +140,18 @@ TEST(DistributedVolume, IsNotANumberWhereACoordinateIsNot) {
     EXPECT_TRUE(std::isnan(got));
 }
 
+TEST(DistributedVolume, NoElementsEncloseNothingWhateverTheNodes) {
+    for (const std::size_t dimension : {2U, 3U})
+        for (const sharing& by : sharings()) {
+            SCOPED_TRACE(by.name);
+            const whole_mesh none{"no elements", dense2D<double>(dimension, 5, 1.0),
+                                  dense2D<unsigned>(3, 0)};
+            double got = 5;
+            EXPECT_EQ(0, volume(parts_of(none, by), got));
+            EXPECT_EQ(0, got);
+        }
+}
+
 TEST(DistributedSums, CountEachNodeAndElementOnce) {
     const whole_mesh& whole = meshes()[4];
     for (const sharing& by : sharings()) {

@@ -38,7 +38,7 @@ ZEL_TESSEL2D_DISTRIBUTED_API int area(const partitioned_mesh& mesh, double& resu
 /// @param[out] result  the volume in cubed units of length, the same on all ranks; 0 without elements, NaN if a
 ///                     coordinate of a node of an element is not finite, infinite if it is out of the range of numbers.
 ///
-/// @retval 0      done.
+/// @retval 0      done, or nothing to do (the mesh has no elements; then its nodes are not looked at).
 /// @retval k > 0  the surface is not closed: so many edges are not shared by exactly two elements that run along them
 ///                in opposite directions. `result` stays as it was.
 /// @retval -1     the mesh has no communicator, its nodes do not have 3 coordinates, its elements have neither 3 nor 4
