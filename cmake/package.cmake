@@ -154,7 +154,18 @@ install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG
               "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/NOTICE"
         DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT manual)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" "${PROJECT_SOURCE_DIR}/examples"
-        DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT manual PATTERN "__pycache__" EXCLUDE)
+        DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT manual
+        PATTERN "__pycache__" EXCLUDE PATTERN "functions.md" EXCLUDE)
+# The index of functions links to the headers, which lie elsewhere now.
+set(zel_index "${PROJECT_SOURCE_DIR}/docs/functions.md")
+set_property(DIRECTORY "${PROJECT_SOURCE_DIR}" APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${zel_index}")
+file(RELATIVE_PATH zel_headers_from_index "${CMAKE_INSTALL_FULL_DOCDIR}/docs"
+     "${CMAKE_INSTALL_FULL_INCLUDEDIR}/zel-tessel2d")
+file(READ "${zel_index}" zel_index_text)
+string(REPLACE "](../include/" "](${zel_headers_from_index}/" zel_index_text "${zel_index_text}")
+file(WRITE "${PROJECT_BINARY_DIR}/installed/functions.md" "${zel_index_text}")
+install(FILES "${PROJECT_BINARY_DIR}/installed/functions.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs"
+        COMPONENT manual)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/build/manual/html" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
         COMPONENT manual OPTIONAL)
 

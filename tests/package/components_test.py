@@ -75,6 +75,15 @@ def test_components(cmake, build, work, interpreter):
     return whole
 
 
+def test_links(work):
+    """What the pages link to has been installed, too: headers and programs, but for companions that are not built."""
+    (docs,) = (work / "whole").rglob("docs")
+    links = {(page, link) for page in docs.glob("*.md") for link in re.findall(r"\]\(([^):#]+)", page.read_text())}
+    lost = [f"{page.name}: {link}" for page, link in sorted(links)
+            if not (page.parent / link).exists() and not re.search(r"distributed|vtk", link)]  # fmt: skip
+    assert len(links) > 50 and not lost, f"links to nothing: {lost[:5]}"
+
+
 def test_python_package(work, interpreter):
     (init,) = (work / "python").rglob("tessel2d/__init__.py")
     program = "import tessel2d as t; d = t.mesh_disk_T3(n=8); print(round(t.area(d.pos, d.connect), 1))"
@@ -117,6 +126,7 @@ def main():
     shutil.rmtree(work, ignore_errors=True)
     work.mkdir(parents=True)
     whole = test_components(cmake, build, work, interpreter)
+    test_links(work)
     if interpreter:
         test_python_package(work, interpreter)
     test_uninstall(cmake, work)
