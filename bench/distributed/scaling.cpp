@@ -8,6 +8,7 @@
 // The square comes in rows, a block of them on each rank, so that no rank ever holds the whole. Functions are letters:
 // p partition by PT-Scotch, h one layer of halo, n normals, a area, b adjacency, q quadratic elements, Q all
 // quadrilaterals, t triangles. Those behind p and h work on what these have made.
+#include "support/ranks.h"
 #include "zel/distributed/adjacency.h"
 #include "zel/distributed/conversion.h"
 #include "zel/distributed/measures.h"
@@ -28,20 +29,10 @@
 
 using namespace zel;
 using namespace zel::distributed;
+using zel_test::rank;
+using zel_test::ranks;
 
 namespace {
-
-int rank() {
-    int r = 0;
-    MPI_Comm_rank(PETSC_COMM_WORLD, &r);
-    return r;
-}
-
-int ranks() {
-    int n = 1;
-    MPI_Comm_size(PETSC_COMM_WORLD, &n);
-    return n;
-}
 
 double most(double mine) {
     double all = 0;

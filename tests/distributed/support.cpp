@@ -17,18 +17,6 @@ namespace zel_test {
 using namespace zel;
 using namespace zel::distributed;
 
-int rank() {
-    int r = 0;
-    MPI_Comm_rank(PETSC_COMM_WORLD, &r);
-    return r;
-}
-
-int ranks() {
-    int n = 1;
-    MPI_Comm_size(PETSC_COMM_WORLD, &n);
-    return n;
-}
-
 namespace {
 
 constexpr unsigned no_node = 0xFFFFFFFFU;

@@ -3,6 +3,7 @@
 
 // Meshes in parts for the tests: whole meshes that every rank knows, ways to share them out, and a comparison of
 // a result in parts with that of one rank.
+#include "support/ranks.h"
 #include "zel/dense.h"
 #include "zel/distributed/mesh.h"
 
@@ -18,9 +19,6 @@ using zel::dense1D;
 using zel::dense2D;
 using zel::distributed::number;
 using zel::distributed::partitioned_mesh;
-
-int rank();
-int ranks();
 
 /// A mesh that each rank can make.
 struct whole_mesh {
