@@ -4,11 +4,13 @@
 //
 // The searches themselves are those of the library: `locate` walks from a node that a `node_detector` finds,
 // like get_element_containing_point, and `transfer` from one that the tree of interpolate finds; so both give
-// what these give. What is done once here is the test of the mesh and the making of detector and tree.
-// Points of a batch do not depend on one another, so they are taken in the order of a Z curve, and any
-// number of threads may share them.
+// what these give. What is done once here is the test of the mesh and the making of detector and tree, and of a
+// grid that rules out most points that no element holds: they are not searched. Points of a batch do not
+// depend on one another, so they are taken in the order of a Z curve, and any number of threads may share
+// them.
 #include "zel/host/locator.h"
 
+#include "host/covered_grid.h"
 #include "location/local_coords.h"
 #include "location/locate.h"
 #include "zel/host/adjacency.h"
@@ -55,22 +57,43 @@ struct detector_searcher {
 
 // --------------------------------------------------------------------------------- points of a batch
 
-/// The points of a batch in the order of a Z curve; or as they come, if they are few or memory is short.
+bool are_points(const dense2D<double>& points) noexcept {
+    return (points.rows == 2 || (points.rows == 0 && points.cols == 0)) && points.cols <= no_node;
+}
+
+point<2> point_at(const dense2D<double>& points, std::size_t j) noexcept {
+    return {points(0, j), points(1, j)};
+}
+
+/// The points of a batch that are left when some are left out, in the order of a Z curve; or as they come, if
+/// they are few. If memory is short none is left out.
 class visiting_order {
 public:
-    visiting_order(const node_grid& grid, const dense2D<double>& points) noexcept {
+    template <class LeftOut>
+    visiting_order(const node_grid& grid, const dense2D<double>& points,
+                   const LeftOut& left_out) noexcept
+        : size_(points.cols) {
         constexpr std::size_t worth_sorting = 4096;
-        if (points.cols < worth_sorting) return;
         dense1D<unsigned, 8> all;
         if (!all.resize(points.cols)) return;
-        for (std::size_t j = 0; j < points.cols; ++j) all[j] = static_cast<unsigned>(j);
-        sorted_ = order_.sort(grid, points_view<2>(points), all);
+        size_ = 0;
+        for (std::size_t j = 0; j < points.cols; ++j) {
+            all[size_] = static_cast<unsigned>(j);
+            size_ += left_out(point_at(points, j)) ? 0U : 1U;
+        }
+        all.resize(size_);
+        const bool sorted =
+            size_ >= worth_sorting && order_.sort(grid, points_view<2>(points), all);
+        if (!sorted) order_.nodes.swap(all);
     }
-    std::size_t operator[](std::size_t i) const noexcept { return sorted_ ? order_.nodes[i] : i; }
+    std::size_t size() const noexcept { return size_; }
+    std::size_t operator[](std::size_t i) const noexcept {
+        return order_.nodes.empty() ? i : order_.nodes[i];
+    }
 
 private:
     curve_order order_;
-    bool sorted_ = false;
+    std::size_t size_;
 };
 
 /// Calls work(first, last) for parts of [0, n), each on a thread of its own, as far as they can be had.
@@ -98,27 +121,23 @@ void share(std::size_t n, unsigned threads, const Work& work) noexcept {
     }
 }
 
-bool are_points(const dense2D<double>& points) noexcept {
-    return (points.rows == 2 || (points.rows == 0 && points.cols == 0)) && points.cols <= no_node;
-}
-
-point<2> point_at(const dense2D<double>& points, std::size_t j) noexcept {
-    return {points(0, j), points(1, j)};
-}
-
 /// Calls work(p, j, start) for a part of the points of a batch: point j is p, and its walk is to start at an
-/// element, or at none.
-template <class Searcher, class Work>
+/// element, or at none. Points for which served(p, j) is true are done with.
+template <class Searcher, class Served, class Work>
 void in_groups(const located_mesh& mesh, const Searcher& searcher, const dense2D<double>& points,
                const visiting_order& order, std::size_t first, std::size_t last,
-               const Work& work) noexcept {
+               const Served& served, const Work& work) noexcept {
     point_group group;
-    for (; first < last; first += group.most) {
-        const std::size_t n = std::min(last - first, group.most);
+    std::size_t numbers[point_group::most];
+    while (first < last) {
+        std::size_t n = 0;
+        for (; first < last && n < group.most; ++first) {
+            numbers[n] = order[first];
+            n += served(point_at(points, numbers[n]), numbers[n]) ? 0U : 1U;
+        }
         group.find_starts(mesh, searcher, n,
-                          [&](std::size_t i) { return point_at(points, order[first + i]); });
-        for (std::size_t i = 0; i < n; ++i)
-            work(group.points[i], order[first + i], group.starts[i]);
+                          [&](std::size_t i) { return point_at(points, numbers[i]); });
+        for (std::size_t i = 0; i < n; ++i) work(group.points[i], numbers[i], group.starts[i]);
     }
 }
 
@@ -176,6 +195,7 @@ struct locator::prepared_mesh {
     located_mesh view;
     tessel::node_detector detector;
     node_tree tree;
+    covered_grid covered;
 
     prepared_mesh(dense2D<double>&& own_pos, dense2D<unsigned>&& own_connect,
                   adjacency&& own) noexcept
@@ -186,12 +206,13 @@ struct locator::prepared_mesh {
           detector(pos),
           tree(pos) {}
 
-    /// Fills the tree. False: memory is exhausted. Where it runs out on the way, nodes are left out, as
-    /// interpolate leaves them out.
+    /// Fills the tree and the grid. False: memory is exhausted. Where it runs out on the way, nodes are left
+    /// out, as interpolate leaves them out, or the grid rules out nothing.
     bool prepare() noexcept {
         if (connect.empty()) return true;
         const std::size_t taken = connect.rows == 3 ? tree.fill<triangle_cells>(connect)
                                                     : tree.fill<mixed_cells>(connect);
+        covered.fill(pos, connect, tree.box_min, tree.box_max);
         return (taken != 0 || !names_finite_node()) && (detector.size() != 0 || !has_finite_node());
     }
     bool is_finite_node(std::size_t j) const noexcept {
@@ -207,6 +228,11 @@ struct locator::prepared_mesh {
             for (std::size_t i = 0; i < connect.rows; ++i)
                 if (connect(i, e) < pos.cols && is_finite_node(connect(i, e))) return true;
         return false;
+    }
+
+    /// Returns true if a search would find no element that holds p, and meet no degenerate one.
+    bool rules_out(const point<2>& p, double tolerance) const noexcept {
+        return tolerance <= covered_grid::most_tolerance && covered.rules_out(p);
     }
 
     /// Calls use(shape) with the shape of the cells.
@@ -232,19 +258,23 @@ struct locator::prepared_mesh {
     template <class Shape>
     void serve_one(const tree_searcher& searcher, const point<2>& p, unsigned element,
                    std::size_t j, transfer_table& table, search_record& memory) const noexcept {
-        point<2> at{0, 0};
-        source from = source::inside;
         if (search<Shape>(view, searcher, p, transfer_tolerance, element, memory) == 1) {
             const unsigned* const cell = view.connect[element];
-            at = local_coords(view, cell, Shape::corners(cell), p);
+            const point<2> at = local_coords(view, cell, Shape::corners(cell), p);
+            table.states[j] = as_number(source::inside);
+            table.elements[j] = element;
+            table.local(0, j) = at[0];
+            table.local(1, j) = at[1];
         } else {
-            element = memory.closest ? *memory.closest : searcher.find_closest(p);
-            from = element == no_node ? source::unserved : source::nearest;
+            serve_from_nearest(memory.closest ? *memory.closest : searcher.find_closest(p), j,
+                               table);
         }
-        table.states[j] = as_number(from);
-        table.elements[j] = element;
-        table.local(0, j) = at[0];
-        table.local(1, j) = at[1];
+    }
+    /// Serves a point from the node nearest to it, if there is one.
+    static void serve_from_nearest(unsigned node, std::size_t j, transfer_table& table) noexcept {
+        if (node == no_node) return;
+        table.states[j] = as_number(source::nearest);
+        table.elements[j] = node;
     }
 
     /// Returns true if a table names only elements and nodes that the mesh has; without a mesh, none.
@@ -329,7 +359,7 @@ int locator::build(const dense2D<double>& pos, const dense2D<unsigned>& connect,
 int locator::locate(const vector_fixed<double, 2>& p, unsigned& element,
                     double tolerance) const noexcept {
     element = no_node;
-    if (!mesh_) return 0;
+    if (!mesh_ || mesh_->rules_out(p, tolerance)) return 0;
     return mesh_->with_shape([&](auto shape) {
         search_record memory;
         return search<decltype(shape)>(mesh_->view, mesh_->detector, p, tolerance, element, memory);
@@ -350,12 +380,15 @@ int locator::locate(const dense2D<double>& points, dense1D<unsigned, 8>& element
         return status_memory;
     }
     if (mesh_ && !mesh_->connect.empty()) {
-        const visiting_order order(mesh_->tree.grid, points);
+        const visiting_order order(mesh_->tree.grid, points, [&](const point<2>& p) {
+            return mesh_->rules_out(p, tolerance);
+        });
+        const auto nothing_served = [](const point<2>&, std::size_t) { return false; };
         mesh_->with_shape([&](auto shape) {
-            share(points.cols, threads, [&](std::size_t first, std::size_t last) noexcept {
+            share(order.size(), threads, [&](std::size_t first, std::size_t last) noexcept {
                 search_record memory;
                 const detector_searcher searcher{mesh_->detector};
-                in_groups(mesh_->view, searcher, points, order, first, last,
+                in_groups(mesh_->view, searcher, points, order, first, last, nothing_served,
                           [&](const point<2>& p, std::size_t j, unsigned start) {
                               found[j] = start;
                               mesh_->locate_one<decltype(shape)>(p, tolerance, found[j], shares[j],
@@ -379,12 +412,18 @@ int locator::transfer(const dense2D<double>& points, transfer_table& table,
         return status_memory;
     }
     if (mesh_ && !mesh_->connect.empty()) {
-        const visiting_order order(mesh_->tree.grid, points);
+        const visiting_order order(mesh_->tree.grid, points, [](const point<2>&) { return false; });
         mesh_->with_shape([&](auto shape) {
-            share(points.cols, threads, [&](std::size_t first, std::size_t last) noexcept {
+            share(order.size(), threads, [&](std::size_t first, std::size_t last) noexcept {
                 const tree_searcher searcher(mesh_->tree, mesh_->view);
                 search_record memory;
-                in_groups(mesh_->view, searcher, points, order, first, last,
+                const auto served = [&](const point<2>& p, std::size_t j) {
+                    const bool ruled_out = mesh_->rules_out(p, transfer_tolerance);
+                    if (ruled_out)
+                        prepared_mesh::serve_from_nearest(searcher.find_closest(p), j, fresh);
+                    return ruled_out;
+                };
+                in_groups(mesh_->view, searcher, points, order, first, last, served,
                           [&](const point<2>& p, std::size_t j, unsigned start) {
                               mesh_->serve_one<decltype(shape)>(searcher, p, start, j, fresh,
                                                                 memory);
