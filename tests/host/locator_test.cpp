@@ -161,11 +161,10 @@ TEST_P(LocatorOnMeshes, WeightsGiveThePointBack) {
     EXPECT_GT(inside, 500u);
 }
 
-TEST_P(LocatorOnMeshes, CarriesWhatInterpolateCarries) {
-    const mesh m = grid(9, GetParam());
-    zel::host::adjacency beside;
-    ASSERT_EQ(0, build_adjacency(m.connect, m.pos.cols, beside));
-    const dense2D<double> points = points_around(m, 6000, 9, 5);
+/// Carries fields onto points and compares with `interpolate` to the bit. `count` gets the number of points of
+/// each kind of source.
+void expect_interpolated(const mesh& m, zel::host::adjacency beside, const dense2D<double>& points,
+                         std::size_t (&count)[3]) {
     // The points as nodes behind those of the mesh.
     const std::size_t nodes = m.pos.cols;
     dense2D<double> pos;
@@ -175,6 +174,10 @@ TEST_P(LocatorOnMeshes, CarriesWhatInterpolateCarries) {
         std::copy_n(points[j], 2, pos[nodes + j]);
         orphans[j] = static_cast<unsigned>(nodes + j);
     }
+    zel::host::adjacency mesh_side;
+    ASSERT_TRUE(mesh_side.neighbors.copy(beside.neighbors));
+    ASSERT_TRUE(mesh_side.ancestors.resize(nodes));
+    std::copy_n(beside.ancestors.data(), nodes, mesh_side.ancestors.data());
     ASSERT_TRUE(beside.ancestors.resize(pos.cols, none));
     dense2D<double> field(3, pos.cols);
     dense1D<double, 8> scalar(pos.cols);
@@ -194,14 +197,13 @@ TEST_P(LocatorOnMeshes, CarriesWhatInterpolateCarries) {
                              type_of(m)));
 
     locator at;
-    ASSERT_EQ(0, at.build(m.pos, m.connect));
+    ASSERT_EQ(0, at.build(m.pos, m.connect, mesh_side.neighbors, mesh_side.ancestors));
     transfer_table table;
     ASSERT_EQ(0, at.transfer(points, table));
     dense2D<double> carried;
     dense1D<double, 8> carried_scalar;
     ASSERT_EQ(0, at.carry(table, mesh_field, carried, -77.0));
     ASSERT_EQ(0, at.carry(table, mesh_scalar, carried_scalar, -77.0));
-    std::size_t count[3] = {0, 0, 0};
     for (std::size_t j = 0; j < points.cols; ++j) {
         for (std::size_t i = 0; i < 3; ++i)
             ASSERT_EQ(zel_test::bits(field(i, nodes + j)), zel_test::bits(carried(i, j)))
@@ -210,6 +212,14 @@ TEST_P(LocatorOnMeshes, CarriesWhatInterpolateCarries) {
         ASSERT_EQ(table.states[j] == 2, carried_scalar[j] == -77.0);
         ++count[table.states[j]];
     }
+}
+
+TEST_P(LocatorOnMeshes, CarriesWhatInterpolateCarries) {
+    const mesh m = grid(9, GetParam());
+    zel::host::adjacency beside;
+    ASSERT_EQ(0, build_adjacency(m.connect, m.pos.cols, beside));
+    std::size_t count[3] = {0, 0, 0};
+    expect_interpolated(m, beside, points_around(m, 6000, 9, 5), count);
     for (const std::size_t c : count) EXPECT_GT(c, 20u); // each kind has come up
 }
 
@@ -230,6 +240,210 @@ TEST_P(LocatorOnMeshes, ThreadsChangeNothing) {
             ASSERT_EQ(0, at.transfer(points, shared, threads));
             EXPECT_EQ(snapshot(alone.states, alone.elements, alone.local),
                       snapshot(shared.states, shared.elements, shared.local));
+        }
+    }
+}
+
+// ----------------------------------------------------------------- meshes of all kinds, and points at their rims
+
+/// A mesh that is small or not usual, and how far it reaches.
+struct unusual_mesh {
+    const char* name;
+    mesh m;
+    zel::host::adjacency beside;
+};
+
+void add_element(mesh& m, const std::vector<vector_fixed<double, 2>>& corners, std::size_t rows) {
+    unsigned column[4] = {none, none, none, none};
+    for (std::size_t k = 0; k < corners.size(); ++k) {
+        column[k] = static_cast<unsigned>(m.pos.cols);
+        ASSERT_TRUE(m.pos.resize(2, m.pos.cols + 1));
+        std::copy_n(corners[k].begin(), 2, m.pos[m.pos.cols - 1]);
+    }
+    if (rows == 3) {
+        push_back_column3(column, m.connect);
+    } else {
+        push_back_column4(column, m.connect);
+    }
+}
+
+/// The grid with each coordinate k scaled and moved.
+mesh scaled_grid(kind cut, double scale_x, double scale_y, double shift) {
+    mesh m = grid(9, cut);
+    for (std::size_t j = 0; j < m.pos.cols; ++j) {
+        m.pos(0, j) = m.pos(0, j) * scale_x + shift;
+        m.pos(1, j) = m.pos(1, j) * scale_y + shift;
+    }
+    return m;
+}
+
+mesh grid_with(kind cut, const std::vector<vector_fixed<double, 2>>& corners) {
+    mesh m = grid(9, cut);
+    add_element(m, corners, m.connect.rows);
+    return m;
+}
+
+std::vector<unusual_mesh> unusual_meshes() {
+    std::vector<unusual_mesh> all;
+    const auto add = [&all](const char* name, mesh&& m) {
+        all.push_back({name, std::move(m), {}});
+        ASSERT_EQ(0,
+                  build_adjacency(all.back().m.connect, all.back().m.pos.cols, all.back().beside));
+    };
+    for (const kind cut : {kind::triangles, kind::quads, kind::mixed}) {
+        const std::size_t rows = cut == kind::triangles ? 3 : 4;
+        add("a grid with a hole", grid(9, cut));
+        add("a tiny one", scaled_grid(cut, 1e-150, 1e-150, 0));
+        add("a small one", scaled_grid(cut, 1e-90, 1e-90, 0));
+        add("a huge one", scaled_grid(cut, 1e150, 1e150, 0));
+        add("a large one", scaled_grid(cut, 1e90, 1e90, 0));
+        add("far from the origin", scaled_grid(cut, 1, 1, 1e9));
+        add("so far that corners fall together", scaled_grid(cut, 1, 1, 1e15));
+        add("upright needles", scaled_grid(cut, 1e-5, 1, 0));
+        add("lying needles", scaled_grid(cut, 1, 1e-8, 0));
+        add("hairs", scaled_grid(cut, 1, 1e-12, 0));
+        mesh one;
+        one.pos.resize(2, 0);
+        add_element(one, {{0, 0}, {1, 0.2}, {0.3, 0.9}}, rows);
+        add("one triangle", std::move(one));
+        for (const double height : {1e-3, 1e-6, 2e-7, 1e-7, 1e-9, 1e-12, 1e-15, 0.0, -1e-3})
+            add("with a sliver", grid_with(cut, {{11, 1}, {13, 2}, {12, 1.5 + height}}));
+        add("with a clockwise triangle", grid_with(cut, {{11, 1}, {11, 2}, {12, 1}}));
+        add("with a NaN", grid_with(cut, {{11, 1}, {12, nan}, {11, 2}}));
+        mesh unnamed = grid(9, cut);
+        unnamed.pos.resize(2, unnamed.pos.cols + 2, nan);
+        add("with nodes that no element names", std::move(unnamed));
+        mesh clockwise = grid(9, cut);
+        for (std::size_t j = 0; j < clockwise.pos.cols; ++j) clockwise.pos(0, j) *= -1;
+        add("clockwise", std::move(clockwise));
+        // Elements far apart that no walk leads to.
+        mesh spread = grid(5, cut);
+        for (unsigned i = 0; i < 30; ++i)
+            add_element(spread, {{7.0 + i, 1}, {7.5 + i, 1.3}, {7.1 + i, 1.8}}, rows);
+        add("in pieces", std::move(spread));
+        for (const unsigned seed : {1U, 2U}) {
+            add("with a wrong adjacency", grid(9, cut));
+            std::mt19937 random(seed);
+            const auto elements = static_cast<unsigned>(all.back().m.connect.cols);
+            for (unsigned& f : all.back().beside.neighbors)
+                if (random() % 5 == 0)
+                    f = random() % 2 == 0 ? none : static_cast<unsigned>(random() % elements);
+            for (unsigned& e : all.back().beside.ancestors)
+                if (random() % 5 == 0)
+                    e = random() % 2 == 0 ? none : static_cast<unsigned>(random() % elements);
+        }
+    }
+    const std::vector<std::vector<vector_fixed<double, 2>>> quads = {
+        {{11, 1}, {13, 1}, {11.2, 1.2}, {11, 3}},          // an arrowhead
+        {{11, 1}, {13, 1}, {11.0001, 1.0001}, {11, 3}},    // a sharp one
+        {{11, 1}, {13, 1}, {13, 1}, {11, 3}},              // two corners in one place
+        {{11, 1}, {13, 1}, {11.001, 3}, {11, 3}},          // a short side
+        {{11, 1}, {13, 1}, {11.000001, 3}, {11, 3}},       // a shorter one
+        {{11, 1}, {12, 3}, {13, 1}, {11, 3}},              // crosses itself
+        {{11, 1}, {13, 1}, {13, 1.000001}, {11, 1.000001}} // a needle
+    };
+    for (const auto& corners : quads)
+        add("with an odd quadrilateral", grid_with(kind::mixed, corners));
+    return all;
+}
+
+/// Points around a mesh, at and near the edges of its elements, and far away.
+dense2D<double> points_at_rims(const mesh& m, std::size_t n, unsigned seed) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<double> unit(0, 1);
+    double low[2] = {1e300, 1e300};
+    double high[2] = {-1e300, -1e300};
+    for (std::size_t j = 0; j < m.pos.cols; ++j) {
+        for (std::size_t k = 0; k < 2; ++k) {
+            if (m.pos(k, j) < low[k]) low[k] = m.pos(k, j);
+            if (m.pos(k, j) > high[k]) high[k] = m.pos(k, j);
+        }
+    }
+    constexpr double shares[] = {0, 1e-6, 1e-4, 1e-3, 0.5};
+    constexpr double steps[] = {-1.001, -0.999, 0.5, 0.999, 1.001};
+    dense2D<double> points(2, n);
+    for (std::size_t j = 0; j < n; ++j) {
+        const double wide = j % 3 == 0 ? 100 : 0.3;
+        for (std::size_t k = 0; k < 2; ++k)
+            points(k, j) = low[k] + (high[k] - low[k]) * ((1 + 2 * wide) * unit(random) - wide);
+        const unsigned* const cell = m.connect[random() % m.connect.cols];
+        const std::size_t corners = m.connect.rows == 3 || cell[3] == none ? 3 : 4;
+        const std::size_t i = random() % corners;
+        const double* const a = m.pos[cell[i]];
+        const double* const b = m.pos[cell[(i + 1) % corners]];
+        const double* const c = m.pos[cell[(i + 2) % corners]];
+        if (j % 2 == 0) {
+            // In a triangle d = 1 at c, so this is that share of the doubled area beyond the edge.
+            const double out = shares[random() % 5] * steps[random() % 5];
+            const double t = j % 4 == 0 ? unit(random) : static_cast<double>(random() % 2);
+            for (std::size_t k = 0; k < 2; ++k) {
+                const double at = a[k] + t * (b[k] - a[k]);
+                points(k, j) = at - out * (c[k] - at);
+            }
+        }
+        if (j % 97 == 0) points(j % 2, j) = nan;
+        if (j % 101 == 0) points(j % 2, j) = std::numeric_limits<double>::infinity();
+        if (j % 103 == 0) points(j % 2, j) = 1e300;
+    }
+    return points;
+}
+
+TEST(LocatorOnUnusualMeshes, FindsWhatThePublicSearchFinds) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    for (const unusual_mesh& u : unusual_meshes()) {
+        SCOPED_TRACE(u.name);
+        const zel::tessel::node_detector detector(u.m.pos);
+        locator at;
+        ASSERT_EQ(0, at.build(u.m.pos, u.m.connect, u.beside.neighbors, u.beside.ancestors));
+        for (const double tolerance :
+             {1e-6, 0.0, 1e-4, 1.0001e-4, 1e-3, 0.5, -0.01, nan, infinity, -infinity}) {
+            const dense2D<double> points = points_at_rims(u.m, 250, 3);
+            batch all;
+            ASSERT_EQ(0, at.locate(points, all.elements, all.weights, all.places, tolerance));
+            for (std::size_t j = 0; j < points.cols; ++j) {
+                const vector_fixed<double, 2> p{points(0, j), points(1, j)};
+                unsigned expected;
+                unsigned single;
+                const int status = get_element_containing_point(
+                    u.m.pos, u.m.connect, u.beside.neighbors, u.beside.ancestors, detector,
+                    type_of(u.m), p, expected, tolerance);
+                ASSERT_EQ(status, at.locate(p, single, tolerance))
+                    << p[0] << ' ' << p[1] << " tolerance " << tolerance;
+                ASSERT_EQ(expected, single);
+                ASSERT_EQ(expected, all.elements[j]);
+                ASSERT_EQ(status == 1 ? 0u : status == 0 ? 1u : 2u, all.places[j]);
+            }
+        }
+    }
+}
+
+TEST(LocatorOnUnusualMeshes, CarriesWhatInterpolateCarries) {
+    std::size_t count[3] = {0, 0, 0};
+    for (const unusual_mesh& u : unusual_meshes()) {
+        SCOPED_TRACE(u.name);
+        expect_interpolated(u.m, u.beside, points_at_rims(u.m, 700, 5), count);
+        if (testing::Test::HasFatalFailure()) return;
+    }
+    for (const std::size_t c : count) EXPECT_GT(c, 1000u);
+}
+
+TEST(Locator, PointsInHolesAndFarAwayAreOutsideInBatchesOfAnySize) {
+    const mesh m = grid(40, kind::triangles);
+    locator at;
+    ASSERT_EQ(0, at.build(m.pos, m.connect));
+    for (const std::size_t n : {std::size_t{1}, std::size_t{17}, std::size_t{5000}}) {
+        for (const std::size_t inside : {std::size_t{0}, std::size_t{1}, n / 2}) {
+            dense2D<double> points(2, n, 20.75);
+            for (std::size_t j = 0; j < n; ++j) {
+                if (j % 3 == 0) points(j % 2, j) = -3.0 - static_cast<double>(j);
+                if (j < inside) points(0, j) = points(1, j) = 3.3;
+            }
+            const batch b = located(at, points, 2);
+            for (std::size_t j = 0; j < n; ++j) {
+                EXPECT_EQ(j < inside ? 0u : 1u, b.places[j]);
+                EXPECT_EQ(j < inside, b.elements[j] != none);
+                EXPECT_EQ(j < inside ? 1 : 0, b.weights(0, j) + b.weights(1, j) + b.weights(2, j));
+            }
         }
     }
 }
