@@ -254,6 +254,31 @@ void transfer(benchmark::State& state) {
         if (status != 0) state.SkipWithError("failed");
     });
 }
+/// Points around the mesh, clear of it, beside as many within it.
+dense2D<double> points_outside(std::size_t n) {
+    random_numbers random{8};
+    dense2D<double> points(2, n);
+    for (std::size_t j = 0; j < n; ++j) {
+        points(j % 2, j) = 3 * random.unit() - 1;
+        points(1 - j % 2, j) = j % 4 < 2 ? -0.1 - random.unit() : 1.1 + random.unit();
+    }
+    return points;
+}
+void locate_points_outside(benchmark::State& state) {
+    const asked_mesh a(state.range(0), false);
+    const auto points = points_outside(a.points.cols);
+    const auto locate = [&a](const dense2D<double>& asked, stopwatch& watch) {
+        dense1D<unsigned, 8> elements;
+        dense1D<unsigned, 8> places;
+        dense2D<double> weights;
+        watch.start();
+        if (a.at.locate(asked, elements, weights, places) != 0) std::abort();
+        watch.stop();
+    };
+    const reference inside{"points inside", [&](stopwatch& watch) { locate(a.points, watch); }};
+    measure(state, static_cast<double>(points.cols), {inside},
+            [&](stopwatch& watch) { locate(points, watch); });
+}
 void carry(benchmark::State& state) {
     const asked_mesh a(state.range(0), state.range(1) != 0);
     zel::host::transfer_table table;
@@ -282,6 +307,7 @@ void on_points(benchmark::internal::Benchmark* b) {
 }
 BENCHMARK(locate_points)->Apply(on_points);
 BENCHMARK(locate_one)->Apply(on_points);
+BENCHMARK(locate_points_outside)->ArgName("triangles")->Arg(10000)->Arg(1000000)->UseManualTime();
 BENCHMARK(transfer)->Apply(on_points);
 BENCHMARK(carry)->Apply(on_points);
 BENCHMARK(locator_build)->Apply(on_meshes);

@@ -43,10 +43,11 @@ using namespace tessel2d;
 
 namespace {
 
-constexpr double slack = 2e-4;          // f of the head of this file
+// Letters are those of the head of this file.
+constexpr double slack = 2e-4;          // f
 constexpr double triangle_spread = 3;   // m
-constexpr double usual_spread = 16;     // m of most quadrilaterals
-constexpr double most_spread = 4096;    // m
+constexpr double usual_spread = 16;     // of most quadrilaterals
+constexpr double most_spread = 4096;    // and of any
 constexpr double reach = 64;            // how far from a corner points are ruled out, in L
 constexpr double flattest = 1e-10;      // s/D, in what is reached
 constexpr double least_extent = 1e-100; // L: products do not vanish,
@@ -69,7 +70,7 @@ struct region {
     vector_of<Number, 2> low; ///< of the bounding box
     vector_of<Number, 2> high;
     Number size;   ///< twice the area; NaN if a coordinate is
-    Number spread; ///< m of the head of this file, or more than `most_spread`
+    Number spread; ///< m, or more than `most_spread`
 
     [[gnu::always_inline]] Number width() const noexcept { return high[0] - low[0]; }
     [[gnu::always_inline]] Number height() const noexcept { return high[1] - low[1]; }
@@ -108,6 +109,7 @@ bool is_one_place(const point<2>& a, const point<2>& b) noexcept {
     return a[0] == b[0] && a[1] == b[1];
 }
 
+/// m of a quadrilateral, or more than `most_spread`.
 double quad_spread(const point<2> (&p)[4], double size) noexcept {
     const double half = smaller_half(p[0], p[1], p[2], p[3], size);
     if (half * usual_spread > 2 * size) return usual_spread;
@@ -229,8 +231,9 @@ grid_axes lay_out(const meshed_region& mesh, std::size_t step) noexcept {
     const double across = limited(cells_per_box * taken * (mesh.length(0) / widths), most_cells);
     const double up = limited(cells_per_box * taken * (mesh.length(1) / heights), most_cells);
     const double share = std::min(1.0, std::sqrt(most / (across * up)));
-    const double columns = std::floor(limited(across * share, most));
-    const double rows = std::floor(limited(up * share, most / columns));
+    const double at_a_side = std::max(1.0, most / 8); // or the margins would be more than the rest
+    const double columns = std::floor(limited(across * share, at_a_side));
+    const double rows = std::floor(limited(up * share, std::min(most / columns, at_a_side)));
     const auto axis_of = [&mesh](std::size_t k, double cells) {
         const double beyond = (reach / 2 - 1) * mesh.extent();
         grid_axis a;
@@ -294,6 +297,7 @@ ZEL_FOUR_LANES_INLINED bool read_four(const meshed_region& mesh, std::size_t e,
 
 /// The layers, while elements are marked in them.
 struct marking {
+    /// `unsound` stands for memory that is exhausted, too: no grid can be had.
     enum class outcome { done, unsound, too_many_writes };
 
     const meshed_region& mesh;
@@ -392,7 +396,7 @@ void marking::merge_layers() const noexcept {
     }
 }
 
-/// Lays out the cells and marks them, in words of layer 0 that stand first in `words`.
+/// Lays out the cells from every `step`-th element and marks them. `words` gets layer 0.
 template <class Shape>
 marking::outcome mark(const meshed_region& mesh, std::size_t step, grid_axes& axes,
                       dense1D<unsigned, 8>& words) noexcept {
@@ -402,18 +406,19 @@ marking::outcome mark(const meshed_region& mesh, std::size_t step, grid_axes& ax
     if (!words.resize(in_layer) || !marks.resize(layers * in_layer, 0))
         return marking::outcome::unsound;
     marking m{mesh, axes, marks.data(), in_layer, writes_per_element * mesh.count};
-    const marking::outcome marked = m.mark_all<Shape>();
-    if (marked != marking::outcome::done) return marked;
+    const marking::outcome end = m.mark_all<Shape>();
+    if (end != marking::outcome::done) return end;
     m.merge_layers();
     std::copy_n(marks.data(), in_layer, words.data());
-    return marked;
+    return end;
 }
 
+/// The same from a sample, or from all elements if need be. Returns false if no grid can be trusted.
 template <class Shape>
 bool mark(const meshed_region& mesh, grid_axes& axes, dense1D<unsigned, 8>& words) noexcept {
-    auto marked = mark<Shape>(mesh, mesh.count / sample + 1, axes, words);
-    if (marked == marking::outcome::too_many_writes) marked = mark<Shape>(mesh, 1, axes, words);
-    return marked == marking::outcome::done;
+    auto end = mark<Shape>(mesh, mesh.count / sample + 1, axes, words);
+    if (end == marking::outcome::too_many_writes) end = mark<Shape>(mesh, 1, axes, words);
+    return end == marking::outcome::done;
 }
 
 } // namespace

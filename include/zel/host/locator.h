@@ -101,7 +101,11 @@ public:
     /// @retval 0   not found, also when a long search finds no memory.
     /// @retval -1  the search came to an element whose area is not positive and finite, and ended there.
     ///
-    /// Cost: a few elements, whatever the size of the mesh.
+    /// Cost: a few elements, whatever the size of the mesh. A point that is outside costs a few nanoseconds if
+    /// it lies clear of the elements, as a rule by the size of one, and less than 30 times the mesh's size away.
+    /// This takes a tolerance of at most 1e-4, and a mesh in which all elements are counterclockwise, no
+    /// quadrilateral is twisted or has a side 2000 times shorter than others, and none is flatter than
+    /// 1e-8 of the mesh's size. Other points outside cost several times as much as those inside.
     int locate(const vector_fixed<double, 2>& p, unsigned& element,
                double tolerance = 1e-6) const noexcept;
 
@@ -125,8 +129,8 @@ public:
     ///
     /// A negative status leaves the outputs as they were; else they are in memory of their own.
     ///
-    /// Cost: a few elements per point. Many points are visited in the order of a Z curve, so their own order
-    /// does not matter much.
+    /// Cost: a few elements per point, and for points outside what is said above. Many points are visited in
+    /// the order of a Z curve, so their own order does not matter much.
     int locate(const dense2D<double>& points, dense1D<unsigned, 8>& elements,
                dense2D<double>& weights, dense1D<unsigned, 8>& places, double tolerance = 1e-6,
                unsigned threads = 1) const;
@@ -146,6 +150,9 @@ public:
     /// @retval -199  memory is exhausted.
     ///
     /// A negative status leaves `table` as it was.
+    ///
+    /// Cost: a few elements per point. For points that are not inside, the search for the nearest node:
+    /// some nodes near the mesh, more in the middle of a large hole.
     int transfer(const dense2D<double>& points, transfer_table& table, unsigned threads = 1) const;
 
     /// Carries a field onto the points of a table; values are those of `tessel2d::interpolate` to the last
