@@ -125,7 +125,7 @@ void add_adjacency(std::vector<call>& calls, const std::string& name, const shar
                     numbers[k] = static_cast<double>(wide[k]);
                 return 0;
             },
-            value_list(m.connect.rows * m.connect.cols));
+            value_list(m.connect.rows * m.connect.cols, -1.0));
     const auto wide = std::make_shared<std::vector<std::int64_t>>(m.connect.rows * m.connect.cols);
     host::widen(m.connect, wide->data());
     of(calls, "narrow")
@@ -156,8 +156,7 @@ void add_locator(std::vector<call>& calls, const std::string& name, const shared
     const auto table = std::make_shared<host::transfer_table>();
     if (built->transfer(*points, *table) != 0) std::abort();
     const number_list there = list_of({3, 1});
-    coordinates columns_there(2, 3);
-    columns_there(0, 0) = 4;
+    const coordinates columns_there(2, 3, 4.0);
 
     of(calls, "locator::build(pos, connect)").with(name, [&m] {
         return host::locator().build(m.pos, m.connect);
@@ -189,7 +188,7 @@ void add_locator(std::vector<call>& calls, const std::string& name, const shared
                         {(*points)(0, j), (*points)(1, j)}, elements[j], j % 2 ? 1e-6 : 0.1));
                 return 0;
             },
-            number_list(points->cols), number_list(points->cols));
+            number_list(points->cols, any_number), number_list(points->cols, any_number));
     for (const unsigned threads : {1u, 3u})
         of(calls, "locator::locate(points, elements, weights, places, tolerance, threads)")
             .with(
@@ -226,7 +225,7 @@ void add_locator(std::vector<call>& calls, const std::string& name, const shared
             [built, table, heights](value_list& values) {
                 return built->carry(*table, heights, values);
             },
-            value_list(2));
+            value_list(2, 5.0));
 }
 
 void add_outlines(std::vector<call>& calls) {
