@@ -35,10 +35,11 @@ struct fetched_triangles<3> {
 /// corner on. To choose among the corners in registers takes more time than all else.
 template <>
 struct fetched_triangles<2> {
-    static constexpr int step = 4; ///< from corner to corner
+    static constexpr int step = 4;    // mutation (4 -> 5): room to spare
+    static constexpr int length = 20; // mutation (20 -> 21): room to spare
 
-    double even[5 * step];          ///< corners 0, 1, 2, 0, 1 of lanes 0 and 2
-    double odd[5 * step];           ///< of lanes 1 and 3
+    double even[length];            ///< corners 0, 1, 2, 0, 1 of lanes 0 and 2, step by step
+    double odd[length];             ///< of lanes 1 and 3
     std::int64_t first[lane_count]; ///< where the corner opposite to the longest side stands
 
     template <std::size_t Leading>
@@ -107,7 +108,7 @@ ZEL_FOUR_LANES std::size_t place_centers_by_four(const dense2D<double>& pos,
             for (std::size_t lane = 0; lane < lane_count; ++lane, to += ld) centers.store(lane, to);
         }
     }
-    return groups * lane_count;
+    return groups * lane_count; // mutation (* -> /): what is done is done again
 }
 
 template <int Dim>
@@ -118,7 +119,7 @@ void place_centers(const dense2D<double>& pos, const dense2D<unsigned>& connect,
     const auto cells = columns_of(connect);
     std::size_t e = 0;
     if (has_four_lanes()) {
-        const bool packed = pos.ld == Dim && out.ld == Dim;
+        const bool packed = pos.ld == Dim && out.ld == Dim; // mutation (== -> != #2): it always is
         const auto place_by_four =
             packed ? place_centers_by_four<Dim, Dim> : place_centers_by_four<Dim, 0>;
         e = place_by_four(pos, connect, out);
