@@ -64,6 +64,7 @@ template <bool Shifted>
                                                 std::size_t& done) noexcept {
     __m256i most[4];
     for (__m256i& m : most) m = larger<Shifted>(_mm256_setzero_si256(), x, offsets);
+    // mutation: speed only
     const bool halfway = (reinterpret_cast<std::uintptr_t>(x) & 31) == 16;
     for (done = halfway ? 4 : 0; n - done >= 32; done += 32)
         for (std::size_t i = 0; i < 4; ++i)
@@ -78,7 +79,7 @@ template <bool Shifted>
 template <bool Shifted>
 [[gnu::target("avx2")]] bool eights_pass(const unsigned* x, std::size_t n, rule r, rule fourth,
                                          std::size_t& done) noexcept {
-    constexpr std::size_t many = 64;
+    constexpr std::size_t many = 64; // mutation: speed only
     const auto four = [](unsigned a, unsigned b) {
         const int first = static_cast<int>(a ^ top_bit);
         return _mm_setr_epi32(first, first, first, static_cast<int>(b ^ top_bit));
@@ -96,7 +97,9 @@ template <bool Shifted>
 
 bool eights_pass(const unsigned* x, std::size_t n, rule r, rule fourth,
                  std::size_t& done) noexcept {
+    // mutation (== -> != #1): speed only, since offsets of 0 may be added
     const bool plain = r.offset == top_bit && fourth.offset == top_bit;
+    // mutation (false -> true): the same
     return plain ? eights_pass<false>(x, n, r, fourth, done)
                  : eights_pass<true>(x, n, r, fourth, done);
 }

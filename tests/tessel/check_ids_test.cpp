@@ -6,6 +6,8 @@
 #include "zel/element_type.h"
 #include "zel/tessel.h"
 
+#include <algorithm>
+
 namespace {
 
 using namespace zel_test;
@@ -168,6 +170,40 @@ TEST(CheckIDs, FindsEachBadEntryOfListsThatBeginAnywhere) {
                 list(0, i) = 6;
             }
         }
+}
+
+/// One bad entry at a time at each place of short matrices, whose columns lie one behind the other from any
+/// address on, or apart.
+void expect_each_bad_entry_is_found(std::size_t rows, bool apart) {
+    for (std::size_t begin = 0; begin < 4; ++begin)
+        for (std::size_t count = 1; count < 24; ++count) {
+            dense2D<unsigned> all(rows + (apart ? 1 : 0), 30, no_node);
+            dense2D<unsigned> m = all.sub_matrix(0, begin, rows, count);
+            for (std::size_t j = 0; j < count; ++j) std::fill_n(m[j], rows, 6U);
+            ASSERT_TRUE(check_IDs(m, 7));
+            for (std::size_t j = 0; j < count; ++j)
+                for (std::size_t i = 0; i < rows; ++i) {
+                    SCOPED_TRACE(testing::Message()
+                                 << begin << ' ' << count << ' ' << i << ' ' << j);
+                    m(i, j) = 7;
+                    EXPECT_FALSE(check_IDs(m, 7));
+                    EXPECT_FALSE(check_IDs(m, zel::ELEMENT_FACE, 7));
+                    m(i, j) = no_node;
+                    EXPECT_TRUE(check_IDs(m, 7));
+                    EXPECT_EQ(rows == 4 && i == 3, check_IDs(m, zel::ELEMENT_FACE, 7));
+                    m(i, j) = 6;
+                }
+        }
+}
+
+TEST(CheckIDs, FindsEachBadEntryOfShortMatrices) {
+    for (const std::size_t rows : {2U, 3U, 4U, 5U})
+        for (const bool apart : {false, true}) expect_each_bad_entry_is_found(rows, apart);
+}
+TEST(CheckIDs, FindsEachBadEntryOfShortMatricesOnAProcessorThatTakesOneNumberAtATime) {
+    const one_lane scalar;
+    for (const std::size_t rows : {2U, 3U, 4U, 5U})
+        for (const bool apart : {false, true}) expect_each_bad_entry_is_found(rows, apart);
 }
 
 TEST(CheckIDs, LooksOnlyAtTheView) {
