@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Tests of the version, the nodes of each kind, counts and bounds of nodes, and inputs that share storage with outputs.
 #include "foundation/call_frame.h"
 
 #include "support/checks.h"
