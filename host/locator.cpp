@@ -204,7 +204,10 @@ struct locator::prepared_mesh {
           beside(std::move(own)),
           view(pos, connect, beside.neighbors, beside.ancestors),
           detector(pos),
-          tree(pos) {}
+          tree(pos) {
+        // Columns without rows are no elements, whatever ancestors and tables name.
+        if (connect.empty()) view.elements = 0;
+    }
 
     /// Fills the tree and the grid. False: memory is exhausted. Where it runs out on the way, nodes are left
     /// out, as interpolate leaves them out, or the grid rules out nothing.

@@ -536,6 +536,29 @@ TEST(Locator, WithoutAMeshNothingIsInside) {
     expect_nothing();
 }
 
+TEST(Locator, ColumnsWithoutRowsAreNoElements) {
+    dense2D<double> pos(2, 3, 0.0);
+    pos(0, 1) = pos(1, 2) = 1;
+    // The ancestors name these columns, which hold no numbers.
+    locator at;
+    ASSERT_EQ(0, at.build(pos, dense2D<unsigned>(0, 5), dense2D<unsigned>(0, 5),
+                          dense1D<unsigned, 8>(3, 4u)));
+    unsigned element = 3;
+    EXPECT_EQ(0, at.locate({0.25, 0.25}, element));
+    EXPECT_EQ(none, element);
+    const batch b = located(at, dense2D<double>(2, 2, 0.25));
+    EXPECT_THAT(values(b.elements), ElementsAre(none, none));
+    EXPECT_THAT(values(b.places), ElementsAre(1, 1));
+    transfer_table table;
+    ASSERT_EQ(0, at.transfer(dense2D<double>(2, 2, 0.25), table));
+    EXPECT_THAT(values(table.states), ElementsAre(2, 2));
+    table.states[1] = static_cast<unsigned>(source::inside);
+    table.elements[1] = 4;
+    dense1D<double, 8> carried(1, 9.0);
+    EXPECT_EQ(-1, at.carry(table, dense1D<double, 8>(3, 1.0), carried));
+    EXPECT_EQ(1u, carried.size);
+}
+
 TEST(Locator, DegenerateElementsAreToldFromNothing) {
     mesh m;
     m.pos = dense2D<double>(2, 3, 0.0);
