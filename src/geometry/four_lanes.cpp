@@ -14,4 +14,12 @@ bool has_four_lanes() noexcept {
 #endif
 }
 
+bool has_sixteen_numbers() noexcept {
+#if defined(__x86_64__) && defined(__GNUC__)
+    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vbmi2");
+#else
+    return false;
+#endif
+}
+
 } // namespace zel::tessel2d

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tests whether all node numbers of a connectivity or a list exist.
 //
-// Where the processor has AVX2, eight numbers are tested at a time.
+// Where the processor has AVX2, eight numbers are tested at a time, with AVX-512 sixteen.
 #include "foundation/cell_shapes.h"
 #include "geometry/four_lanes.h"
 #include "zel/tessel.h"
@@ -46,78 +46,154 @@ constexpr std::size_t run = 4096;
 
 #if defined(__x86_64__) && defined(__GNUC__)
 
-// The larger of what was the largest so far and the next eight entries, which are shifted by their offsets if
-// there are any.
-template <bool Shifted>
-[[gnu::target("avx2"), gnu::always_inline]] inline __m256i larger(__m256i most, const unsigned* x,
-                                                                  __m256i offsets) noexcept {
-    __m256i some = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x));
-    if constexpr (Shifted) some = _mm256_add_epi32(some, offsets);
-    return _mm256_max_epu32(most, some);
+// Eight or sixteen numbers. Generic code over them is inlined by force into functions for the processor at hand.
+struct eight {
+    static constexpr std::size_t count = 8;
+    __m256i x;
+
+    [[gnu::target("avx2")]] static eight zero() noexcept { return {_mm256_setzero_si256()}; }
+    [[gnu::target("avx2")]] static eight load(const unsigned* first) noexcept {
+        return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(first))};
+    }
+    // The same four, one behind the other.
+    [[gnu::target("avx2")]] static eight repeat(__m128i four) noexcept {
+        return {_mm256_broadcastsi128_si256(four)};
+    }
+    [[gnu::target("avx2")]] friend eight operator+(const eight& a, const eight& b) noexcept {
+        return {_mm256_add_epi32(a.x, b.x)};
+    }
+    [[gnu::target("avx2")]] friend eight larger(const eight& a, const eight& b) noexcept {
+        return {_mm256_max_epu32(a.x, b.x)};
+    }
+    [[gnu::target("avx2")]] friend bool none_exceeds(const eight& a, const eight& b) noexcept {
+        return _mm256_movemask_epi8(_mm256_cmpeq_epi32(_mm256_max_epu32(a.x, b.x), b.x)) == -1;
+    }
+};
+
+struct sixteen {
+    static constexpr std::size_t count = 16;
+    static constexpr __mmask16 all = 0xFFFF; // without a mask gcc 12 warns of its own header
+    __m512i x;
+
+    [[gnu::target("avx512f")]] static sixteen zero() noexcept { return {_mm512_setzero_si512()}; }
+    [[gnu::target("avx512f")]] static sixteen load(const unsigned* first) noexcept {
+        return {_mm512_loadu_si512(first)};
+    }
+    [[gnu::target("avx512f")]] static sixteen repeat(__m128i four) noexcept {
+        return {_mm512_maskz_broadcast_i32x4(all, four)};
+    }
+    [[gnu::target("avx512f")]] friend sixteen operator+(const sixteen& a,
+                                                        const sixteen& b) noexcept {
+        return {_mm512_add_epi32(a.x, b.x)};
+    }
+    [[gnu::target("avx512f")]] friend sixteen larger(const sixteen& a, const sixteen& b) noexcept {
+        return {_mm512_maskz_max_epu32(all, a.x, b.x)};
+    }
+    [[gnu::target("avx512f")]] friend bool none_exceeds(const sixteen& a,
+                                                        const sixteen& b) noexcept {
+        return _mm512_cmpgt_epu32_mask(a.x, b.x) == 0;
+    }
+};
+
+// The larger of what was the largest so far and the next entries, which are shifted by their offsets if there
+// are any.
+template <bool Shifted, class Numbers>
+[[gnu::always_inline]] inline Numbers larger(const Numbers& most, const unsigned* x,
+                                             const Numbers& offsets) noexcept {
+    if constexpr (Shifted) {
+        return larger(most, Numbers::load(x) + offsets);
+    } else {
+        return larger(most, Numbers::load(x));
+    }
 }
 
-// The largest of many entries, four times eight at a time: in the first cache the steps of the loop cost more than
-// its loads. These begin where no cache line ends within one; the first entries are looked at twice for that.
-// `done` becomes the number of entries looked at.
-template <bool Shifted>
-[[gnu::target("avx2")]] __m256i largest_of_many(const unsigned* x, std::size_t n, __m256i offsets,
-                                                std::size_t& done) noexcept {
-    __m256i most[4];
-    for (__m256i& m : most) m = larger<Shifted>(_mm256_setzero_si256(), x, offsets);
+// The largest of many entries, four times as many at a time: in the first cache the steps of the loop cost more
+// than its loads. These begin where no cache line ends within one; the first entries are looked at twice for
+// that. `done` becomes the number of entries looked at.
+template <bool Shifted, class Numbers>
+[[gnu::always_inline]] inline Numbers largest_of_many(const unsigned* x, std::size_t n,
+                                                      const Numbers& offsets,
+                                                      std::size_t& done) noexcept {
+    constexpr std::size_t count = Numbers::count;
+    Numbers most[4];
+    for (Numbers& m : most) m = larger<Shifted>(Numbers::zero(), x, offsets);
+    const std::size_t place = reinterpret_cast<std::uintptr_t>(x) / 4 % count;
     // mutation: speed only
-    const bool halfway = (reinterpret_cast<std::uintptr_t>(x) & 31) == 16;
-    for (done = halfway ? 4 : 0; n - done >= 32; done += 32)
+    done = reinterpret_cast<std::uintptr_t>(x) % 16 == 0 ? (count - place) % count : 0;
+    for (; n - done >= 4 * count; done += 4 * count)
         for (std::size_t i = 0; i < 4; ++i)
-            most[i] = larger<Shifted>(most[i], x + done + 8 * i, offsets);
-    return _mm256_max_epu32(_mm256_max_epu32(most[0], most[1]), _mm256_max_epu32(most[2], most[3]));
+            most[i] = larger<Shifted>(most[i], x + done + count * i, offsets);
+    return larger(larger(most[0], most[1]), larger(most[2], most[3]));
 }
 
-// The first entries of a run, eight at a time; every fourth one is under the rule `fourth`. Returns
-// false if one of them breaks its rule; `done` becomes the number of entries tested. A rule holds
-// for all if it holds for the largest, and unlike the comparison the maximum is one instruction. There is one for
-// numbers without a sign, so that the top bit stays as it is.
-template <bool Shifted>
-[[gnu::target("avx2")]] bool eights_pass(const unsigned* x, std::size_t n, rule r, rule fourth,
-                                         std::size_t& done) noexcept {
-    constexpr std::size_t many = 64; // mutation: speed only
+// All entries of a run that is not shorter than `Numbers`; every fourth one is under the rule `fourth`, and if
+// that is another one they come in fours. A rule holds for all if it holds for the largest, and unlike the
+// comparison the maximum is one instruction. There is one for numbers without a sign, so that the top bit stays
+// as it is.
+template <bool Shifted, class Numbers>
+[[gnu::always_inline]] inline bool all_numbers_pass(const unsigned* x, std::size_t n, rule r,
+                                                    rule fourth) noexcept {
+    constexpr std::size_t many = 8 * Numbers::count; // mutation: speed only
     const auto four = [](unsigned a, unsigned b) {
         const int first = static_cast<int>(a ^ top_bit);
         return _mm_setr_epi32(first, first, first, static_cast<int>(b ^ top_bit));
     };
-    const __m256i offsets = _mm256_broadcastsi128_si256(four(r.offset, fourth.offset));
-    const __m256i limits = _mm256_broadcastsi128_si256(
-        four(static_cast<unsigned>(r.limit), static_cast<unsigned>(fourth.limit)));
-    __m256i most = _mm256_setzero_si256();
-    done = 0;
+    const Numbers offsets = Numbers::repeat(four(r.offset, fourth.offset));
+    const Numbers limits =
+        Numbers::repeat(four(static_cast<unsigned>(r.limit), static_cast<unsigned>(fourth.limit)));
+    Numbers most = Numbers::zero();
+    std::size_t done = 0;
     if (n >= many) most = largest_of_many<Shifted>(x, n, offsets, done);
-    for (; n - done >= 8; done += 8) most = larger<Shifted>(most, x + done, offsets);
-    const __m256i kept = _mm256_cmpeq_epi32(_mm256_max_epu32(most, limits), limits);
-    return _mm256_movemask_epi8(kept) == -1;
+    for (; n - done >= Numbers::count; done += Numbers::count)
+        most = larger<Shifted>(most, x + done, offsets);
+    // What is left, with some of those before it.
+    if (done != n) most = larger<Shifted>(most, x + n - Numbers::count, offsets);
+    return none_exceeds(most, limits);
 }
 
-bool eights_pass(const unsigned* x, std::size_t n, rule r, rule fourth,
-                 std::size_t& done) noexcept {
+template <bool Shifted>
+[[gnu::target("avx2")]] bool eights_pass(const unsigned* x, std::size_t n, rule r,
+                                         rule fourth) noexcept {
+    return all_numbers_pass<Shifted, eight>(x, n, r, fourth);
+}
+template <bool Shifted>
+[[gnu::target("avx512f")]] bool sixteens_pass(const unsigned* x, std::size_t n, rule r,
+                                              rule fourth) noexcept {
+    return all_numbers_pass<Shifted, sixteen>(x, n, r, fourth);
+}
+
+template <bool Shifted>
+bool numbers_pass(const unsigned* x, std::size_t n, rule r, rule fourth) noexcept {
+    // mutation: speed only
+    const bool wide = n >= 8 * sixteen::count && tessel2d::has_sixteen_numbers();
+    return wide ? sixteens_pass<Shifted>(x, n, r, fourth) : eights_pass<Shifted>(x, n, r, fourth);
+}
+
+bool has_numbers(std::size_t n) noexcept {
+    return n >= eight::count && tessel2d::has_four_lanes();
+}
+bool numbers_pass(const unsigned* x, std::size_t n, rule r, rule fourth) noexcept {
     // mutation (== -> != #1): speed only, since offsets of 0 may be added
     const bool plain = r.offset == top_bit && fourth.offset == top_bit;
     // mutation (false -> true): the same
-    return plain ? eights_pass<false>(x, n, r, fourth, done)
-                 : eights_pass<true>(x, n, r, fourth, done);
+    return plain ? numbers_pass<false>(x, n, r, fourth) : numbers_pass<true>(x, n, r, fourth);
 }
 
 #else
 
-bool eights_pass(const unsigned*, std::size_t, rule, rule, std::size_t& done) noexcept {
-    done = 0;
+constexpr bool has_numbers(std::size_t) noexcept {
+    return false;
+}
+constexpr bool numbers_pass(const unsigned*, std::size_t, rule, rule) noexcept {
     return true;
 }
 
 #endif
 
 bool run_passes(const unsigned* x, std::size_t n, rule r) {
-    std::size_t done = 0;
-    if (tessel2d::has_four_lanes() && !eights_pass(x, n, r, r, done)) return false;
+    if (has_numbers(n)) return numbers_pass(x, n, r, r);
     unsigned bad = 0;
-    for (std::size_t i = done; i < n; ++i) bad |= r.broken_by(x[i]);
+    for (std::size_t i = 0; i < n; ++i) bad |= r.broken_by(x[i]);
     return bad == 0;
 }
 
@@ -132,12 +208,11 @@ bool all_pass(const unsigned* x, std::size_t n, rule r) {
 template <std::size_t Rows, std::size_t Leading>
 bool run_of_columns_passes(const unsigned* first, std::size_t ld, std::size_t n, rule r,
                            rule last) {
-    std::size_t done = 0;
     if constexpr (Leading == 4) {
-        if (tessel2d::has_four_lanes() && !eights_pass(first, 4 * n, r, last, done)) return false;
+        if (has_numbers(4 * n)) return numbers_pass(first, 4 * n, r, last);
     }
     unsigned bad0 = 0, bad1 = 0, bad2 = 0, bad_last = 0;
-    for (std::size_t j = done / 4; j < n; ++j) {
+    for (std::size_t j = 0; j < n; ++j) {
         const unsigned* const column = first + j * (Leading == 0 ? ld : Leading);
         bad0 |= r.broken_by(column[0]);
         if constexpr (Rows > 2) bad1 |= r.broken_by(column[1]);

@@ -13,4 +13,13 @@ public:
     one_lane& operator=(const one_lane&) = delete;
 };
 
+/// The same for a processor that works on eight numbers at a time at most, as one without AVX-512.
+class eight_numbers {
+public:
+    eight_numbers() noexcept;
+    ~eight_numbers();
+    eight_numbers(const eight_numbers&) = delete;
+    eight_numbers& operator=(const eight_numbers&) = delete;
+};
+
 } // namespace zel_test

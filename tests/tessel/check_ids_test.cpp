@@ -7,6 +7,7 @@
 #include "zel/tessel.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -110,8 +111,24 @@ TEST(CheckIDsOfAList, EveryEntryIsBelowTheBound) {
 
 // ---------------------------------------------------------------------------------- long and strided
 
-/// One bad entry at a time, anywhere in matrices that are longer than the runs that the loops look at.
-void expect_one_bad_entry_is_found_anywhere() {
+/// On this processor, on one without AVX-512, and on one without AVX2.
+enum class processor { this_one, of_eight_numbers, of_one_number };
+
+class CheckIDsOnProcessors : public testing::TestWithParam<processor> {
+    std::optional<eight_numbers> eight_;
+    std::optional<one_lane> one_;
+
+    void SetUp() override {
+        if (GetParam() == processor::of_eight_numbers) eight_.emplace();
+        if (GetParam() == processor::of_one_number) one_.emplace();
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Numbers, CheckIDsOnProcessors,
+                         testing::Values(processor::this_one, processor::of_eight_numbers,
+                                         processor::of_one_number));
+
+// In matrices that are longer than the runs that the loops look at.
+TEST_P(CheckIDsOnProcessors, FindsOneBadEntryAnywhere) {
     random_numbers random(7);
     constexpr unsigned bound = 0x90000000U; // beyond the signed range
     for (const std::size_t rows : {1U, 2U, 3U, 4U, 5U, 9U}) {
@@ -149,18 +166,11 @@ void expect_one_bad_entry_is_found_anywhere() {
     }
 }
 
-TEST(CheckIDs, FindsOneBadEntryAnywhere) {
-    expect_one_bad_entry_is_found_anywhere();
-}
-TEST(CheckIDs, FindsOneBadEntryAnywhereOnAProcessorThatTakesOneNumberAtATime) {
-    const one_lane scalar;
-    expect_one_bad_entry_is_found_anywhere();
-}
-
-TEST(CheckIDs, FindsEachBadEntryOfListsThatBeginAnywhere) {
-    for (std::size_t begin = 0; begin < 9; ++begin)
-        for (const std::size_t count : {1U, 7U, 8U, 63U, 64U, 65U, 68U, 100U}) {
-            dense2D<unsigned> all(1, 120, 9U);
+TEST_P(CheckIDsOnProcessors, FindsEachBadEntryOfListsThatBeginAnywhere) {
+    for (std::size_t begin = 0; begin < 17; ++begin)
+        for (const std::size_t count :
+             {1U, 7U, 8U, 63U, 64U, 65U, 68U, 100U, 127U, 128U, 131U, 144U, 205U}) {
+            dense2D<unsigned> all(1, 240, 9U);
             dense2D<unsigned> list = all.sub_matrix(0, begin, 1, count);
             for (unsigned& id : list) id = 6;
             ASSERT_TRUE(check_IDs(list, 7)) << begin << ' ' << count;
@@ -176,8 +186,8 @@ TEST(CheckIDs, FindsEachBadEntryOfListsThatBeginAnywhere) {
 /// address on, or apart.
 void expect_each_bad_entry_is_found(std::size_t rows, bool apart) {
     for (std::size_t begin = 0; begin < 4; ++begin)
-        for (std::size_t count = 1; count < 24; ++count) {
-            dense2D<unsigned> all(rows + (apart ? 1 : 0), 30, no_node);
+        for (std::size_t count = 1; count < 48; ++count) {
+            dense2D<unsigned> all(rows + (apart ? 1 : 0), 60, no_node);
             dense2D<unsigned> m = all.sub_matrix(0, begin, rows, count);
             for (std::size_t j = 0; j < count; ++j) std::fill_n(m[j], rows, 6U);
             ASSERT_TRUE(check_IDs(m, 7));
@@ -196,12 +206,7 @@ void expect_each_bad_entry_is_found(std::size_t rows, bool apart) {
         }
 }
 
-TEST(CheckIDs, FindsEachBadEntryOfShortMatrices) {
-    for (const std::size_t rows : {2U, 3U, 4U, 5U})
-        for (const bool apart : {false, true}) expect_each_bad_entry_is_found(rows, apart);
-}
-TEST(CheckIDs, FindsEachBadEntryOfShortMatricesOnAProcessorThatTakesOneNumberAtATime) {
-    const one_lane scalar;
+TEST_P(CheckIDsOnProcessors, FindsEachBadEntryOfShortMatrices) {
     for (const std::size_t rows : {2U, 3U, 4U, 5U})
         for (const bool apart : {false, true}) expect_each_bad_entry_is_found(rows, apart);
 }
