@@ -34,6 +34,12 @@ using lane_columns = T* [lane_count];
 
 namespace zel::tessel2d {
 
+/// The vectors of lanes A, B, C and D, in that order.
+template <int A, int B, int C, int D>
+ZEL_FOUR_LANES_INLINED vector_of<lanes, 2> rearranged(const vector_of<lanes, 2>& v) noexcept {
+    return {rearranged<A, B, C, D>(v[0]), rearranged<A, B, C, D>(v[1])};
+}
+
 /// The corners of the four triangles from column `first` on: corner k of lane i is `n[k][i]`.
 ZEL_FOUR_LANES_INLINED void read_triangles(const columns<const unsigned>& cells, std::size_t first,
                                            unsigned (&n)[3][lane_count]) noexcept {

@@ -55,6 +55,9 @@ struct lanes {
     ZEL_FOUR_LANES friend lane_mask operator>(const lanes& a, const lanes& b) noexcept {
         return {a.x > b.x};
     }
+    ZEL_FOUR_LANES friend lane_mask operator>=(const lanes& a, const lanes& b) noexcept {
+        return {a.x >= b.x};
+    }
     ZEL_FOUR_LANES friend lane_mask operator==(const lanes& a, const lanes& b) noexcept {
         return {a.x == b.x};
     }
@@ -104,6 +107,12 @@ ZEL_FOUR_LANES inline lanes square_root(const lanes& a) noexcept {
 }
 ZEL_FOUR_LANES inline lanes absolute(const lanes& a) noexcept {
     return lanes(_mm256_andnot_pd(_mm256_set1_pd(-0.0), a.x));
+}
+
+/// Lanes A, B, C and D, in that order.
+template <int A, int B, int C, int D>
+ZEL_FOUR_LANES_INLINED lanes rearranged(const lanes& a) noexcept {
+    return lanes(_mm256_permute4x64_pd(a.x, A | B << 2 | C << 4 | D << 6));
 }
 
 /// Four numbers that lie one behind the other.

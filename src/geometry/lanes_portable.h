@@ -76,6 +76,9 @@ struct lanes {
     friend lane_mask operator>(const lanes& a, const lanes& b) noexcept {
         return mask(a, b, [](double s, double t) { return s > t; });
     }
+    friend lane_mask operator>=(const lanes& a, const lanes& b) noexcept {
+        return mask(a, b, [](double s, double t) { return s >= t; });
+    }
     friend lane_mask operator==(const lanes& a, const lanes& b) noexcept {
         return mask(a, b, [](double s, double t) { return s == t; });
     }
@@ -112,6 +115,11 @@ inline lanes load_lanes(const double* first) noexcept {
     lanes out;
     std::copy_n(first, lane_count, out.x);
     return out;
+}
+template <int A, int B, int C, int D>
+inline lanes rearranged(const lanes& a) noexcept {
+    const double numbers[lane_count] = {a.x[A], a.x[B], a.x[C], a.x[D]};
+    return load_lanes(numbers);
 }
 inline void store_lanes(const lanes& a, double* first) noexcept {
     std::copy_n(a.x, lane_count, first);

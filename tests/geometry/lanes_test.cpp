@@ -80,9 +80,9 @@ struct quality_of_cut {
 
 /// What a mask does, and the smaller and larger of two numbers.
 struct selections {
-    static constexpr int dim = 2, points = 2, results = 9;
+    static constexpr int dim = 2, points = 2, results = 10;
     template <class N>
-    [[gnu::always_inline]] vector_of<N, 9> operator()(const vector_of<N, 2>* p) const noexcept {
+    [[gnu::always_inline]] vector_of<N, 10> operator()(const vector_of<N, 2>* p) const noexcept {
         const N a = p[0][0];
         const N b = p[0][1];
         const N c = p[1][0];
@@ -92,6 +92,7 @@ struct selections {
                 choose(both(a<b, c> d), a, c),
                 choose(either(a < b, c == d), b, d),
                 choose(!(a < b), a, b),
+                choose(a >= b, c, d),
                 zero_where(a > c, -a),
                 kept_where(a > c, -a),
                 choose(nowhere(a), a, absolute(b)),
@@ -256,6 +257,21 @@ TEST(Lanes, AreTransposed) {
     transpose(given, turned);
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j) EXPECT_EQ(given[j][i], turned[i][j]);
+}
+
+ZEL_FOUR_LANES void rearrange(const double* from, double (&to)[2][4]) {
+    const vector_of<lanes, 2> v{load_lanes(from), load_lanes(from + 4)};
+    const vector_of<lanes, 2> turned = rearranged<2, 0, 3, 3>(v);
+    for (std::size_t k = 0; k < 2; ++k) store_lanes(turned[k], to[k]);
+}
+
+TEST(Lanes, AreRearrangedInTheOrderGiven) {
+    if (!has_four_lanes()) GTEST_SKIP() << "the processor has no lanes";
+    const double given[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+    double turned[2][4];
+    rearrange(given, turned);
+    EXPECT_THAT(turned[0], testing::ElementsAre(2, 0, 3, 3));
+    EXPECT_THAT(turned[1], testing::ElementsAre(6, 4, 7, 7));
 }
 
 TEST(LaneMask, HasOneBitPerLaneFromTheFirstOn) {
