@@ -26,9 +26,14 @@ namespace {
 // ------------------------------------------------------------------------------------------ nodes
 
 // The interior is computed in strips of at most this many j. The nodes of a strip on the right and
-// left side are gathered once, component by component, so that the formula is vectorised over
-// points.
+// left side are gathered for many lines at a time, component by component, so that the formula is vectorised
+// over points.
 constexpr std::size_t strip_width = 64;
+
+// The lines in which the next strip has its turn hold so many nodes: it goes on in pages that are still in the
+// cache.
+constexpr std::size_t nodes_in_turn = std::size_t{1} << 15; // mutation: speed only
+constexpr std::size_t least_lines = 8;                      // mutation: speed only
 
 template <int Dim>
 struct strip {
@@ -136,21 +141,26 @@ void compute_interior_nodes(const struct_patch& patch, const ball* onto, const d
     const point<Dim> c1 = points[patch.right(0)];
     const point<Dim> c2 = points[patch.top(patch.n1)];
     const point<Dim> c3 = points[patch.top(0)];
-    for (std::size_t j = 1; j < patch.n; j += strip_width) {
-        const strip<Dim> s(patch, points, j);
-        for (std::size_t i = lines.first_i; i < lines.end_i; ++i) {
-            const double u = static_cast<double>(i) / static_cast<double>(patch.n1);
-            const coons_line<Dim> line{u, points[patch.bottom(i)], points[patch.top(i)], c0, c1, c2,
-                                       c3};
-            double placed[std::size_t{Dim}][strip_width];
-            line.evaluate(s, placed);
-            if constexpr (Dim == 3)
-                if (onto != nullptr) project(*onto, s.width, placed);
-            const std::size_t first = lines.to + (i - lines.first_i) * (patch.n - 1) + (j - 1);
-            for (std::size_t t = 0; t < s.width; ++t) {
-                double* const out = nodes[first + t];
-                for (std::size_t k = 0; k < Dim; ++k) out[k] = placed[k][t];
-            }
+    const auto compute = [&](const strip<Dim>& s, std::size_t j, std::size_t i) {
+        const double u = static_cast<double>(i) / static_cast<double>(patch.n1);
+        const coons_line<Dim> line{u, points[patch.bottom(i)], points[patch.top(i)], c0, c1, c2,
+                                   c3};
+        double placed[std::size_t{Dim}][strip_width];
+        line.evaluate(s, placed);
+        if constexpr (Dim == 3)
+            if (onto != nullptr) project(*onto, s.width, placed);
+        const std::size_t first = lines.to + (i - lines.first_i) * (patch.n - 1) + (j - 1);
+        for (std::size_t t = 0; t < s.width; ++t) {
+            double* const out = nodes[first + t];
+            for (std::size_t k = 0; k < Dim; ++k) out[k] = placed[k][t];
+        }
+    };
+    const std::size_t lines_in_turn = std::max(least_lines, nodes_in_turn / patch.n);
+    for (std::size_t i = lines.first_i; i < lines.end_i; i += lines_in_turn) {
+        const std::size_t end = std::min(lines.end_i, i + lines_in_turn);
+        for (std::size_t j = 1; j < patch.n; j += strip_width) {
+            const strip<Dim> s(patch, points, j);
+            for (std::size_t line = i; line < end; ++line) compute(s, j, line);
         }
     }
 }
