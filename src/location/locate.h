@@ -24,7 +24,6 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <type_traits>
 
 namespace zel::tessel2d {
 
@@ -142,12 +141,21 @@ side_test exit_edge(const points_view<2>& pos, const unsigned* cell, const unsig
     });
 }
 
-/// The same for triangles, its four areas at once: lanes 0 to 2 are those of p and the edges, lane 3 that of
-/// the triangle. The edges are then tried one by one, since the processor goes on beyond the edge that it
-/// expects; with a choice without jumps walks took a tenth longer.
-ZEL_FOUR_LANES inline side_test exit_edge_by_four(const points_view<2>& pos, const unsigned* cell,
-                                                  const unsigned* neighbors, const point<2>& p,
-                                                  double tolerance, unsigned start) noexcept {
+/// The edge to cross, from which bits of `beyond` say whether p is on the outer side of the edges. They are tried one
+/// by one, since the processor goes on beyond the edge that it expects; with a choice without jumps walks took a
+/// tenth longer.
+inline side_test first_exit(const unsigned* neighbors, unsigned corners, unsigned start,
+                            unsigned beyond) noexcept {
+    if (beyond == 0) return {side::inside}; // mutation: speed only
+    return first_exit(neighbors, corners, start,
+                      [&](unsigned k) { return (beyond >> k & 1) != 0; });
+}
+
+/// What `exit_edge` finds, from four areas at once: lanes 0 to 2 are those of p and the edges, lane 3 that of the
+/// triangle.
+ZEL_FOUR_LANES inline side_test triangle_exit(const points_view<2>& pos, const unsigned* cell,
+                                              const unsigned* neighbors, const point<2>& p,
+                                              double tolerance, unsigned start) noexcept {
     const vector_of<lanes, 2> v =
         load_columns<2>({pos.first + cell[0] * pos.ld, pos.first + cell[1] * pos.ld,
                          pos.first + cell[2] * pos.ld, &p[0]});
@@ -158,8 +166,27 @@ ZEL_FOUR_LANES inline side_test exit_edge_by_four(const points_view<2>& pos, con
         both(size > lanes(0.0), size < lanes(std::numeric_limits<double>::infinity()));
     if (none(sound)) return {side::degenerate};
     const unsigned beyond = bits_of(!(sizes >= -(size * lanes(tolerance)))) & 7;
-    if (beyond == 0) return {side::inside}; // mutation: speed only
-    return first_exit(neighbors, 3, start, [&](unsigned k) { return (beyond >> k & 1) != 0; });
+    return first_exit(neighbors, 3, start, beyond);
+}
+
+/// The same for a quadrilateral: the lanes are the areas of p and the edges.
+ZEL_FOUR_LANES inline side_test quad_exit(const points_view<2>& pos, const unsigned* cell,
+                                          const unsigned* neighbors, const point<2>& p,
+                                          double tolerance, unsigned start) noexcept {
+    const double size = double_size<quad_cells>(pos, cell);
+    if (!(size > 0) || !(size <= std::numeric_limits<double>::max())) return {side::degenerate};
+    const vector_of<lanes, 2> v = load_nodes<2>(pos, {cell[0], cell[1], cell[2], cell[3]});
+    const lanes sizes = triangle_double_area<2>(v, rearranged<1, 2, 3, 0>(v),
+                                                vector_of<lanes, 2>{lanes(p[0]), lanes(p[1])});
+    return first_exit(neighbors, 4, start, bits_of(!(sizes >= lanes(-(size * tolerance)))));
+}
+
+template <class Shape>
+ZEL_FOUR_LANES side_test exit_edge_by_four(const points_view<2>& pos, const unsigned* cell,
+                                           const unsigned* neighbors, const point<2>& p,
+                                           double tolerance, unsigned start) noexcept {
+    return Shape::corners(cell) == 3 ? triangle_exit(pos, cell, neighbors, p, tolerance, start)
+                                     : quad_exit(pos, cell, neighbors, p, tolerance, start);
 }
 
 // ------------------------------------------------------------------------------------------ the walk
@@ -231,10 +258,10 @@ walk_across(const ExitEdge& edge_to_cross, const located_mesh& mesh, const point
     return steps == mesh.elements ? outcome::ended_at_last : outcome::not_found;
 }
 
-ZEL_FOUR_LANES inline outcome walk_by_four(const located_mesh& mesh, const point<2>& p,
-                                           unsigned& element, double tolerance,
-                                           std::uint64_t& steps) noexcept {
-    return walk_across<triangle_cells>(exit_edge_by_four, mesh, p, element, tolerance, steps);
+template <class Shape>
+ZEL_FOUR_LANES outcome walk_by_four(const located_mesh& mesh, const point<2>& p, unsigned& element,
+                                    double tolerance, std::uint64_t& steps) noexcept {
+    return walk_across<Shape>(exit_edge_by_four<Shape>, mesh, p, element, tolerance, steps);
 }
 
 /// Walks from `element` to the element that holds p, crossing edges that have p on their outer side, and
@@ -243,8 +270,7 @@ ZEL_FOUR_LANES inline outcome walk_by_four(const located_mesh& mesh, const point
 template <class Shape>
 outcome walk(const located_mesh& mesh, const point<2>& p, unsigned& element, double tolerance,
              std::uint64_t& steps) noexcept {
-    if constexpr (std::is_same_v<Shape, triangle_cells>)
-        if (has_four_lanes()) return walk_by_four(mesh, p, element, tolerance, steps);
+    if (has_four_lanes()) return walk_by_four<Shape>(mesh, p, element, tolerance, steps);
     return walk_across<Shape>(exit_edge<Shape>, mesh, p, element, tolerance, steps);
 }
 
