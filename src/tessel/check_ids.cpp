@@ -117,9 +117,11 @@ template <bool Shifted, class Numbers>
     constexpr std::size_t count = Numbers::count;
     Numbers most[4];
     for (Numbers& m : most) m = larger<Shifted>(Numbers::zero(), x, offsets);
+    // mutation (/ -> *, 4 -> 5, 4 -> 3): noticed where blocks begin at multiples of 16 alone
     const std::size_t place = reinterpret_cast<std::uintptr_t>(x) / 4 % count;
     // mutation: speed only
     done = reinterpret_cast<std::uintptr_t>(x) % 16 == 0 ? (count - place) % count : 0;
+    // mutation (>= -> <, >= -> >, 4 -> 5 #1, 4 -> 3 #2): speed only
     for (; n - done >= 4 * count; done += 4 * count)
         for (std::size_t i = 0; i < 4; ++i)
             most[i] = larger<Shifted>(most[i], x + done + count * i, offsets);
@@ -143,7 +145,9 @@ template <bool Shifted, class Numbers>
         Numbers::repeat(four(static_cast<unsigned>(r.limit), static_cast<unsigned>(fourth.limit)));
     Numbers most = Numbers::zero();
     std::size_t done = 0;
+    // mutation (>= -> >, >= -> <): speed only
     if (n >= many) most = largest_of_many<Shifted>(x, n, offsets, done);
+    // mutation (>= -> >): the last ones are looked at below
     for (; n - done >= Numbers::count; done += Numbers::count)
         most = larger<Shifted>(most, x + done, offsets);
     // What is left, with some of those before it.
@@ -170,7 +174,7 @@ bool numbers_pass(const unsigned* x, std::size_t n, rule r, rule fourth) noexcep
 }
 
 bool has_numbers(std::size_t n) noexcept {
-    return n >= eight::count && tessel2d::has_four_lanes();
+    return n >= eight::count && tessel2d::has_four_lanes(); // mutation (>= -> >): speed only
 }
 bool numbers_pass(const unsigned* x, std::size_t n, rule r, rule fourth) noexcept {
     // mutation (== -> != #1): speed only, since offsets of 0 may be added
