@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <ostream>
 
 namespace {
 
@@ -113,6 +114,10 @@ TEST(CheckIDsOfAList, EveryEntryIsBelowTheBound) {
 
 /// On this processor, on one without AVX-512, and on one without AVX2.
 enum class processor { this_one, of_eight_numbers, of_one_number };
+void PrintTo(processor p, std::ostream* out) {
+    constexpr const char* names[] = {"this one", "of eight numbers", "of one number"};
+    *out << names[static_cast<int>(p)];
+}
 
 class CheckIDsOnProcessors : public testing::TestWithParam<processor> {
     std::optional<eight_numbers> eight_;
