@@ -15,4 +15,5 @@ endif()
 
 if(ZEL_COVERAGE)
   add_link_options(--coverage)
+  add_compile_definitions(ZEL_COVERAGE) # own_code.cmake says why
 endif()
