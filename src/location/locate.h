@@ -181,6 +181,7 @@ ZEL_FOUR_LANES inline side_test quad_exit(const points_view<2>& pos, const unsig
     return first_exit(neighbors, 4, start, bits_of(!(sizes >= lanes(-(size * tolerance)))));
 }
 
+/// What `exit_edge` finds, in lanes.
 template <class Shape>
 ZEL_FOUR_LANES side_test exit_edge_by_four(const points_view<2>& pos, const unsigned* cell,
                                            const unsigned* neighbors, const point<2>& p,
@@ -258,6 +259,7 @@ walk_across(const ExitEdge& edge_to_cross, const located_mesh& mesh, const point
     return steps == mesh.elements ? outcome::ended_at_last : outcome::not_found;
 }
 
+/// What `walk` does, compiled for lanes.
 template <class Shape>
 ZEL_FOUR_LANES outcome walk_by_four(const located_mesh& mesh, const point<2>& p, unsigned& element,
                                     double tolerance, std::uint64_t& steps) noexcept {

@@ -46,7 +46,8 @@ constexpr std::size_t run = 4096;
 
 #if defined(__x86_64__) && defined(__GNUC__)
 
-// Eight or sixteen numbers. Generic code over them is inlined by force into functions for the processor at hand.
+// Eight or sixteen numbers. Generic code over them is inlined by force into functions for the processor at hand:
+// functions for different processors pass registers of this width in different ways.
 struct eight {
     static constexpr std::size_t count = 8;
     __m256i x;
